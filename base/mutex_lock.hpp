@@ -1,0 +1,19 @@
+// Holds a POSIX mutex for the length of a scope.
+#pragma once
+
+#include <pthread.h>
+
+namespace kmr {
+
+class mutex_lock {
+public:
+    explicit mutex_lock(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+    ~mutex_lock() { pthread_mutex_unlock(&mutex_); }
+    mutex_lock(const mutex_lock&) = delete;
+    mutex_lock& operator=(const mutex_lock&) = delete;
+
+private:
+    pthread_mutex_t& mutex_;
+};
+
+} // namespace kmr

@@ -1,0 +1,19 @@
+# kmr_add_test(<name> SOURCES ... [LIBS ...] [LAYER]): one test program, run as one test.
+#
+# Every test program runs in a working directory of its own. With LAYER that directory has ./lib with the probe
+# modules, so the layer loads them there as it does at a technician's; the program is linked against module 0 too.
+function(kmr_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "LAYER" "" "SOURCES;LIBS")
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${arg_LIBS} test_support GTest::gmock GTest::gtest)
+    set(directory ${CMAKE_BINARY_DIR}/tests/run/${name})
+    file(MAKE_DIRECTORY ${directory})
+    if(arg_LAYER)
+        target_link_libraries(${name} PRIVATE probe_znfs module_probe)
+        add_dependencies(${name} probe_sznfs)
+        file(CREATE_LINK ${CMAKE_BINARY_DIR}/tests/modules/lib ${directory}/lib SYMBOLIC)
+    endif()
+    add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${directory})
+endfunction()
