@@ -9,9 +9,11 @@
 extern "C" {
 #endif
 
-/* The next I-frame header behind `start` (the one at `start` itself is never next), searched in chunks of 1 MiB up
- * to about `end`, both file offsets in bytes. 0 and the offset in *out, or -1 (null argument, start not below end,
- * no memory, none found) with *out as it was. The file is left where the last chunk ended. */
+/* The next I-frame header behind `start`, in chunks of 1 MiB up to about `end`, both file offsets in bytes. Chunks
+ * are read one behind the other, the last one past `end`; a header that their border cuts is not found, and an
+ * I-frame at the first byte of a chunk, as the one at `start` itself, gives up the rest of that chunk. 0 and the
+ * offset in *out, or -1 (null argument, start not below end, no memory, none found) with *out as it was. The file
+ * is left where the last chunk ended. */
 int32_t rec_FindNextValidIFramefromLoc(vfs_file* file, int32_t end, int32_t start, uint32_t* out);
 
 /* The last good frame of a buffer of `length` bytes, before the first one that has number 0 or runs past `limit`

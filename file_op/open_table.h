@@ -29,18 +29,19 @@ extern pthread_mutex_t g_tFileLock;            /* guards tOpenFile and bOpenFirs
 extern int32_t bOpenFirst;                     /* 1 until the first rec_OpenFile */
 extern int32_t g_iStopCopyFlag;                /* 1 asks a running copy to stop */
 
-/* Opens a recording read-only by its short name or full path. On success *handle is the stream and *st the stat
- * record; both must not be null, and the caller zero-fills *st. REC_OK; REC_BAD_ARGUMENT: the name cannot be
- * completed; REC_FAILED, REC_NOT_FOUND or a result of vfs_Stat: not found; REC_FAILED: cannot be opened, or the
- * table is full, and then *handle is null. Holds the lock throughout. */
+/* Opens a recording read-only by its short name or full path; an existing file of that very path goes first. On
+ * REC_OK *handle is the stream and *st, which the caller zero-fills and which may be null, the stat record.
+ * REC_BAD_ARGUMENT: the name cannot be completed; REC_FAILED, REC_NOT_FOUND or a result of vfs_Stat: it is not
+ * found, and *handle is as it was; REC_FAILED with *handle null: it cannot be opened, or the table is full. Holds
+ * the lock throughout. */
 int32_t rec_OpenFile(vfs_file** handle, const char* name, vfs_stat_record* st);
 
-/* Closes the recording, frees its buffers and its entry and sets *handle to null. REC_OK; REC_FAILED: *handle is
- * null or not in the table (it is then not closed). Holds the lock throughout. */
+/* Closes the recording, frees its buffers and its entry and sets *handle to null. REC_OK, whatever closing the
+ * stream gave; REC_FAILED: *handle is null or not in the table (it is then not closed). Holds the lock throughout. */
 int32_t rec_CloseFile(vfs_file** handle);
 
-/* Gives the open recording a work buffer of `size` bytes (1 to 0xFFFFF); to be called once per open. REC_OK or
- * REC_FAILED. Takes the lock. */
+/* Gives the open recording a work buffer of `size` bytes (1 to 0xFFFFF), which its entry keeps until it is closed;
+ * to be called once per open, since a buffer set before is not freed. REC_OK or REC_FAILED. Takes the lock. */
 int32_t rec_SetBuf(vfs_file* handle, int32_t size);
 
 /* Reads the 88 bytes of the file header, of an open recording (which is left behind the header) or, with a null
