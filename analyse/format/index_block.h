@@ -1,8 +1,8 @@
 /* The I-frame index block: the last L bytes of a finished recording. Little-endian, no padding.
  *
  *   offset  width   field         meaning
- *   0       32      Frame         frame header: FrameSize = L, FrameNo = number of tagged records (at most 64),
- *                                 TimeStamp, AFrameNum, AFrameSize and Tag 0
+ *   0       32      Frame         frame header: FrameSize = L, FrameNo = number of tagged records (0 to 64);
+ *                                 TimeStamp, audio fields and Tag are 0
  *   32      u32     RecordCount   N, number of records
  *   36      u32     RecordSize    R, bytes of one record: 80
  *   40      u32     MemoryNum     capacity of the writer's record array; shown, never used

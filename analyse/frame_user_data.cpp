@@ -1,0 +1,70 @@
+#include "analyse/frame_user_data.h"
+
+#include "UserDataOpt/user_data.h"
+#include "analyse/analyse.h"
+#include "analyse/options.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <span>
+
+std::int32_t _iFileLocation;
+std::int32_t diffFrmNo;
+std::int32_t CHN_ALARMER_TYPE;
+std::int32_t g_blHaveVcaInfo;
+
+namespace kmr {
+namespace {
+
+// User data stands at the start of a payload; nothing behind this many bytes is looked at.
+constexpr std::uint32_t longest_payload_read = 1024;
+
+using payload_bytes = std::span<const std::uint8_t>;
+
+void remember_i_frame(std::int32_t payload_position, const kmr_frame_header& frame) {
+    if (kmr_is_i_frame(&frame)) {
+        _iFileLocation = payload_position - static_cast<std::int32_t>(KMR_FRAME_HEADER_SIZE);
+        diffFrmNo = 0;
+    } else {
+        ++diffFrmNo;
+    }
+}
+
+bool begins_with(payload_bytes payload, std::span<const std::uint8_t> marker) {
+    return payload.size() >= marker.size() && std::memcmp(payload.data(), marker.data(), marker.size()) == 0;
+}
+
+bool begins_with_user_data(payload_bytes payload) {
+    return begins_with(payload, kmr_user_data_start_h264) || begins_with(payload, kmr_user_data_start_h265);
+}
+
+// The decoder looks a bounded way behind the payload; what it finds there is always zero and never a rest of
+// an earlier frame.
+void decode(std::int32_t payload_position, payload_bytes payload) {
+    std::array<std::uint8_t, USER_DATA_READABLE> padded{};
+    std::copy(payload.begin(), payload.end(), padded.begin());
+    AnalyzeUserDataInOneFrame(static_cast<std::uint32_t>(payload_position), padded.data(),
+                              static_cast<std::int32_t>(payload.size()), 0);
+}
+
+} // namespace
+} // namespace kmr
+
+std::int32_t rec_get_vcaalarm(vfs_file* fp, std::uint8_t* buf, std::int32_t buflen, std::uint32_t,
+                              const kmr_frame_header* frame, kmr_walk_context* ctx) {
+    if (buf == nullptr || buflen <= 0 || frame == nullptr || ctx == nullptr || fp == nullptr)
+        return -1;
+    const std::uint32_t wanted = std::min(frame->VideoSize, kmr::longest_payload_read);
+    const std::int32_t position = vfs_ftell(fp);
+    kmr::remember_i_frame(position, *frame);
+    // A payload of no bytes reads as -1, which ends the walk as a short read does.
+    if (vfs_fread(buf, 1, wanted, fp) < static_cast<std::int32_t>(wanted))
+        return -1;
+    const kmr::payload_bytes payload(buf, wanted);
+    if (kmr::begins_with_user_data(payload) && (g_Opt & KMR_OPTION_USER_DATA) != 0)
+        kmr::decode(position, payload);
+    return 0;
+}
