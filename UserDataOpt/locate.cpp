@@ -1,0 +1,34 @@
+// Finding byte patterns and taking the stream's escapes out.
+#include "UserDataOpt/user_data.h"
+
+#include <cstddef>
+#include <cstring>
+
+const uint8_t kmr_user_data_start_h264[6] = {0x00, 0x00, 0x00, 0x01, 0x06, 0xF0};
+const uint8_t kmr_user_data_start_h265[7] = {0x00, 0x00, 0x00, 0x01, 0x4E, 0x01, 0xF0};
+const uint8_t ucNeedToRevert[3] = {0x00, 0x00, 0x03};
+
+int32_t FindPosByFlag(const uint8_t* buf, int32_t buflen, const uint8_t* pattern, uint32_t patlen) {
+    if (int64_t{patlen} > buflen)
+        return -1;
+    const void* hit = memmem(buf, static_cast<size_t>(buflen), pattern, patlen);
+    return hit == nullptr ? -1 : static_cast<int32_t>(static_cast<const uint8_t*>(hit) - buf);
+}
+
+int32_t RevertUserData(const uint8_t* src, uint8_t* dst, int32_t srclen) {
+    constexpr int32_t zeros = 2; // of an escape, which stay
+    // The output has the length of the input, not of what is left of it: its readers get no other length.
+    // Every dropped byte is therefore made up for by one from behind the range.
+    int32_t remaining = srclen;
+    int32_t escape;
+    while ((escape = FindPosByFlag(src, remaining, ucNeedToRevert, sizeof ucNeedToRevert)) >= 0) {
+        const int32_t kept = escape + zeros;
+        std::memcpy(dst, src, static_cast<size_t>(kept));
+        dst += kept;
+        src += kept + 1;
+        remaining -= kept;
+    }
+    if (remaining > 0)
+        std::memcpy(dst, src, static_cast<size_t>(remaining));
+    return 0;
+}

@@ -1,0 +1,117 @@
+/* The query over the recorder's index file: which recordings start in an interval of time.
+ *
+ * The index file, little-endian, no padding:
+ *
+ *   offset        width    content
+ *   0             72       header, not read
+ *   72 + 184 x i  184      record i, in ascending order of start time
+ *
+ * A record:
+ *
+ *   0             u8       channel
+ *   1             u8       kind of recording
+ *   2             2        not interpreted
+ *   4             i32      start time, seconds
+ *   8             4        not interpreted
+ *   12            char104  file name; one that contains ".jpg" is a picture, any other a video
+ *   116           char68   path below the storage root
+ *
+ * A text ends with its NUL or with its field. The file is read with the host's own file functions. There is
+ * one list of matches per process: one query at a time.
+ */
+#ifndef KMR_INDEX_QUERY_H
+#define KMR_INDEX_QUERY_H
+
+#include "vfslist16a/dlist/adt_dlist.h"
+
+#include <assert.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/stat.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum { REC_QUERY_MAX_RESULTS = 3000 };
+
+typedef struct rec_query_record {
+    uint8_t channel;
+    uint8_t kind;
+    uint8_t reserved2[2];
+    int32_t start_time;
+    uint8_t reserved8[4];
+    char file_name[104];
+    char file_path[68];
+} rec_query_record;
+
+static_assert(sizeof(rec_query_record) == 184, "a record of the index file has 184 bytes");
+static_assert(offsetof(rec_query_record, start_time) == 4, "the start time stands at 4");
+static_assert(offsetof(rec_query_record, file_name) == 12, "the file name stands at 12");
+static_assert(offsetof(rec_query_record, file_path) == 116, "the file path stands at 116");
+
+/* Values of channel_filter and kind_filter that let every record pass. */
+enum { REC_QUERY_ANY = 255 };
+
+/* Values of file_type_filter; any other lets no record pass. */
+enum rec_query_file_type {
+    REC_QUERY_ALL_FILES = 0,
+    REC_QUERY_VIDEOS = 1,
+    REC_QUERY_PICTURES = 2,
+};
+
+/* A question and its answer. The question is not changed. */
+typedef struct rec_query_block {
+    uint32_t channel_filter; /* REC_QUERY_ANY, or what the record's channel must be */
+    uint32_t kind_filter;    /* REC_QUERY_ANY, or what the record's kind must be */
+    int32_t start_time;      /* records at this time or later, */
+    int32_t end_time;        /* and before this one */
+    int32_t page_index;      /* 0: a new search; anything else: the matches of the search before */
+    int32_t page_size;       /* without effect: every answer holds all matches */
+    int32_t file_type_filter;
+    rec_query_record results[REC_QUERY_MAX_RESULTS];
+    int32_t total;    /* number of matches, which may be more than the results hold */
+    int32_t returned; /* always 0 */
+    int32_t reserved[2];
+} rec_query_block;
+
+static_assert(sizeof(rec_query_block) == 552044, "the query block has 552044 bytes");
+static_assert(offsetof(rec_query_block, file_type_filter) == 24, "the file-type filter stands at 24");
+static_assert(offsetof(rec_query_block, results) == 28, "the results stand at 28");
+static_assert(offsetof(rec_query_block, total) == 552028, "the total stands at 552028");
+static_assert(offsetof(rec_query_block, returned) == 552032, "the number returned stands at 552032");
+
+/* Number of USB disks, 10 at start; with 0 or less a new search finds nothing. */
+extern int32_t g_iUsbNum;
+
+/* Searches Index.dat of the working directory and puts the matches in order of time into query->results, as
+ * many as fit. An index file that cannot be read is an empty one. Always 0; without memory for the list of
+ * matches the block is unchanged. Results behind the last match are not written. */
+int32_t REC_QueryFiles(rec_query_block* query);
+
+/* Puts the records of the index file `path` that pass the filters of `query` into `list`, whose elements are
+ * rec_query_record. The query's own results are not touched. 0, or -1 when the file cannot be opened.
+ *
+ * A record goes before the first node with a later time, and the search for that node goes on from where the
+ * last record was put: once it is past the end (from the start for an empty list) records are appended as
+ * they come. A record for which there is no memory is left out. */
+int32_t SearchIndexEx(const char* path, const rec_query_block* query, adt_dlist* list);
+
+/* The host's stat record of a file that can be opened for reading: 0; -1, and `status` is not to be used,
+ * otherwise. */
+int32_t my_stat(const char* path, struct stat64* status);
+
+/* A hook for programs that want to be asked during a search, for each record whose file type and channel fit.
+ * This one does nothing and gives 0; the search goes on whatever it gives. */
+int32_t test_break(void);
+
+/* Prints "/dev/mmcblk0p2/", the path and a line feed for each video whose start time lies from `a` on and
+ * before `b`, both decimal seconds as atol reads them, kept to their low 32 bits. Needs 552,044 bytes of
+ * stack for its query. */
+void zn_cmd_Store_QueryForTool(const char* a, const char* b);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
