@@ -1,12 +1,9 @@
-# The host's GoogleTest where there is one; its sources, built here, for another machine.
+# The host's GoogleTest where there is one; its sources (Debian: package googletest), built here, for another machine.
 if(CMAKE_CROSSCOMPILING)
-    set(CMAKE_CXX_FLAGS_BEFORE_GTEST "${CMAKE_CXX_FLAGS}")
     set(INSTALL_GTEST OFF)
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
     target_compile_options(gtest PRIVATE -w)
     target_compile_options(gmock PRIVATE -w)
-    add_library(GTest::gtest ALIAS gtest)
-    add_library(GTest::gmock ALIAS gmock)
 else()
     find_package(GTest REQUIRED)
 endif()
