@@ -138,7 +138,9 @@ typedef struct vfs_directory {
     pthread_mutex_t tLock; /* guards this entry */
 } vfs_directory;
 
-extern vfs_directory g_vDir[16]; /* the directory handles of module 0 */
+enum { VFS_MAX_DIRECTORIES = 16 };
+
+extern vfs_directory g_vDir[VFS_MAX_DIRECTORIES]; /* the directory handles of module 0 */
 
 void* vfs_OpenDir(const char* path); /* null on failure */
 /* The next entry, null at the end. Routed by the handle's first word: -1 is module 1, whose ReadDir is null, so

@@ -1,0 +1,65 @@
+// The sorted list of a partition's used blocks.
+#include "base/heap_bytes.hpp"
+#include "libvfs/vfs.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+namespace {
+
+using block_array = kmr::heap_array<vfs_block_record>;
+
+void free_entries(std::span<vfs_scan_entry*> entries) {
+    for (vfs_scan_entry* entry : entries)
+        std::free(entry);
+}
+
+// One entry per block; false, and nothing kept, when there is no memory.
+bool fill_entries(std::span<vfs_scan_entry*> entries, const char* path, const vfs_block_record* blocks) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        entries[i] = static_cast<vfs_scan_entry*>(std::calloc(1, sizeof(vfs_scan_entry)));
+        if (entries[i] == nullptr) {
+            free_entries(entries.first(i));
+            return false;
+        }
+        const auto number = static_cast<int32_t>(blocks[i].BlockNo);
+        std::snprintf(entries[i]->Name, sizeof entries[i]->Name, "%s/%d", path, number);
+    }
+    return true;
+}
+
+// Room for `count` elements, and never null for none of them.
+template <typename Element>
+kmr::heap_array<Element> room_for(int32_t count) {
+    return kmr::allocate_array<Element>(count > 0 ? static_cast<std::size_t>(count) : 1);
+}
+
+} // namespace
+
+int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
+    const int32_t used = znfs_GetUsedBlockNum(path);
+    if (used < 0)
+        return -1;
+    const block_array blocks = room_for<vfs_block_record>(used);
+    if (!blocks)
+        return -1;
+    const int32_t count = znfs_GetBlockInfo(path, blocks.get(), used);
+    if (count < 0)
+        return -1;
+    const auto length = static_cast<std::size_t>(count);
+    std::qsort(blocks.get(), length, sizeof(vfs_block_record), _vfs_SortBlock);
+    auto entries = room_for<vfs_scan_entry*>(count);
+    if (!entries || !fill_entries({entries.get(), length}, path, blocks.get()))
+        return -1;
+    *list = entries.release();
+    return count;
+}
+
+int32_t _vfs_SortBlock(const void* a, const void* b) {
+    const uint32_t key_of_a = static_cast<const vfs_block_record*>(a)->SortKey;
+    const uint32_t key_of_b = static_cast<const vfs_block_record*>(b)->SortKey;
+    // Wraps around for keys that lie 2^31 or more apart, as the recorder's own listing does.
+    return static_cast<int32_t>(key_of_a - key_of_b);
+}

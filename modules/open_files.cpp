@@ -1,0 +1,225 @@
+#include "modules/open_files.hpp"
+
+#include "base/mutex_lock.hpp"
+#include "modules/host_call.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kmr::plain {
+namespace {
+
+constexpr int32_t FIRST_NUMBER = 3;
+constexpr int32_t MOST_FILES = 1024; // as many as the layer has descriptors
+
+struct open_file_entry {
+    pthread_mutex_t lock; // all zero is unlocked on every libc that we build for
+    bool in_use;
+    bool appends;
+    int descriptor;
+    int32_t last_error;
+    int64_t position;
+};
+
+open_file_entry open_files[MOST_FILES];
+
+// The entry of an open file, locked for the length of a call.
+class locked_file {
+public:
+    explicit locked_file(int32_t file) {
+        if (file < FIRST_NUMBER || file >= FIRST_NUMBER + MOST_FILES)
+            return;
+        open_file_entry& entry = open_files[file - FIRST_NUMBER];
+        pthread_mutex_lock(&entry.lock);
+        if (entry.in_use)
+            entry_ = &entry;
+        else
+            pthread_mutex_unlock(&entry.lock);
+    }
+    ~locked_file() {
+        if (entry_ != nullptr)
+            pthread_mutex_unlock(&entry_->lock);
+    }
+    locked_file(const locked_file&) = delete;
+    locked_file& operator=(const locked_file&) = delete;
+
+    explicit operator bool() const { return entry_ != nullptr; }
+    open_file_entry* operator->() const { return entry_; }
+
+    // Passes a host call's result on and keeps its error.
+    template <typename Result>
+    Result judged(Result result) const {
+        if (result < 0)
+            entry_->last_error = errno;
+        return result;
+    }
+    int32_t refused(int32_t error) const {
+        entry_->last_error = error;
+        return -1;
+    }
+
+private:
+    open_file_entry* entry_ = nullptr;
+};
+
+bool can_be_read_at_any_position(int descriptor) {
+    struct stat status;
+    return fstat(descriptor, &status) == 0 &&
+           (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode) || S_ISCHR(status.st_mode));
+}
+
+int32_t number_of(int descriptor, int32_t flags) {
+    for (int32_t index = 0; index < MOST_FILES; ++index) {
+        open_file_entry& entry = open_files[index];
+        const mutex_lock guard(entry.lock);
+        if (entry.in_use)
+            continue;
+        entry.in_use = true;
+        entry.appends = (flags & O_APPEND) != 0;
+        entry.descriptor = descriptor;
+        entry.last_error = 0;
+        entry.position = 0;
+        return FIRST_NUMBER + index;
+    }
+    return -1;
+}
+
+int64_t size_of(const locked_file& file) {
+    struct stat status;
+    return file.judged(fstat(file->descriptor, &status)) < 0 ? -1 : static_cast<int64_t>(status.st_size);
+}
+
+ssize_t write_at_end(open_file_entry& entry, const void* buffer, uint32_t count) {
+    const ssize_t written = retried([&] { return write(entry.descriptor, buffer, count); });
+    if (written > 0)
+        entry.position = lseek(entry.descriptor, 0, SEEK_CUR);
+    return written;
+}
+
+ssize_t write_at_position(open_file_entry& entry, const void* buffer, uint32_t count) {
+    const ssize_t written =
+        retried([&] { return pwrite(entry.descriptor, buffer, count, static_cast<off_t>(entry.position)); });
+    if (written > 0)
+        entry.position += written;
+    return written;
+}
+
+} // namespace
+
+int32_t open_file(const char* host_path, int32_t flags) {
+    // Without O_NONBLOCK the open of a pipe would wait for its other end; on files it has no effect.
+    const int descriptor =
+        retried([&] { return open(host_path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666); });
+    if (descriptor < 0)
+        return -1;
+    const int32_t number = can_be_read_at_any_position(descriptor) ? number_of(descriptor, flags) : -1;
+    if (number < 0)
+        close(descriptor);
+    return number;
+}
+
+int32_t close_file(int32_t file) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    // A failed close has released the descriptor all the same. The number stays taken until a second close, so
+    // that it cannot come to mean another file while the layer still holds it.
+    const int descriptor = entry->descriptor;
+    entry->descriptor = -1;
+    if (descriptor >= 0 && close(descriptor) != 0 && errno != EINTR)
+        return entry.refused(errno);
+    entry->in_use = false;
+    return 0;
+}
+
+void close_all_files() {
+    for (int32_t index = 0; index < MOST_FILES; ++index)
+        close_file(FIRST_NUMBER + index);
+}
+
+int32_t read_file(int32_t file, void* buffer, uint32_t count) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    const ssize_t got = entry.judged(retried(
+        [&] { return pread(entry->descriptor, buffer, count, static_cast<off_t>(entry->position)); }));
+    if (got > 0)
+        entry->position += got;
+    return static_cast<int32_t>(got);
+}
+
+int32_t write_file(int32_t file, const void* buffer, uint32_t count) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    open_file_entry& target = *entry.operator->();
+    return static_cast<int32_t>(entry.judged(entry->appends ? write_at_end(target, buffer, count)
+                                                            : write_at_position(target, buffer, count)));
+}
+
+int64_t seek_file(int32_t file, int64_t offset, int32_t origin) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    int64_t base = 0;
+    if (origin == SEEK_CUR)
+        base = entry->position;
+    else if (origin == SEEK_END)
+        base = size_of(entry);
+    else if (origin != SEEK_SET)
+        return entry.refused(EINVAL);
+    if (base < 0)
+        return -1;
+    int64_t position;
+    if (__builtin_add_overflow(base, offset, &position) || position < 0)
+        return entry.refused(EINVAL);
+    entry->position = position;
+    return position;
+}
+
+int32_t tell_file(int32_t file) {
+    const locked_file entry(file);
+    return entry ? static_cast<int32_t>(entry->position) : -1;
+}
+
+int32_t at_end_of_file(int32_t file) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    const int64_t size = size_of(entry);
+    return size < 0 ? -1 : entry->position >= size;
+}
+
+int32_t sync_file(int32_t file) {
+    const locked_file entry(file);
+    return entry ? entry.judged(retried([&] { return fsync(entry->descriptor); })) : -1;
+}
+
+int32_t control_file(int32_t file, int32_t command) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    if (command != F_GETFD && command != F_GETFL)
+        return entry.refused(EINVAL);
+    return entry.judged(fcntl(entry->descriptor, command));
+}
+
+int32_t truncate_file(int32_t file, int64_t length) {
+    const locked_file entry(file);
+    if (!entry)
+        return -1;
+    return entry.judged(retried([&] { return ftruncate(entry->descriptor, static_cast<off_t>(length)); }));
+}
+
+int32_t require_file(int32_t file) {
+    return locked_file(file) ? 0 : -1;
+}
+
+int32_t last_error(int32_t file) {
+    const locked_file entry(file);
+    return entry ? entry->last_error : -1;
+}
+
+} // namespace kmr::plain
