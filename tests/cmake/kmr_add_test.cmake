@@ -1,7 +1,8 @@
 # kmr_add_test(<name> SOURCES ... [LIBS ...] [LAYER]): one test program, run as one test.
 #
 # Every test program runs in a working directory of its own. With LAYER that directory has ./lib with the probe
-# modules, so the layer loads them there as it does at a technician's; the program is linked against module 0 too.
+# modules, so the layer loads them there as it does at a technician's; the program is linked against module 0 too, and
+# finds the same library in ./lib, or where it was built when it is run elsewhere.
 function(kmr_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "LAYER" "" "SOURCES;LIBS")
     add_executable(${name} ${arg_SOURCES})
@@ -13,6 +14,7 @@ function(kmr_add_test name)
     if(arg_LAYER)
         target_link_libraries(${name} PRIVATE probe_znfs module_probe)
         add_dependencies(${name} probe_sznfs)
+        set_target_properties(${name} PROPERTIES BUILD_RPATH "./lib")
         file(CREATE_LINK ${CMAKE_BINARY_DIR}/tests/modules/lib ${directory}/lib SYMBOLIC)
     endif()
     add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${directory})
