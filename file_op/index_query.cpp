@@ -1,0 +1,134 @@
+#include "file_op/index_query.h"
+
+#include "base/heap_bytes.hpp"
+#include "file_op/index_trailer.hpp"
+#include "file_op/open_guards.hpp"
+#include "file_op/resolve_path.hpp"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+enum { INDEX_FOUND = 0, NO_INDEX = -1 };
+enum { WALK_ENDED = 0, WALK_STOPPED_WITH_SUCCESS = 1, WALK_WITHOUT_INDEX = 3 };
+enum { ANSWER_STOP = -1, ANSWER_SUCCESS = 2 };
+
+constexpr uint32_t records_per_batch = 128;
+
+struct index_place {
+    uint32_t block;
+    uint32_t first_record;
+    uint32_t record_size;
+    uint32_t record_count;
+};
+
+bool read_word(vfs_file* file, uint32_t& word) {
+    return vfs_fread(&word, sizeof word, 1, file) == 1;
+}
+
+uint32_t position_of(vfs_file* file) {
+    return static_cast<uint32_t>(vfs_ftell(file));
+}
+
+// Reads the head of the index into `header` and the rest of what it says into `place`.
+bool read_index_place(vfs_file* file, kmr_frame_header& header, index_place& place) {
+    uint32_t length = 0;
+    if (!kmr::find_index_trailer(file) || !kmr::seek_to_index_block(file, length))
+        return false;
+    place.block = position_of(file);
+    if (vfs_fread(&header, sizeof header, 1, file) != 1 || !kmr::opens_index_block(header, length))
+        return false;
+    if (!read_word(file, place.record_count) || !read_word(file, place.record_size))
+        return false;
+    vfs_fseek(file, sizeof(kmr_index_head::MemoryNum), SEEK_CUR);
+    place.first_record = position_of(file);
+    // A seek or a position that failed unseen would shift every record.
+    return place.first_record == place.block + KMR_INDEX_HEAD_SIZE;
+}
+
+void store(uint32_t* out, uint32_t value) {
+    if (out != nullptr)
+        *out = value;
+}
+
+class record_walk {
+public:
+    record_walk(int32_t mode, rec_index_callback callback, void* context)
+        : mode_(mode), callback_(callback), context_(context) {}
+
+    int32_t run(vfs_file* file, const index_place& place, uint32_t block_length) const {
+        const uint32_t largest_batch = std::min(place.record_count, records_per_batch);
+        // Known before anything is allocated: a batch that the block cannot hold would be a short one.
+        if (uint64_t{largest_batch} * place.record_size > block_length)
+            return WALK_ENDED;
+        const kmr::heap_bytes batch = kmr::allocate_bytes(std::size_t{largest_batch} * place.record_size);
+        if (batch == nullptr)
+            return WALK_ENDED;
+
+        uint32_t end = place.first_record;
+        for (uint32_t left = place.record_count; left > 0;) {
+            const uint32_t count = std::min(left, records_per_batch);
+            if (vfs_fread(batch.get(), place.record_size, count, file) != static_cast<int32_t>(count))
+                return WALK_ENDED;
+            for (uint32_t i = 0; i < count; ++i) {
+                end += place.record_size;
+                const uint8_t* record = batch.get() + std::size_t{i} * place.record_size;
+                const int32_t answer = callback_(record, static_cast<int32_t>(place.record_size),
+                                                 static_cast<int32_t>(end), context_);
+                if (answer == ANSWER_STOP)
+                    return WALK_ENDED;
+                if (answer == ANSWER_SUCCESS && mode_ == REC_INDEX_BY_TIME)
+                    return WALK_STOPPED_WITH_SUCCESS;
+            }
+            left -= count;
+        }
+        return WALK_ENDED;
+    }
+
+private:
+    int32_t mode_;
+    rec_index_callback callback_;
+    void* context_;
+};
+
+} // namespace
+
+int32_t rec_GetIFrameIndexInfo(const char* name, kmr_frame_header* header, uint32_t* block_offset,
+                               uint32_t* record_size, uint32_t* record_count, uint32_t* first_record) {
+    kmr::recording_path path;
+    if (header == nullptr || !kmr::resolve_path(name, path))
+        return NO_INDEX;
+    const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
+    index_place place;
+    if (file == nullptr || !read_index_place(file.get(), *header, place))
+        return NO_INDEX;
+    store(block_offset, place.block);
+    store(record_size, place.record_size);
+    store(record_count, place.record_count);
+    store(first_record, place.first_record);
+    return INDEX_FOUND;
+}
+
+int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callback, void* context,
+                       rec_index_header* header) {
+    kmr::recording_path path;
+    if (callback == nullptr || !kmr::resolve_path(name, path))
+        return WALK_ENDED;
+    rec_index_header found = {};
+    index_place place;
+    if (rec_GetIFrameIndexInfo(name, &found.Frame, &place.block, &place.record_size, &place.record_count,
+                               &place.first_record) != INDEX_FOUND)
+        return WALK_WITHOUT_INDEX;
+    found.BlockOffset = place.block;
+    if (header != nullptr)
+        *header = found;
+
+    const uint32_t tag_count = found.Frame.FrameNo;
+    if (mode == REC_INDEX_BY_TAG && tag_count == 0)
+        return WALK_ENDED;
+    const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
+    if (file == nullptr || !kmr::seek_to(file->iFd, place.first_record))
+        return WALK_ENDED;
+    return record_walk(mode, callback, context).run(file.get(), place, found.Frame.FrameSize);
+}
