@@ -11,19 +11,16 @@ namespace {
 
 constexpr char option_letters[] = "saithumf:q:o::";
 
-// The next option, or a value below 1 when there is none left. Small libcs stop at the first argument that is
-// no option; it is passed over here, so that options behind it count everywhere.
+bool is_option(const char* argument) {
+    return argument[0] == '-' && argument[1] != '\0';
+}
+
+// The next option, or a value below 1 when there is none left. What getopt does at an argument that is no option
+// differs between libcs, so it never meets one: they are passed over here, and options behind them count.
 int next_option(int argc, char** argv) {
-    for (;;) {
-        const int before = optind;
-        const int option = getopt(argc, argv, option_letters);
-        if (option >= 1 || optind >= argc)
-            return option;
-        const bool options_ended = optind > before && std::strcmp(argv[optind - 1], "--") == 0;
-        if (options_ended)
-            return option;
+    while (optind < argc && !is_option(argv[optind]))
         ++optind;
-    }
+    return getopt(argc, argv, option_letters);
 }
 
 std::uint32_t option_bit(int option) {
