@@ -1,0 +1,82 @@
+#include "tools/compose/index_block.hpp"
+
+#include "tools/compose/noise.hpp"
+#include "tools/compose/usage_error.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace compose {
+namespace {
+
+constexpr std::uint32_t capacity_step = 450; // the recorder's record array grows by so many
+
+kmr_index_record& record_at(std::vector<kmr_index_record>& records, std::uint32_t number) {
+    if (number >= records.size())
+        throw usage_error("there is no index record " + std::to_string(number) + ": there are " +
+                          std::to_string(records.size()) + ", counted from 0");
+    return records[number];
+}
+
+std::uint32_t tag_count(const std::vector<kmr_index_record>& records) {
+    const auto tagged = std::count_if(records.begin(), records.end(),
+                                      [](const kmr_index_record& each) { return each.TagName[0] != '\0'; });
+    return std::min(static_cast<std::uint32_t>(tagged), KMR_MAX_TAGS);
+}
+
+// An array is never without room, even for no records at all.
+std::uint32_t capacity_for(std::uint32_t count) {
+    const std::uint32_t steps = count == 0 ? 1 : (count + capacity_step - 1) / capacity_step;
+    return steps * capacity_step;
+}
+
+kmr_index_head make_head(const std::vector<kmr_index_record>& records) {
+    const auto count = static_cast<std::uint32_t>(records.size());
+    kmr_index_head head = {};
+    head.Frame.SyncWord = KMR_SYNC_WORD;
+    head.Frame.FrameSize = KMR_INDEX_HEAD_SIZE + count * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
+    head.Frame.FrameKind = 1;
+    head.Frame.FrameNo = tag_count(records);
+    head.Frame.VideoSize = head.Frame.FrameSize - KMR_FRAME_HEADER_SIZE;
+    head.RecordCount = count;
+    head.RecordSize = KMR_INDEX_RECORD_SIZE;
+    head.MemoryNum = capacity_for(count);
+    return head;
+}
+
+void spoil_head(kmr_index_head& head, const index_plan& plan) {
+    for (const field_patch& patch : plan.head)
+        patch.apply(&head);
+    if (!plan.head_noise)
+        return;
+    noise source(*plan.head_noise);
+    std::uint8_t content[sizeof head];
+    std::generate(std::begin(content), std::end(content), [&] { return source.next_not_zero(); });
+    std::memcpy(&head, content, sizeof head);
+}
+
+} // namespace
+
+void apply_record_changes(std::vector<kmr_index_record>& records, const index_plan& plan) {
+    for (const auto& [number, text] : plan.tags) {
+        kmr_index_record& record = record_at(records, number);
+        std::memset(record.TagName, 0, sizeof record.TagName);
+        std::memcpy(record.TagName, text.data(), std::min(text.size(), sizeof record.TagName));
+    }
+    for (const auto& [number, patch] : plan.records)
+        patch.apply(&record_at(records, number));
+}
+
+void append_index_block(output_file& to, const std::vector<kmr_index_record>& records,
+                        const index_plan& plan) {
+    kmr_index_head head = make_head(records);
+    const kmr_index_trailer trailer = {plan.trailer_magic.value_or(KMR_INDEX_MAGIC),
+                                       plan.trailer_length.value_or(head.Frame.FrameSize)};
+    spoil_head(head, plan);
+    to.append(&head, sizeof head);
+    to.append(records.data(), records.size() * sizeof(kmr_index_record));
+    if (plan.has_trailer)
+        to.append(&trailer, sizeof trailer);
+}
+
+} // namespace compose

@@ -1,0 +1,39 @@
+#include "tools/option_table.hpp"
+
+namespace {
+
+using namespace compose;
+
+constexpr option_row output_rows[] = {
+    {"output", "FILE", "compose a recording", [](request& to, const std::string& v) { to.output = v; }},
+    {"index-dat", "FILE", "compose an index file",
+     [](request& to, const std::string& v) { to.index_file = v; }},
+    {"demo", nullptr, "a recording to look at: real video with sound, user data and tags", nullptr},
+    {"list", nullptr,
+     "print what was written, one line each: offset, type, number, stamp, size;\n"
+     "as it was before any damage, and for the index the number of its records",
+     [](request& to, const std::string&) { to.list = true; }},
+    {"help", nullptr, "print this text", [](request& to, const std::string&) { to.help = true; }},
+};
+
+constexpr const char* demo[] = {
+    "--video",      KMR_CLIPS "/demo.h264",
+    "--size",       "320x240",
+    "--audio",      "2x160",
+    "--cover-word", "DEMO",
+    "--tag",        "0=Start",
+    "--tag",        "2=Door open",
+    "--user-data",  "every:5",
+    "--segment",    "frametime=2015-01-02 03:04:05",
+    "--segment",    "vca_target=12,7",
+    "--user-data",  "i-frames",
+    "--segment",    "osd=DEMO CAMERA 1",
+    "--segment",    "gps=52.5200N 013.4050E",
+    "--segment",    "plate=B-KM 2015",
+    "--segment",    "vca_size=352,288",
+};
+
+} // namespace
+
+const option_group output_options = {"What to write", output_rows};
+const std::span<const char* const> demo_arguments = demo;
