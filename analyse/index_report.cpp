@@ -99,12 +99,12 @@ time_range print_records(vfs_file* file, std::int32_t count) {
     return times;
 }
 
-void print_tail(std::uint32_t magic, std::uint32_t body_size) {
+void print_tail(std::uint32_t body_size) {
     std::puts(rule<89>.after_blank_line());
     std::puts("IFrameIndex Tail Infomation");
     std::puts(rule<89>.line());
     std::printf("%8s\t%8s\t\n", "Flag", "VFrameSize");
-    std::printf("%8x\t%8d\t\n", magic, static_cast<std::int32_t>(body_size));
+    std::printf("%8x\t%8d\t\n", KMR_INDEX_MAGIC, static_cast<std::int32_t>(body_size));
     std::puts(rule<89>.line());
 }
 
@@ -127,10 +127,10 @@ bool read_head(vfs_file* file, std::uint32_t length, kmr_index_head& head) {
 }
 
 void print_detail(vfs_file* file) {
-    const std::uint32_t magic = read_index_magic(file);
-    if (magic != KMR_INDEX_MAGIC)
+    if (!find_index_trailer(file))
         return;
-    const std::uint32_t length = enter_index_block(file);
+    std::uint32_t length = 0;
+    seek_to_index_block(file, length);
     kmr_index_head head;
     if (!read_head(file, length, head)) {
         // No line feed: the verdict follows on the same line.
@@ -143,7 +143,7 @@ void print_detail(vfs_file* file) {
     print_head(head);
     print_body_heading();
     const time_range times = print_records(file, static_cast<std::int32_t>(head.RecordCount));
-    print_tail(magic, body_size);
+    print_tail(body_size);
     print_times(times);
 }
 
@@ -151,7 +151,7 @@ void print_detail(vfs_file* file) {
 
 void report_index(vfs_file* file) {
     const std::int32_t behind_header = vfs_ftell(file);
-    if (read_index_magic(file) != KMR_INDEX_MAGIC) {
+    if (!find_index_trailer(file)) {
         vfs_fseek(file, behind_header, SEEK_SET);
         std::puts("IT IS a POOR FILE :(");
         return;
