@@ -3,13 +3,14 @@
 #include "analyse/rules.hpp"
 #include "base/text_line.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kmr {
 namespace {
 
-// The FrameNo text is formatted into this many bytes; what does not fit is cut.
-constexpr std::size_t frame_number_capacity = 20;
+// What of a longer FrameNo text does not fit is cut.
+constexpr std::size_t longest_frame_number = 19;
 constexpr std::size_t frame_number_width = 16;
 constexpr std::size_t column_width = 8;
 
@@ -51,9 +52,10 @@ void put_frame_number(text_line& line, std::uint32_t number, const frame_pairing
         line.put_decimal(shown, frame_number_width);
         return;
     }
-    char text[frame_number_capacity];
-    std::snprintf(text, sizeof text, "*%d %8d", pairing.gap(), shown);
-    line.put_right(text, frame_number_width);
+    char text[32];
+    const int length = std::snprintf(text, sizeof text, "*%d %8d", pairing.gap(), shown);
+    line.put_right({text, std::min(static_cast<std::size_t>(length), longest_frame_number)},
+                   frame_number_width);
 }
 
 } // namespace

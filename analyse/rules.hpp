@@ -1,7 +1,6 @@
 // The lines of dashes that frame the blocks of a report. Their lengths are fixed per block.
 #pragma once
 
-#include <array>
 #include <cstddef>
 
 namespace kmr {
@@ -10,15 +9,15 @@ template <std::size_t Length>
 class rule_text {
 public:
     constexpr rule_text() {
-        text_.fill('-');
-        text_.front() = '\n';
-        text_.back() = '\0';
+        text_[0] = '\n';
+        for (std::size_t i = 1; i <= Length; ++i)
+            text_[i] = '-';
     }
-    constexpr const char* line() const { return text_.data() + 1; }
-    constexpr const char* after_blank_line() const { return text_.data(); }
+    constexpr const char* line() const { return text_ + 1; }
+    constexpr const char* after_blank_line() const { return text_; }
 
 private:
-    std::array<char, Length + 2> text_{};
+    char text_[Length + 2] = {};
 };
 
 template <std::size_t Length>
