@@ -17,27 +17,27 @@ enum class segment_action : std::uint8_t {
 };
 
 struct segment_kind {
-    std::uint16_t flag;
     std::string_view name;
+    std::uint16_t flag;
     std::uint8_t counter; // index in g_u64UserDataLine
     segment_action action = segment_action::none;
 };
 
 // Audio and analytics targets share counter 16.
 inline constexpr segment_kind segment_kinds[] = {
-    {0xFED1, "USERDATA_FLAG_OSD", 8},
-    {0xFED2, "USERDATA_FLAG_VCA", 9},
-    {0xFED3, "USERDATA_FLAG_FRAMETIME", 10},
-    {0xFED4, "USERDATA_FLAG_GPS", 11},
-    {0x0001, "USERDATA_FLAG_USER_DEFINE", 12},
-    {0xFED5, "USERDATA_FLAG_PLATE", 14},
-    {0xFED6, "USERDATA_FLAG_AUDIO", 16},
-    {USERDATA_FLAG_VCA_SIZE, "USERDATA_FLAG_VCA_SIZE", 13, segment_action::take_analysis_size},
-    {0xFED8, "USERDATA_FLAG_VCA_VI", 15},
-    {USERDATA_FLAG_VCA_TARGET, "USERDATA_FLAG_VCA", 16, segment_action::take_target},
+    {"USERDATA_FLAG_OSD", 0xFED1, 8},
+    {"USERDATA_FLAG_VCA", 0xFED2, 9},
+    {"USERDATA_FLAG_FRAMETIME", 0xFED3, 10},
+    {"USERDATA_FLAG_GPS", 0xFED4, 11},
+    {"USERDATA_FLAG_USER_DEFINE", 0x0001, 12},
+    {"USERDATA_FLAG_PLATE", 0xFED5, 14},
+    {"USERDATA_FLAG_AUDIO", 0xFED6, 16},
+    {"USERDATA_FLAG_VCA_SIZE", USERDATA_FLAG_VCA_SIZE, 13, segment_action::take_analysis_size},
+    {"USERDATA_FLAG_VCA_VI", 0xFED8, 15},
+    {"USERDATA_FLAG_VCA", USERDATA_FLAG_VCA_TARGET, 16, segment_action::take_target},
 };
 
-inline constexpr segment_kind unknown_segment = {0, "USERDATA_UNKNOWN *", 17, segment_action::stop};
+inline constexpr segment_kind unknown_segment = {"USERDATA_UNKNOWN *", 0, 17, segment_action::stop};
 
 constexpr const segment_kind& segment_kind_of(std::uint16_t flag) {
     for (const segment_kind& kind : segment_kinds)
