@@ -15,9 +15,10 @@
 // The module's function of that name.
 #define PROBED(name) PROBE_EXPAND(PROBE_PREFIX, name)
 
-namespace module_probe {
+namespace {
 
-// A function of the real module, with the type of the test module's own.
+// A function of the real module, with the type of the test module's own. Local to each source: the two test modules
+// must not share the library that it remembers.
 template <typename Function>
 Function* real(Function*, const char* operation) {
     static void* const library = dlopen(PROBE_REAL_MODULE, RTLD_NOW | RTLD_LOCAL);
@@ -30,11 +31,11 @@ Function* real(Function*, const char* operation) {
     return reinterpret_cast<Function*>(address);
 }
 
-} // namespace module_probe
+} // namespace
 
 // Passes one call of PROBED(name) through the probe.
 #define PROBE_CALL(name, shown_arguments, ...)                                                               \
     module_probe::observed(PROBE_TEXT(PROBE_PREFIX), #name, shown_arguments, [&](std::uint32_t most_bytes) { \
         static_cast<void>(most_bytes);                                                                       \
-        return module_probe::real(&PROBED(name), #name)(__VA_ARGS__);                                        \
+        return real(&PROBED(name), #name)(__VA_ARGS__);                                                      \
     })
