@@ -60,8 +60,9 @@ int32_t rec_FindOneFrame(const uint8_t* buffer, int32_t length, int32_t limit, u
         return 0;
     const std::span<const uint8_t> bytes(buffer, static_cast<std::size_t>(length));
     int32_t found = 0;
-    // Payload is not skipped: a length that lies cannot hide the frames behind it.
-    for (std::size_t from = 0; const auto hit = kmr::find_header(bytes, from); from = *hit + 1) {
+    std::size_t from = 0;
+    while (const auto hit = kmr::find_header(bytes, from)) {
+        from = *hit + 1; // payload is not skipped: a length that lies cannot hide the frames behind it
         const kmr_frame_header candidate = kmr::header_at(bytes, *hit);
         if (rec_ValidFrame(&candidate, 0) != KMR_FRAME_ORDINARY)
             continue;
