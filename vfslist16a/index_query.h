@@ -106,8 +106,8 @@ int32_t my_stat(const char* path, struct stat64* status);
 int32_t test_break(void);
 
 /* Prints "/dev/mmcblk0p2/", the path and a line feed for each video whose start time lies from `a` on and
- * before `b`, both decimal seconds as atol reads them, kept to their low 32 bits. Needs 552,044 bytes of
- * stack for its query. */
+ * before `b`, both decimal seconds; text that is no number is 0, numbers beyond 32 bits are the nearest within.
+ * Needs 552,044 bytes of stack for its query. */
 void zn_cmd_Store_QueryForTool(const char* a, const char* b);
 
 #ifdef __cplusplus

@@ -7,12 +7,21 @@
 #include <cstring>
 #include <span>
 
+namespace {
+
+// As atol on the recorder, where a long has 32 bits: what does not fit is the nearest number that does.
+int32_t to_time(const char* text) {
+    return static_cast<int32_t>(std::clamp<long long>(std::strtoll(text, nullptr, 10), INT32_MIN, INT32_MAX));
+}
+
+} // namespace
+
 void zn_cmd_Store_QueryForTool(const char* a, const char* b) {
     rec_query_block query = {};
     query.channel_filter = REC_QUERY_ANY;
     query.kind_filter = REC_QUERY_ANY;
-    query.start_time = static_cast<int32_t>(std::atol(a));
-    query.end_time = static_cast<int32_t>(std::atol(b));
+    query.start_time = to_time(a);
+    query.end_time = to_time(b);
     query.file_type_filter = REC_QUERY_VIDEOS;
     REC_QueryFiles(&query);
     if (query.returned < 0)

@@ -199,6 +199,12 @@ TEST_F(query, TheToolReadsNumbersAsFarAsTheyGo) {
                                                  "/dev/mmcblk0p2/p2\n/dev/mmcblk0p2/p3\n");
 }
 
+TEST_F(query, TheToolTakesNumbersBeyond32BitsForTheNearest) {
+    index(at_times({-2147483647 - 1, 0, 2147483646, 2147483647}));
+    EXPECT_EQ(tool("0", "99999999999"), "/dev/mmcblk0p2/p1\n/dev/mmcblk0p2/p2\n");
+    EXPECT_EQ(tool("-99999999999", "1"), "/dev/mmcblk0p2/p0\n/dev/mmcblk0p2/p1\n");
+}
+
 TEST_F(query, TheToolEndsAPathWithItsField) {
     const std::string whole(68, 'w');
     index({{.time = 1, .path = whole}, {.time = 2, .path = "next"}, {.time = 3, .path = ""}});
