@@ -43,7 +43,7 @@ void walk_all(const char* name, std::int32_t frames) {
 } // namespace kmr
 
 std::int32_t analyse_kmr(const char* name, std::uint32_t option_word) {
-    g_stVcaAnalysSize = {176, 144, 176, 144};
+    g_stVcaAnalysSize = kmr_default_analys_size;
     g_Opt = option_word;
     const std::int32_t frames = rec_GetFileFrameNo(name);
     if (name == nullptr || name[0] == '\0')

@@ -20,7 +20,7 @@ namespace kmr {
 namespace {
 
 // User data stands at the start of a payload; nothing behind this many bytes is looked at.
-constexpr std::uint32_t longest_payload_read = 1024;
+constexpr std::uint32_t longest_payload_read = USER_DATA_WINDOW;
 
 using payload_bytes = std::span<const std::uint8_t>;
 
