@@ -13,6 +13,7 @@ extern "C" {
 
 enum { REC_MAX_OPEN = 50 };
 
+/* The order of the fields is the recorder's. NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding) */
 typedef struct rec_open_entry {
     uint32_t uiInUse;
     char cPath[128];

@@ -51,11 +51,22 @@ bool contains(std::string_view letters, char letter) {
     return letters.find(letter) != letters.npos;
 }
 
-void copy_if_wanted(char* to, std::string_view text) {
-    if (to == nullptr)
-        return;
+void put(char* to, std::string_view text) {
     std::memcpy(to, text.data(), text.size());
     to[text.size()] = '\0';
+}
+
+void put_if_wanted(char* to, std::string_view text) {
+    if (to != nullptr)
+        put(to, text);
+}
+
+// Adds "/" and the element to a path of `length` characters; returns its new length. A mount path, a date directory
+// and a short name fit any path buffer.
+std::size_t append(char* path, std::size_t length, std::string_view element) {
+    path[length] = '/';
+    put(path + length + 1, element);
+    return length + 1 + element.size();
 }
 
 void complete_optical_name(const char* name, char* full) {
@@ -74,7 +85,7 @@ void write_mount_path(const char* name, char* mount) {
     else if (name[0] == 'U')
         std::snprintf(mount, REC_PATH_SIZE, "/mnt/usb/%c/%c", name[disk_digit], name[partition_digit]);
     else
-        std::strcpy(mount, "/mnt/nfs");
+        put(mount, "/mnt/nfs");
 }
 
 bool lies_in_date_directory(const char* name) {
@@ -106,17 +117,14 @@ int32_t Common_CompleteFileName(const char* name, char* full, char* directory, c
     char path[REC_PATH_SIZE];
     write_mount_path(name, path);
     const std::size_t mount_length = std::strlen(path);
-    if (lies_in_date_directory(name)) {
-        std::strcat(path, "/");
-        std::strncat(path, name + date_directory, date_length);
-    }
-    const std::size_t directory_length = std::strlen(path);
-    std::strcat(path, "/");
-    std::strcat(path, name);
+    std::size_t directory_length = mount_length;
+    if (lies_in_date_directory(name))
+        directory_length = append(path, mount_length, {name + date_directory, date_length});
+    append(path, directory_length, name);
 
-    copy_if_wanted(mount, {path, mount_length});
-    copy_if_wanted(directory, {path, directory_length});
-    copy_if_wanted(full, path);
+    put_if_wanted(mount, {path, mount_length});
+    put_if_wanted(directory, {path, directory_length});
+    put_if_wanted(full, path);
     return REC_OK;
 }
 
