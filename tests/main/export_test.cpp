@@ -1,0 +1,202 @@
+// Copying a recording out: what the modules are asked for, what the host file gets, what is printed.
+#include "file_op/open_table.h"
+#include "main/front_end.h"
+#include "tests/modules/module_probe.hpp"
+#include "tests/support/scratch.hpp"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <regex>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using recording::bytes;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class copy_out : public ::testing::Test {
+protected:
+    // The layer finds the test modules below the working directory that the test program was started in.
+    static void SetUpTestSuite() { vfs_Init(); }
+
+    copy_out() {
+        bOpenFirst = 1;
+        in = place.write("in.kmr", content);
+        out = place.file("out.kmr");
+        module_probe::reset();
+    }
+    ~copy_out() override { module_probe::reset(); }
+
+    static std::string printed_by(const std::string& from, const std::string& to) {
+        ::testing::internal::CaptureStdout();
+        inner_OutputFile(from.c_str(), to.c_str());
+        return ::testing::internal::GetCapturedStdout();
+    }
+    std::string printed() const { return printed_by(in, out); }
+    bytes written() const { return scratch::read_file(out); }
+
+    // The module's number of the file is written as N, the folder's path is left out.
+    std::vector<std::string> calls() const {
+        static const std::regex number_in_call("(Read|Eof|Close)\\([0-9]+");
+        static const std::regex number_of_open("(Open.* = )[0-9]+");
+        const std::regex folder(place.path().string() + "/");
+        std::vector<std::string> shown;
+        for (const std::string& call : module_probe::calls()) {
+            const std::string numbered = std::regex_replace(call, number_in_call, "$1(N");
+            shown.push_back(
+                std::regex_replace(std::regex_replace(numbered, number_of_open, "$1N"), folder, ""));
+        }
+        return shown;
+    }
+
+    void expect_refused(const std::string& target) {
+        EXPECT_EQ(printed_by(in, target), "fopen " + target + " error\n");
+        EXPECT_EQ(scratch::read_file(in), content);
+    }
+
+    const bytes content = [] {
+        bytes some(10000);
+        for (std::size_t i = 0; i < some.size(); ++i)
+            some[i] = static_cast<std::uint8_t>(i * 31 + i / 256);
+        return some;
+    }();
+    const scratch::folder place;
+    std::string in;
+    std::string out;
+};
+
+TEST_F(copy_out, reads_blocks_of_4096_bytes_and_asks_for_the_end_after_each) {
+    EXPECT_EQ(printed(), "file size=10000\n");
+    EXPECT_EQ(written(), content);
+    EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
+                                     "sznfs_Read(N, 4096) = 4096", "sznfs_Eof(N) = 0",
+                                     "sznfs_Read(N, 4096) = 4096", "sznfs_Eof(N) = 0",
+                                     "sznfs_Read(N, 4096) = 1808", "sznfs_Eof(N) = 1", "sznfs_Close(N) = 0"));
+}
+
+TEST_F(copy_out, ends_where_the_module_says_that_the_file_ends) {
+    module_probe::fail("Eof", 2, 7);
+    EXPECT_EQ(printed(), "file size=8192\n");
+    EXPECT_EQ(written(), bytes(content.begin(), content.begin() + 8192));
+}
+
+TEST_F(copy_out, ends_when_the_module_cannot_say) {
+    module_probe::fail("Eof", 1, -1);
+    EXPECT_EQ(printed(), "file size=4096\n");
+}
+
+TEST_F(copy_out, ends_when_nothing_more_is_read_although_the_file_goes_on) {
+    module_probe::fail_from("Eof", 1, 0);
+    EXPECT_EQ(printed(), "file size=10000\n");
+    EXPECT_EQ(written(), content);
+}
+
+TEST_F(copy_out, ends_with_the_size_so_far_when_a_read_fails) {
+    module_probe::fail("Read", 2);
+    EXPECT_EQ(printed(), "file size=4096\n");
+    EXPECT_EQ(written(), bytes(content.begin(), content.begin() + 4096));
+    EXPECT_THAT(calls().back(), "sznfs_Close(N) = 0");
+}
+
+TEST_F(copy_out, makes_an_empty_file_when_the_first_read_fails) {
+    module_probe::fail("Read", 1);
+    EXPECT_EQ(printed(), "file size=0\n");
+    EXPECT_THAT(written(), IsEmpty());
+}
+
+TEST_F(copy_out, takes_short_blocks_as_they_come) {
+    module_probe::cut("Read", 1, 100);
+    module_probe::cut("Read", 2, 1);
+    EXPECT_EQ(printed(), "file size=10000\n");
+    EXPECT_EQ(written(), content);
+}
+
+TEST_F(copy_out, reports_the_block_that_did_not_fit) {
+    EXPECT_EQ(printed_by(in, "/dev/full"), "fwrite error. iLen=4096 iRet=0\nfile size=0\n");
+    EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
+                                     "sznfs_Read(N, 4096) = 4096", "sznfs_Close(N) = 0"));
+}
+
+TEST_F(copy_out, prints_and_makes_nothing_when_the_recording_is_not_there) {
+    EXPECT_EQ(printed_by(place.file("missing.kmr"), out), "");
+    EXPECT_FALSE(fs::exists(out));
+}
+
+// The target is not touched before the recording is open.
+TEST_F(copy_out, leaves_the_target_when_the_recording_cannot_be_opened) {
+    place.write_text("out.kmr", "kept");
+    module_probe::fail("Open", 1);
+    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(scratch::read_text(out), "kept");
+}
+
+TEST_F(copy_out, opens_and_closes_the_recording_when_the_target_cannot_be_opened) {
+    const std::string target = place.file("missing/out.kmr");
+    EXPECT_EQ(printed_by(in, target), "fopen " + target + " error\n");
+    EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
+                                     "sznfs_Close(N) = 0"));
+}
+
+TEST_F(copy_out, replaces_what_the_target_held) {
+    place.write("out.kmr", bytes(20000, 1));
+    EXPECT_EQ(printed(), "file size=10000\n");
+    EXPECT_EQ(written(), content);
+}
+
+TEST_F(copy_out, refuses_the_recording_itself_under_every_name) {
+    fs::create_symlink(in, place.file("symlink"));
+    fs::create_hard_link(in, place.file("hardlink"));
+    for (const char* name : {"in.kmr", "./in.kmr", "symlink", "hardlink"})
+        expect_refused((place.path() / name).string());
+}
+
+TEST_F(copy_out, refuses_any_regular_file_that_is_held_open) {
+    const std::string held = place.write_text("held", "kept");
+    const int descriptor = open(held.c_str(), O_RDONLY);
+    expect_refused(held);
+    EXPECT_EQ(scratch::read_text(held), "kept");
+    close(descriptor);
+    EXPECT_EQ(printed_by(in, held), "file size=10000\n");
+}
+
+TEST_F(copy_out, refuses_a_held_file_whatever_its_descriptor) {
+    const std::string held = place.write_text("held", "kept");
+    const int low = open(held.c_str(), O_RDONLY);
+    const int high = dup2(low, 1000);
+    close(low);
+    expect_refused(held);
+    close(high);
+}
+
+TEST_F(copy_out, keeps_no_descriptor_after_any_failure) {
+    const int before = scratch::open_descriptors();
+    for (const char* operation : {"Stat", "Open", "Read", "Eof"})
+        for (int nth = 1; nth <= 4; ++nth) {
+            module_probe::fail(operation, nth);
+            printed();
+            module_probe::reset();
+            EXPECT_EQ(scratch::open_descriptors(), before) << operation << nth;
+        }
+    printed_by(in, "/dev/full");
+    printed_by(in, place.file("missing/out.kmr"));
+    printed_by(in, in);
+    EXPECT_EQ(scratch::open_descriptors(), before);
+}
+
+TEST_F(copy_out, leaves_its_entry_of_the_table_of_open_recordings_taken) {
+    for (int i = 0; i < REC_MAX_OPEN; ++i)
+        EXPECT_EQ(printed(), "file size=10000\n");
+    fs::remove(out);
+    EXPECT_EQ(printed(), "");
+    EXPECT_FALSE(fs::exists(out));
+}
+
+TEST(input_file, is_assigned_by_nobody) {
+    EXPECT_EQ(input_file, nullptr);
+}
+
+} // namespace
