@@ -1,0 +1,67 @@
+// A standard output that takes nothing.
+#include "tests/program/recordings.hpp"
+#include "tests/program/viewer.hpp"
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+namespace {
+
+const std::string name = "eight_frames.kmr";
+
+class output : public ::testing::Test {
+protected:
+    output() { place.folder().write(name, content); }
+
+    void expect_recording_untouched() const { EXPECT_EQ(scratch::read_file(place.path() / name), content); }
+
+    // By the shell, which can close what the program must find closed.
+    int status_by_shell(const std::string& arguments_and_closings) const {
+        const std::string command = "cd '" + place.path().string() + "' && exec " +
+                                    viewer::replaced(KMR_RUN_BY, ";", " ") + " '" + KMR_VIEWER + "' " +
+                                    arguments_and_closings;
+        const int status = std::system(command.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    const recording::bytes content = recordings::all().at(name)();
+    const viewer::place place;
+};
+
+TEST_F(output, that_is_full_ends_nothing_early) {
+    const run::options how{.directory = place.path(), .environment = {}, .stdout_path = "/dev/full"};
+    EXPECT_EQ(run::program(KMR_VIEWER, {"-f", name, "-a"}, how).status, 0);
+    EXPECT_EQ(place.text_of("EndFrame"), "8\n");
+    EXPECT_EQ(run::program(KMR_VIEWER, {"-f", name, "-oout.kmr"}, how).status, 0);
+    EXPECT_EQ(run::program(KMR_VIEWER, {"-q", "1,2"}, how).status, 0);
+    EXPECT_EQ(run::program(KMR_VIEWER, {"-h"}, how).status, 0);
+    EXPECT_EQ(scratch::read_file(place.path() / "out.kmr"), content);
+    expect_recording_untouched();
+}
+
+TEST_F(output, that_is_closed_ends_nothing_early) {
+    EXPECT_EQ(status_by_shell("-f " + name + " -a >&-"), 0);
+    EXPECT_EQ(place.text_of("EndFrame"), "8\n");
+    EXPECT_EQ(status_by_shell("-f " + name + " -oout.kmr >&-"), 0);
+    EXPECT_EQ(scratch::read_file(place.path() / "out.kmr"), content);
+    expect_recording_untouched();
+}
+
+TEST_F(output, that_is_closed_with_all_other_streams_ends_up_in_no_file) {
+    EXPECT_EQ(status_by_shell("-f " + name + " -a <&- >&- 2>&-"), 0);
+    EXPECT_EQ(place.text_of("EndFrame"), "8\n");
+    EXPECT_EQ(status_by_shell("-f " + name + " -oout.kmr <&- >&- 2>&-"), 0);
+    EXPECT_EQ(scratch::read_file(place.path() / "out.kmr"), content);
+    expect_recording_untouched();
+}
+
+TEST_F(output, into_a_file_is_the_whole_report) {
+    const std::string file = (place.path() / "report.txt").string();
+    const run::options how{.directory = place.path(), .environment = {"TZ=UTC0"}, .stdout_path = file};
+    EXPECT_EQ(run::program(KMR_VIEWER, {"-f", name, "-i"}, how).status, 0);
+    EXPECT_EQ(viewer::normalised(scratch::read_text(file)),
+              viewer::read_golden("three_i_frames_of_eight").report);
+}
+
+} // namespace
