@@ -3,6 +3,7 @@
 #include "analyse/options.h"
 #include "base/copy_text.hpp"
 
+#include <cstdio>
 #include <cstring>
 #include <getopt.h>
 
@@ -21,6 +22,14 @@ int next_option(int argc, char** argv) {
     while (optind < argc && !is_option(argv[optind]))
         ++optind;
     return getopt(argc, argv, option_letters);
+}
+
+// The complaint about `optopt`, which getopt does not print itself: its words differ between libcs.
+void complain(const char* program) {
+    const char* known = std::strchr(option_letters, optopt);
+    const bool lacks_argument = known != nullptr && known[0] != ':' && known[1] == ':';
+    std::fprintf(stderr, "%s: %s -- '%c'\n", program,
+                 lacks_argument ? "option requires an argument" : "invalid option", optopt);
 }
 
 std::uint32_t option_bit(int option) {
@@ -91,7 +100,10 @@ job take_option(command_line& command, int option) {
 } // namespace
 
 void parse_command_line(int argc, char** argv, command_line& command) {
+    opterr = 0;
     for (int option = next_option(argc, argv); option >= 1; option = next_option(argc, argv)) {
+        if (option == '?')
+            complain(argv[0]);
         command.what = take_option(command, option);
         if (command.what != job::analysis)
             return;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,7 +55,7 @@ host_file open_target(const char* source, const char* target) {
 
 void copy(vfs_file* recording, std::FILE* target) {
     std::array<char, block_size> block;
-    unsigned long total = 0;
+    std::uint64_t total = 0; // of 64 bits on the board too, where a long has 32
     do {
         const std::int32_t read = vfs_fread(block.data(), 1, block_size, recording);
         if (read < 0)
@@ -66,7 +67,7 @@ void copy(vfs_file* recording, std::FILE* target) {
         }
         total += written;
     } while (vfs_feof(recording) == 0);
-    std::printf("file size=%lu\n", total);
+    std::printf("file size=%" PRIu64 "\n", total);
 }
 
 } // namespace

@@ -58,6 +58,20 @@ protected:
     reader read;
 };
 
+TEST_P(command_line, a_complaint_has_the_same_words_on_every_libc) {
+    const auto complaint = [this](const std::vector<std::string>& arguments) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(read(arguments).what, job::help);
+        return ::testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ(complaint({"-h"}), "kmr_viewer: invalid option -- 'h'\n");
+    EXPECT_EQ(complaint({"-a?"}), "kmr_viewer: invalid option -- '?'\n");
+    EXPECT_EQ(complaint({"-:"}), "kmr_viewer: invalid option -- ':'\n");
+    EXPECT_EQ(complaint({"--all"}), "kmr_viewer: invalid option -- '-'\n");
+    EXPECT_EQ(complaint({"-f"}), "kmr_viewer: option requires an argument -- 'f'\n");
+    EXPECT_EQ(complaint({"-a", "-q"}), "kmr_viewer: option requires an argument -- 'q'\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(, command_line, ::testing::Bool(), [](const auto& stops_at_names) {
     return stops_at_names.param ? "getopt_that_stops_at_names" : "getopt_that_reorders";
 });
