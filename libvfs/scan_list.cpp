@@ -2,6 +2,7 @@
 #include "base/heap_bytes.hpp"
 #include "libvfs/vfs.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +37,21 @@ kmr::heap_array<Element> room_for(int32_t count) {
     return kmr::allocate_array<Element>(count > 0 ? static_cast<std::size_t>(count) : 1);
 }
 
+// Sorts with the help of as many spare records. By merging, so that blocks with equal keys keep their order, and so
+// that keys too far apart for their difference come out alike everywhere: qsort promises neither.
+void sort_blocks(std::span<vfs_block_record> blocks, vfs_block_record* spare) {
+    if (blocks.size() < 2)
+        return;
+    const std::size_t half = blocks.size() / 2;
+    sort_blocks(blocks.first(half), spare);
+    sort_blocks(blocks.subspan(half), spare);
+    std::copy(blocks.begin(), blocks.end(), spare);
+    std::merge(spare, spare + half, spare + half, spare + blocks.size(), blocks.begin(),
+               [](const vfs_block_record& second, const vfs_block_record& first) {
+                   return _vfs_SortBlock(&first, &second) > 0;
+               });
+}
+
 } // namespace
 
 int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
@@ -43,13 +59,14 @@ int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
     if (used < 0)
         return -1;
     const block_array blocks = room_for<vfs_block_record>(used);
-    if (!blocks)
+    const block_array spare = room_for<vfs_block_record>(used);
+    if (!blocks || !spare)
         return -1;
     const int32_t count = znfs_GetBlockInfo(path, blocks.get(), used);
     if (count < 0)
         return -1;
     const auto length = static_cast<std::size_t>(count);
-    std::qsort(blocks.get(), length, sizeof(vfs_block_record), _vfs_SortBlock);
+    sort_blocks({blocks.get(), length}, spare.get());
     auto entries = room_for<vfs_scan_entry*>(count);
     if (!entries || !fill_entries({entries.get(), length}, path, blocks.get()))
         return -1;

@@ -48,6 +48,16 @@ TEST_F(scan_list, NamesTheBlocksInAscendingOrderOfTheirThirdWord) {
     EXPECT_THAT(script.calls, ElementsAre("GetUsedBlockNum /dev/sda1", "GetBlockInfo /dev/sda1 3"));
 }
 
+TEST_F(scan_list, BlocksWithEqualKeysKeepTheirOrder) {
+    use_blocks({block(1, 5), block(2, 4), block(3, 5), block(4, 4), block(5, 5), block(6, 4), block(7, 5)});
+    EXPECT_THAT(scan("/d"), ElementsAre("/d/2", "/d/4", "/d/6", "/d/1", "/d/3", "/d/5", "/d/7"));
+}
+
+TEST_F(scan_list, KeysThatLieFarApartAreInTheOrderOfTheirWrappedDifference) {
+    use_blocks({block(1, 0), block(2, 0x90000000)});
+    EXPECT_THAT(scan("/d"), ElementsAre("/d/2", "/d/1"));
+}
+
 TEST_F(scan_list, AnEntryHas280BytesThatAreZeroButForTheNameAt19) {
     use_blocks({block(5, 1)});
     scan("/dev/a");
