@@ -37,8 +37,9 @@ int32_t rename_path(const char* old_path, const char* new_path) {
 }
 
 int32_t change_times(const char* host_path, const vfs_times* times) {
-    const timespec both[] = {{.tv_sec = times->AccessTime, .tv_nsec = 0},
-                             {.tv_sec = times->ModifyTime, .tv_nsec = 0}};
+    // Stat gives unsigned seconds, so a long of 32 bits that comes back negative is a time beyond 2038.
+    const timespec both[] = {{.tv_sec = static_cast<uint32_t>(times->AccessTime), .tv_nsec = 0},
+                             {.tv_sec = static_cast<uint32_t>(times->ModifyTime), .tv_nsec = 0}};
     return utimensat(AT_FDCWD, host_path, both, 0);
 }
 
