@@ -8,7 +8,12 @@ std::int32_t myReadFile(const char* path, std::int32_t* value) {
     const kmr::host_file file = kmr::open_host_file(path, "r");
     if (!file)
         return -1;
-    return std::fscanf(file.get(), "%d\n", value);
+    // A number that needs more than 32 bits is kept to its low ones; what "%d" makes of it differs between libcs.
+    long long number = 0;
+    const std::int32_t items = std::fscanf(file.get(), "%lld\n", &number);
+    if (items == 1)
+        *value = static_cast<std::int32_t>(number);
+    return items;
 }
 
 std::int32_t myWriteFile(const char* path, std::int32_t value) {
