@@ -19,8 +19,8 @@
  * A text ends with its NUL or with its field. The file is read with the host's own file functions. There is
  * one list of matches per process: one query at a time.
  */
-#ifndef KMR_INDEX_QUERY_H
-#define KMR_INDEX_QUERY_H
+#ifndef KMR_RECORD_QUERY_H
+#define KMR_RECORD_QUERY_H
 
 #include "vfslist16a/dlist/adt_dlist.h"
 
