@@ -49,6 +49,7 @@ std::vector<const option_row*> all_rows() {
 // Every option has a value of its own, so that getopt can tell when a shortened name could mean several.
 std::vector<option> getopt_table(const std::vector<const option_row*>& rows) {
     std::vector<option> table;
+    table.reserve(rows.size() + 1);
     int value = first_row_value;
     for (const option_row* row : rows)
         table.push_back(
@@ -61,6 +62,7 @@ std::vector<option> getopt_table(const std::vector<const option_row*>& rows) {
 template <typename Take>
 void for_each_option(std::vector<std::string> arguments, Take take) {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (std::string& each : arguments)
         words.push_back(each.data());
     const int count = static_cast<int>(words.size());

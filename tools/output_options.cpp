@@ -17,7 +17,7 @@ constexpr option_row output_rows[] = {
 };
 
 constexpr const char* demo[] = {
-    "--video",      KMR_CLIPS "/demo.h264",
+    "--video",      KMR_DEMO_CLIP,
     "--size",       "320x240",
     "--audio",      "2x160",
     "--cover-word", "DEMO",

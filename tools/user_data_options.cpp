@@ -28,7 +28,7 @@ constexpr option_row user_data_rows[] = {
      "group that follow belong to it (else to one block for the I-frames).\n"
      "A frame that several blocks are meant for gets the last of them",
      [](request& to, const std::string& v) {
-         to.recording.frames.user_data.push_back({parse_frame_selection(v), {}});
+         to.recording.frames.user_data.emplace_back().frames = parse_frame_selection(v);
      }},
     {"segment", "NAME=VALUE",
      "adds a segment: osd, vca, frametime, gps, plate, audio, vca_vi or\n"

@@ -118,7 +118,7 @@ TEST(Index, TheTrailerCanBeWrong) {
 
 TEST(Index, TheTrailerCanBeMissing) {
     bytes expected = with({});
-    expected.resize(expected.size() - 8);
+    expected.resize(287);
     put_u32(expected, 80, static_cast<std::uint32_t>(expected.size()));
     EXPECT_EQ(with({"--no-trailer"}), expected);
 }

@@ -37,10 +37,10 @@ civil_time parse_civil_time(const std::string& text) {
 }
 
 std::uint32_t seconds_since_1970(const civil_time& time) {
-    const auto days = std::chrono::sys_days(date_of(time)).time_since_epoch().count();
-    const std::int64_t seconds =
-        std::int64_t{days} * 86400 + time.hour * 3600 + time.minute * 60 + time.second;
-    return static_cast<std::uint32_t>(seconds);
+    using namespace std::chrono;
+    const auto since = sys_days(date_of(time)).time_since_epoch() + hours(time.hour) + minutes(time.minute) +
+                       seconds(time.second);
+    return static_cast<std::uint32_t>(duration_cast<seconds>(since).count());
 }
 
 } // namespace compose

@@ -81,8 +81,9 @@ void field_patch::apply(void* record) const {
 
 field_patch parse_field_patch(const std::string& text, std::span<const record_field> fields) {
     const auto [name, value] = split_pair(text, '=');
-    const auto field = std::find_if(fields.begin(), fields.end(),
-                                    [&](const record_field& each) { return name == each.name; });
+    const auto field = std::find_if(fields.begin(), fields.end(), [&wanted = name](const record_field& each) {
+        return wanted == each.name;
+    });
     if (field == fields.end())
         throw usage_error("'" + name + "' is none of the fields " + names_of(fields));
     const std::uint64_t most = (std::uint64_t{1} << 8 * field->width) - 1;

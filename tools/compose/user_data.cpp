@@ -32,7 +32,7 @@ bytes segments_area(const user_data_block& block) {
 }
 
 bytes plain_block(const user_data_block& block, const bytes& area, std::size_t length) {
-    bytes plain = block.magic.value_or(text_bytes("ZNST"));
+    bytes plain = block.magic;
     append_u16(plain, block.declared_count.value_or(block.segments.size()));
     append_u16(plain, length);
     append(plain, area);

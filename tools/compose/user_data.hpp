@@ -26,9 +26,9 @@ struct user_data_segment {
 
 struct user_data_block {
     std::vector<user_data_segment> segments = {};
+    bytes magic = {'Z', 'N', 'S', 'T'};
 
     // What is wrong with it, on purpose.
-    std::optional<bytes> magic = {};
     std::optional<std::uint16_t> declared_count = {};
     std::optional<std::uint16_t> declared_length = {};
     std::optional<std::uint32_t> declared_size = {};
