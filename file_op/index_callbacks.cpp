@@ -4,9 +4,6 @@
 
 namespace {
 
-enum { ANSWER_STOP = -1, ANSWER_SUCCESS = 2 };
-enum { STATE_DECIDED = 1, NONE = -1 };
-
 // By copy, because the record stands wherever the record size of the file has put it.
 bool load_record(const void* from, int32_t size, kmr_index_record& record) {
     if (size < static_cast<int32_t>(KMR_INDEX_RECORD_SIZE))
@@ -23,8 +20,8 @@ void choose(rec_index_context& query, const kmr_index_record& record, int32_t en
 
 // A tag that is there already is to be replaced, which the query tells its caller as a success.
 int32_t decide(rec_index_context& query) {
-    query.iState = STATE_DECIDED;
-    return query.cTagName[0] != '\0' ? ANSWER_SUCCESS : ANSWER_STOP;
+    query.iState = REC_INDEX_DECIDED;
+    return query.cTagName[0] != '\0' ? REC_INDEX_SUCCESS : REC_INDEX_STOP;
 }
 
 } // namespace
@@ -33,16 +30,16 @@ int32_t _rec_TimeCompare(const void* record, int32_t record_size, int32_t end_po
     auto& query = *static_cast<rec_index_context*>(context);
     kmr_index_record candidate;
     if (!load_record(record, record_size, candidate))
-        return ANSWER_STOP;
+        return REC_INDEX_STOP;
 
     const auto time = static_cast<int32_t>(candidate.TimeNow);
-    const bool is_first = query.iTime == NONE;
+    const bool is_first = query.iTime == REC_INDEX_NONE;
     if (is_first) {
         choose(query, candidate, end_position);
         return time < query.iKey ? query.iState : decide(query);
     }
-    if (query.iState == STATE_DECIDED)
-        return ANSWER_STOP;
+    if (query.iState == REC_INDEX_DECIDED)
+        return REC_INDEX_STOP;
     if (time >= query.iKey && query.iKey >= query.iTime)
         return decide(query);
     choose(query, candidate, end_position);
@@ -53,17 +50,17 @@ int32_t _rec_WholeCompare(const void* record, int32_t record_size, int32_t end_p
     auto& query = *static_cast<rec_index_context*>(context);
     kmr_index_record candidate;
     if (!load_record(record, record_size, candidate))
-        return ANSWER_STOP;
-    if (static_cast<int32_t>(candidate.TimeNow) != query.iKey || query.iPosition != NONE)
+        return REC_INDEX_STOP;
+    if (static_cast<int32_t>(candidate.TimeNow) != query.iKey || query.iPosition != REC_INDEX_NONE)
         return query.iState;
     query.iPosition = end_position;
-    query.iState = STATE_DECIDED;
-    return ANSWER_STOP;
+    query.iState = REC_INDEX_DECIDED;
+    return REC_INDEX_STOP;
 }
 
 int32_t _rec_GetStartTm(const void* record, int32_t record_size, int32_t, void* context) {
     kmr_index_record first;
     if (load_record(record, record_size, first))
         *static_cast<uint32_t*>(context) = first.TimeNow;
-    return ANSWER_STOP;
+    return REC_INDEX_STOP;
 }

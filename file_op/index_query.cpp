@@ -11,8 +11,7 @@
 namespace {
 
 enum { INDEX_FOUND = 0, NO_INDEX = -1 };
-enum { WALK_ENDED = 0, WALK_STOPPED_WITH_SUCCESS = 1, WALK_WITHOUT_INDEX = 3 };
-enum { ANSWER_STOP = -1, ANSWER_SUCCESS = 2 };
+enum { WALK_ENDED = 0, WALK_SUCCEEDED = 1, WALK_WITHOUT_INDEX = 3 };
 
 constexpr uint32_t records_per_batch = 128;
 
@@ -57,40 +56,53 @@ public:
     record_walk(int32_t mode, rec_index_callback callback, void* context)
         : mode_(mode), callback_(callback), context_(context) {}
 
-    int32_t run(vfs_file* file, const index_place& place, uint32_t block_length) const {
-        const uint32_t largest_batch = std::min(place.record_count, records_per_batch);
-        // Known before anything is allocated: a batch that the block cannot hold would be a short one.
-        if (uint64_t{largest_batch} * place.record_size > block_length)
-            return WALK_ENDED;
-        const kmr::heap_bytes batch = kmr::allocate_bytes(std::size_t{largest_batch} * place.record_size);
-        if (batch == nullptr)
-            return WALK_ENDED;
-
-        uint32_t end = place.first_record;
-        for (uint32_t left = place.record_count; left > 0;) {
-            const uint32_t count = std::min(left, records_per_batch);
-            if (vfs_fread(batch.get(), place.record_size, count, file) != static_cast<int32_t>(count))
-                return WALK_ENDED;
-            for (uint32_t i = 0; i < count; ++i) {
-                end += place.record_size;
-                const uint8_t* record = batch.get() + std::size_t{i} * place.record_size;
-                const int32_t answer = callback_(record, static_cast<int32_t>(place.record_size),
-                                                 static_cast<int32_t>(end), context_);
-                if (answer == ANSWER_STOP)
-                    return WALK_ENDED;
-                if (answer == ANSWER_SUCCESS && mode_ == REC_INDEX_BY_TIME)
-                    return WALK_STOPPED_WITH_SUCCESS;
-            }
-            left -= count;
-        }
-        return WALK_ENDED;
-    }
+    // The file stands at the first record.
+    int32_t run(vfs_file* file, const index_place& place, uint32_t block_length);
 
 private:
+    enum class outcome { goes_on, ended, succeeded };
+    outcome hand_over(const uint8_t* records, uint32_t count, uint32_t record_size);
+
     int32_t mode_;
     rec_index_callback callback_;
     void* context_;
+    uint32_t end_position_ = 0; // of the record that was handed over last
 };
+
+record_walk::outcome record_walk::hand_over(const uint8_t* records, uint32_t count, uint32_t record_size) {
+    for (uint32_t i = 0; i < count; ++i, records += record_size) {
+        end_position_ += record_size;
+        const int32_t answer = callback_(records, static_cast<int32_t>(record_size),
+                                         static_cast<int32_t>(end_position_), context_);
+        if (answer == REC_INDEX_STOP)
+            return outcome::ended;
+        if (answer == REC_INDEX_SUCCESS && mode_ == REC_INDEX_BY_TIME)
+            return outcome::succeeded;
+    }
+    return outcome::goes_on;
+}
+
+int32_t record_walk::run(vfs_file* file, const index_place& place, uint32_t block_length) {
+    const uint32_t largest_batch = std::min(place.record_count, records_per_batch);
+    const uint64_t size = uint64_t{largest_batch} * place.record_size;
+    // Known before anything is allocated: a batch that the block cannot hold would be a short one.
+    if (size > block_length)
+        return WALK_ENDED;
+    const kmr::heap_bytes batch = kmr::allocate_bytes(static_cast<std::size_t>(size));
+    if (batch == nullptr)
+        return WALK_ENDED;
+
+    end_position_ = place.first_record;
+    outcome result = outcome::goes_on;
+    for (uint32_t left = place.record_count; left > 0 && result == outcome::goes_on;) {
+        const uint32_t count = std::min(left, records_per_batch);
+        const bool is_whole =
+            vfs_fread(batch.get(), place.record_size, count, file) == static_cast<int32_t>(count);
+        result = is_whole ? hand_over(batch.get(), count, place.record_size) : outcome::ended;
+        left -= count;
+    }
+    return result == outcome::succeeded ? WALK_SUCCEEDED : WALK_ENDED;
+}
 
 } // namespace
 

@@ -26,9 +26,14 @@ typedef struct rec_index_header {
     uint32_t BlockOffset;
 } rec_index_header;
 
+/* What a callback answers. Any other number goes on with the next record. */
+enum {
+    REC_INDEX_STOP = -1,
+    REC_INDEX_SUCCESS = 2, /* in mode 0 ends the walk with success, in the other modes goes on */
+};
+
 /* Called for each record in file order. `record` points at record_size bytes, aligned to nothing, which are valid
- * during the call; `end_position` is the offset just behind the record. -1 ends the walk; 2 ends it with success in
- * mode 0; anything else goes on. */
+ * during the call; `end_position` is the offset just behind the record. */
 typedef int32_t (*rec_index_callback)(const void* record, int32_t record_size, int32_t end_position,
                                       void* context);
 
@@ -47,9 +52,15 @@ enum {
 int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callback, void* context,
                        rec_index_header* header);
 
+enum {
+    REC_INDEX_SEARCHING = 0,
+    REC_INDEX_DECIDED = 1,
+    REC_INDEX_NONE = -1, /* no position, no time */
+};
+
 /* What _rec_TimeCompare and _rec_WholeCompare work on. To start: 0, 1, -1, -1, the key, the text. */
 typedef struct rec_index_context {
-    int32_t iState;    /* 0 searching, 1 decided */
+    int32_t iState;    /* REC_INDEX_SEARCHING or REC_INDEX_DECIDED */
     int32_t iOne;      /* 1 */
     int32_t iPosition; /* offset just behind the chosen record, -1: none */
     int32_t iTime;     /* the chosen record's time, -1: none yet */

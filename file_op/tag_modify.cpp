@@ -18,7 +18,6 @@ enum {
 };
 
 enum { QUERY_CHOSE_UNTAGGED = 0, QUERY_CHOSE_TAGGED = 1, QUERY_NO_INDEX = 3 };
-enum { STATE_DECIDED = 1, NONE = -1 };
 
 struct tag_change {
     rec_index_context query;
@@ -55,18 +54,9 @@ int32_t choose_for_change(const char* name, tag_change& change) {
     return TAG_DONE;
 }
 
-int32_t choose_record(int32_t operation, const char* name, tag_change& change) {
-    switch (operation) {
-    case REC_TAG_ADD:
-        return choose_for_add(name, change);
-    case REC_TAG_REMOVE:
-        return choose_for_remove(name, change);
-    case REC_TAG_CHANGE:
-        return choose_for_change(name, change);
-    default:
-        return TAG_REFUSED;
-    }
-}
+// By operation: which record it is about and what becomes of the count. Anything but TAG_DONE ends the change.
+constexpr int32_t (*choose_record[])(const char* name, tag_change& change) = {
+    choose_for_add, choose_for_remove, choose_for_change};
 
 bool write_at(int32_t fd, uint32_t position, const void* bytes, uint32_t size) {
     return kmr::seek_to(fd, position) && vfs_Write(fd, bytes, size) == static_cast<int32_t>(size);
@@ -104,17 +94,35 @@ kmr::heap_bytes page_aligned_tag(const char* text) {
     return tag;
 }
 
-int32_t modify_file(const char* name, const tag_change& change, const char* text) {
+class file_dates {
+public:
+    // To be taken before anything of the file is read: reading moves the access time.
+    explicit file_dates(const char* name) {
+        kmr::recording_path path;
+        vfs_stat_record record = {};
+        are_known_ = kmr::resolve_path(name, path, record);
+        times_ = {static_cast<long>(record.AccessTime), static_cast<long>(record.ModifyTime)};
+    }
+
+    [[nodiscard]] bool are_known() const { return are_known_; }
+    void restore(const char* path) const { vfs_utimes(path, &times_); }
+
+private:
+    bool are_known_;
+    vfs_times times_;
+};
+
+int32_t modify_file(const char* name, const tag_change& change, const char* text, const file_dates& dates) {
     const kmr::heap_bytes tag = page_aligned_tag(text);
     kmr::recording_path path;
-    vfs_stat_record before = {};
-    if (tag == nullptr || !kmr::resolve_path(name, path, before))
+    vfs_stat_record record = {};
+    if (tag == nullptr || !dates.are_known() || !kmr::resolve_path(name, path, record))
         return TAG_REFUSED;
     // Positions of an index have 32 bits; in a longer file they may name any place.
-    if (before.Size > UINT32_MAX)
+    if (record.Size > UINT32_MAX)
         return TAG_REFUSED;
 
-    int32_t result = TAG_REFUSED;
+    int32_t result;
     {
         const kmr::open_descriptor file(vfs_Open(0, path.text, O_WRONLY));
         if (!file.is_open())
@@ -122,8 +130,7 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
         result = write_tag(file.get(), change, tag.get());
         sync();
     }
-    const vfs_times times = {static_cast<long>(before.AccessTime), static_cast<long>(before.ModifyTime)};
-    vfs_utimes(path.text, &times);
+    dates.restore(path.text);
     return result;
 }
 
@@ -132,14 +139,17 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
 int32_t rec_TagModify(int32_t operation, const char* name, int32_t* key, const char* text) {
     if (name == nullptr || text == nullptr || key == nullptr)
         return TAG_REFUSED;
+    if (operation < REC_TAG_ADD || operation > REC_TAG_CHANGE)
+        return TAG_REFUSED;
+    const file_dates dates(name);
     tag_change change = {};
-    change.query = {0, 1, NONE, NONE, *key, text, {}};
-    const int32_t choice = choose_record(operation, name, change);
+    change.query = {REC_INDEX_SEARCHING, 1, REC_INDEX_NONE, REC_INDEX_NONE, *key, text, {}};
+    const int32_t choice = choose_record[operation](name, change);
     if (choice != TAG_DONE)
         return choice;
-    if (change.query.iState != STATE_DECIDED || change.query.iPosition == NONE)
+    if (change.query.iState != REC_INDEX_DECIDED || change.query.iPosition == REC_INDEX_NONE)
         return TAG_REFUSED;
-    const int32_t result = modify_file(name, change, operation == REC_TAG_REMOVE ? "" : text);
+    const int32_t result = modify_file(name, change, operation == REC_TAG_REMOVE ? "" : text, dates);
     if (result == TAG_DONE)
         *key = change.query.iTime;
     return result;

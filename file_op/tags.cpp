@@ -6,7 +6,7 @@
 
 int32_t _rec_TagQuery(const void* record, int32_t record_size, int32_t, void* context) {
     if (record_size < static_cast<int32_t>(KMR_INDEX_RECORD_SIZE))
-        return -1;
+        return REC_INDEX_STOP;
     auto& query = *static_cast<rec_tag_context*>(context);
     kmr_index_record candidate;
     std::memcpy(&candidate, record, sizeof candidate);
