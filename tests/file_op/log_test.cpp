@@ -131,7 +131,7 @@ TEST_F(LogTest, EndingIsThatOfTheFormatNotOfTheMessage) {
 }
 
 TEST_F(LogTest, ArgumentsOfEveryKind) {
-    EXPECT_EQ(console([] { zn_printf_alone(0, "%c %ld %.2f %s %%", 'x', 123456789012L, 1.5, "text"); }),
+    EXPECT_EQ(console([] { zn_printf_alone(0, "%c %lld %.2f %s %%", 'x', 123456789012LL, 1.5, "text"); }),
               yellow("x 123456789012 1.50 text %\r\n"));
 }
 

@@ -468,13 +468,13 @@ protected:
         put_u32(header, 4, SIZE);
         std::FILE* const file = std::fopen(path_.c_str(), "rb+");
         for (int i = 0; i < count; ++i) {
-            fseeko(file, static_cast<off_t>(HEADER + std::size_t{SIZE} * static_cast<std::size_t>(i)),
+            fseeko(file, static_cast<off_t>(HEADER + std::uint64_t{SIZE} * static_cast<std::uint64_t>(i)),
                    SEEK_SET);
             EXPECT_EQ(std::fwrite(header.data(), 1, header.size(), file), header.size());
         }
         std::fclose(file);
         ASSERT_EQ(truncate(path_.c_str(),
-                           static_cast<off_t>(HEADER + std::size_t{SIZE} * static_cast<std::size_t>(count))),
+                           static_cast<off_t>(HEADER + std::uint64_t{SIZE} * static_cast<std::uint64_t>(count))),
                   0);
     }
 
@@ -484,7 +484,7 @@ protected:
 TEST_F(LargeRebuildTest, FramesBeyond2GiBAreKept) {
     put_large_frames(2);
     EXPECT_EQ(recover(), 0);
-    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 2 * std::size_t{SIZE} + 52 + 160);
+    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 2 * std::uint64_t{SIZE} + 52 + 160);
     kmr_frame_header header = {};
     std::uint32_t block = 0;
     std::uint32_t count = 0;
@@ -496,7 +496,7 @@ TEST_F(LargeRebuildTest, FramesBeyond2GiBAreKept) {
 TEST_F(LargeRebuildTest, FramesBeyond4GiBHaveNoOffsetAndNothingIsTouched) {
     put_large_frames(4);
     EXPECT_EQ(make_index(), REC_SHORT_READ);
-    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 4 * std::size_t{SIZE});
+    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 4 * std::uint64_t{SIZE});
 }
 
 } // namespace
