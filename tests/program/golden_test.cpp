@@ -1,4 +1,5 @@
-// Whole reports against the texts in golden/. The recordings that a command line names are composed by recordings.hpp.
+// Whole reports against the texts in golden/. The recordings that a command line names come from recordings.hpp, or from
+// the composer where the golden says how.
 #include "tests/program/recordings.hpp"
 #include "tests/program/viewer.hpp"
 
@@ -43,6 +44,8 @@ protected:
 
 TEST_P(golden, report) {
     const viewer::golden expected = viewer::read_golden(GetParam());
+    for (const viewer::arguments& words : expected.compositions)
+        place.compose(words);
     write_recordings(expected.words);
     EXPECT_EQ(place.report(expected.words, expected.environment), expected.report);
     expect_recordings_untouched();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <gmock/gmock.h>
+#include <iomanip>
 #include <regex>
 #include <sstream>
 
@@ -13,7 +14,23 @@ namespace {
 const fs::path golden_folder = KMR_GOLDEN;
 
 constexpr std::string_view prompt = "$ ";
-constexpr std::string_view program_name = "kmr_viewer";
+constexpr std::string_view composer_name = "kmr_make";
+
+arguments words_of(const std::string& line) {
+    arguments words;
+    std::istringstream stream(line);
+    for (std::string word; stream >> std::quoted(word);)
+        words.push_back(word);
+    return words;
+}
+
+// Takes the line at the beginning of the text away.
+std::string take_line(std::string& text) {
+    const std::size_t end = text.find('\n');
+    const std::string line = text.substr(0, end);
+    text.erase(0, end + 1);
+    return line;
+}
 
 bool is_assignment(const std::string& word) {
     return word.find('=') != std::string::npos;
@@ -42,6 +59,13 @@ std::string place::report(const arguments& words, const std::vector<std::string>
     return result.out;
 }
 
+void place::compose(const arguments& words) const {
+    const run::result result =
+        run::program(KMR_MAKE, words, {.directory = path(), .environment = {"TZ=UTC0"}});
+    if (result.status != 0)
+        throw std::runtime_error(result.err);
+}
+
 std::string normalised(std::string output) {
     static const std::regex cost_line("Cost Time :[0-9]+ \\(ms\\)\n");
     output = std::regex_replace(output, cost_line, "Cost Time :N (ms)\n");
@@ -57,19 +81,20 @@ std::vector<std::string> golden_names() {
 }
 
 golden read_golden(const std::string& name) {
-    const std::string text = scratch::read_text(golden_folder / (name + ".txt"));
-    const std::size_t line_end = text.find('\n');
-    golden read{.environment = {}, .words = {}, .report = text.substr(line_end + 1)};
-    std::istringstream line(text.substr(prompt.size(), line_end - prompt.size()));
-    bool behind_program = false;
-    for (std::string word; line >> word;) {
-        if (behind_program)
-            read.words.push_back(word == "\"\"" ? "" : word);
-        else if (is_assignment(word))
-            read.environment.push_back(word);
-        behind_program = behind_program || word == program_name;
+    golden read{};
+    read.report = scratch::read_text(golden_folder / (name + ".txt"));
+    for (;;) {
+        arguments words = words_of(take_line(read.report).substr(prompt.size()));
+        const auto program = std::find_if_not(words.begin(), words.end(), is_assignment);
+        const arguments behind_program(program + 1, words.end());
+        if (*program == composer_name) {
+            read.compositions.push_back(behind_program);
+            continue;
+        }
+        read.environment.assign(words.begin(), program);
+        read.words = behind_program;
+        return read;
     }
-    return read;
 }
 
 std::string replaced(std::string text, const std::string& what, const std::string& with) {

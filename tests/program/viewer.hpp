@@ -21,6 +21,9 @@ public:
     bool has(const std::string& name) const { return std::filesystem::exists(path() / name); }
     std::string text_of(const std::string& name) const { return scratch::read_text(path() / name); }
 
+    // Makes a file with the composer.
+    void compose(const arguments& words) const;
+
     // The output comes as the goldens have it: the program is called "kmr_viewer", its time "N".
     run::result run(const arguments& words, const std::vector<std::string>& environment = {}) const;
     // As run, but expects exit status 0 and silence on standard error.
@@ -32,8 +35,10 @@ private:
 
 std::string normalised(std::string output);
 
-// A file of golden/: the command line on its first line, then all that it prints.
+// A file of golden/: command lines, "$ kmr_make ..." for files that the composer makes, then one of the program, and
+// all that it prints. Words with blanks in them stand in quotation marks.
 struct golden {
+    std::vector<arguments> compositions;
     std::vector<std::string> environment;
     arguments words;
     std::string report;
