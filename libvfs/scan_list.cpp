@@ -11,6 +11,7 @@
 namespace {
 
 using block_array = kmr::heap_array<vfs_block_record>;
+using entry_array = kmr::heap_array<vfs_scan_entry*>;
 
 void free_entries(std::span<vfs_scan_entry*> entries) {
     for (vfs_scan_entry* entry : entries)
@@ -31,10 +32,14 @@ bool fill_entries(std::span<vfs_scan_entry*> entries, const char* path, const vf
     return true;
 }
 
-// Room for `count` elements, and never null for none of them.
-template <typename Element>
-kmr::heap_array<Element> room_for(int32_t count) {
-    return kmr::allocate_array<Element>(count > 0 ? static_cast<std::size_t>(count) : 1);
+// Room for `count` records or entries, and never null for none of them.
+block_array room_for_blocks(int32_t count) {
+    return kmr::allocate_array<vfs_block_record>(count > 0 ? static_cast<std::size_t>(count) : 1);
+}
+
+entry_array room_for_entries(int32_t count) {
+    const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 1;
+    return entry_array(static_cast<vfs_scan_entry**>(std::calloc(length, sizeof(vfs_scan_entry*))));
 }
 
 // Sorts with the help of as many spare records. By merging, so that blocks with equal keys keep their order, and so
@@ -58,8 +63,8 @@ int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
     const int32_t used = znfs_GetUsedBlockNum(path);
     if (used < 0)
         return -1;
-    const block_array blocks = room_for<vfs_block_record>(used);
-    const block_array spare = room_for<vfs_block_record>(used);
+    const block_array blocks = room_for_blocks(used);
+    const block_array spare = room_for_blocks(used);
     if (!blocks || !spare)
         return -1;
     const int32_t count = znfs_GetBlockInfo(path, blocks.get(), used);
@@ -67,7 +72,7 @@ int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
         return -1;
     const auto length = static_cast<std::size_t>(count);
     sort_blocks({blocks.get(), length}, spare.get());
-    auto entries = room_for<vfs_scan_entry*>(count);
+    entry_array entries = room_for_entries(count);
     if (!entries || !fill_entries({entries.get(), length}, path, blocks.get()))
         return -1;
     *list = entries.release();

@@ -108,14 +108,14 @@ int32_t vfs_Stat(const char* path, vfs_stat_record* record); /* the caller zero-
 int32_t vfs_Unlink(const char* path);
 int32_t vfs_Statfs(const char* path, struct statfs* statistics);
 int32_t vfs_Format(const char* path);
-int32_t vfs_utimes(const char* path, const vfs_times* times);                   /* null times: -1 */
-int32_t vfs_SetUsrParam(const char* path, int32_t first, int32_t second);       /* either parameter 0: -1 */
+int32_t vfs_utimes(const char* path, const vfs_times* times);             /* null times: -1 */
+int32_t vfs_SetUsrParam(const char* path, int32_t first, int32_t second); /* either parameter 0: -1 */
 /* Both paths must be served by the same module. On module 0 nothing is renamed: see _vfs_rename. */
 int32_t vfs_Rename(const char* old_path, const char* new_path);
 
 /* These three call module 0 directly, whatever serves the path and whether or not its entry is loaded. */
 int32_t vfs_ChangeCreateTime(const char* path, int64_t time);
-int32_t vfs_ChangeRecType(const char* path, int32_t type, int32_t value);       /* type outside of 1 to 63: -1 */
+int32_t vfs_ChangeRecType(const char* path, int32_t type, int32_t value); /* type outside of 1 to 63: -1 */
 int32_t vfs_UpdataePreRecPtr(int32_t fd, int32_t first, int32_t second);
 
 /* Module 0's Rename: locks (the new name's character 20 is 'L') or unlocks the recording when the two names differ

@@ -1,4 +1,5 @@
-// System calls, repeated when a signal interrupted them before anything was done, and descriptors that close themselves.
+// System calls, repeated when a signal interrupted them before anything was done, and descriptors that close
+// themselves.
 #pragma once
 
 #include <cerrno>

@@ -13,8 +13,8 @@
 namespace kmr::plain {
 namespace {
 
-// A path put together from a folder and a name in it; empty, so naming nothing, when the folder is or when the path would
-// be too long.
+// A path put together from a folder and a name in it; empty, so naming nothing, when the folder is or when the
+// path would be too long.
 class joined_path {
 public:
     joined_path(const char* folder, const char* name) { format("%s/%s", folder, name); }

@@ -46,6 +46,7 @@ public:
     locked_file& operator=(const locked_file&) = delete;
 
     explicit operator bool() const { return entry_ != nullptr; }
+    open_file_entry& operator*() const { return *entry_; }
     open_file_entry* operator->() const { return entry_; }
 
     // Passes a host call's result on and keeps its error.
@@ -93,8 +94,9 @@ int64_t size_of(const locked_file& file) {
 
 ssize_t write_at_end(open_file_entry& entry, const void* buffer, uint32_t count) {
     const ssize_t written = retried([&] { return write(entry.descriptor, buffer, count); });
-    if (written > 0)
-        entry.position = lseek(entry.descriptor, 0, SEEK_CUR);
+    const off_t end = written > 0 ? lseek(entry.descriptor, 0, SEEK_CUR) : -1;
+    if (end >= 0)
+        entry.position = end;
     return written;
 }
 
@@ -154,9 +156,9 @@ int32_t write_file(int32_t file, const void* buffer, uint32_t count) {
     const locked_file entry(file);
     if (!entry)
         return -1;
-    open_file_entry& target = *entry.operator->();
-    return static_cast<int32_t>(entry.judged(entry->appends ? write_at_end(target, buffer, count)
-                                                            : write_at_position(target, buffer, count)));
+    const ssize_t written =
+        entry->appends ? write_at_end(*entry, buffer, count) : write_at_position(*entry, buffer, count);
+    return static_cast<int32_t>(entry.judged(written));
 }
 
 int64_t seek_file(int32_t file, int64_t offset, int32_t origin) {

@@ -67,10 +67,17 @@ bool write_date(int descriptor, const kmr_file_header& header) {
     return retried([&] { return pwrite(descriptor, date, DATE_SIZE, DATE_OFFSET); }) == wanted;
 }
 
+// Only a file's owner may ask the host to leave its access time alone.
+int open_quietly(const char* host_path) {
+    constexpr int FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    const int descriptor = retried([&] { return open(host_path, FLAGS | O_NOATIME); });
+    return descriptor < 0 && errno == EPERM ? retried([&] { return open(host_path, FLAGS); }) : descriptor;
+}
+
 } // namespace
 
 uint32_t recording_start(const char* host_path) {
-    const host_descriptor file(retried([&] { return open(host_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+    const host_descriptor file(open_quietly(host_path));
     kmr_file_header header;
     if (file.number() < 0 || !read_header(file.number(), header))
         return 0;

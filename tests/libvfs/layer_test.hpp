@@ -1,5 +1,5 @@
-// A test of the layer starts with both probe modules loaded, nothing open, and an empty log. Its folder is on the host, so
-// module 1 serves it; the same folder is reached through module 0 by a path with "/dev/" in it.
+// A test of the layer starts with both probe modules loaded, nothing open, and an empty log. Module 1 serves its
+// folder on the host, and module 0 the folder "dev" in it.
 #pragma once
 
 #include "libvfs/vfs.h"

@@ -10,6 +10,10 @@ int32_t sznfs_Open(int32_t selector, const char* path, int32_t flags) {
     return -1;
 }
 
-int32_t sznfs_error(int32_t file) { return file; }
+int32_t sznfs_error(int32_t file) {
+    return file;
+}
 
-void* sznfs_ReadDir(void* handle) { return handle; }
+void* sznfs_ReadDir(void* handle) {
+    return handle;
+}

@@ -46,7 +46,7 @@ constexpr uint32_t start_in_cet = 1420167845 - 3600; // 2015-01-02 03:04:05
 
 TEST_P(plain_paths, StatFillsItsFieldsAndNothingElse) {
     const auto path = write_file("x", "abcde");
-    const vfs_times times = {1000000001, 3000000002u & 0x7FFFFFFF};
+    const vfs_times times = {1000000001, 852516354};
     ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
     vfs_stat_record record;
     std::memset(&record, 0xEE, sizeof record);
@@ -135,6 +135,17 @@ TEST_P(plain_paths, AMissingFileIsRefusedByEveryOperation) {
     }
 }
 
+TEST_P(plain_paths, StatLeavesTheAccessTimeOfAFileOfOnesOwn) {
+    const auto path = write_recording(recording::file_header(1));
+    const vfs_times times = {1000000001, 1000000002}; // last read before last written, so reading would count
+    ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
+    vfs_stat_record record = {};
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(module.stat(path, record), 0);
+        EXPECT_EQ(record.AccessTime, 1000000001u);
+    }
+}
+
 // --- The other operations ---
 
 TEST_P(plain_paths, UnlinkRemovesTheFile) {
@@ -151,6 +162,17 @@ TEST_P(plain_paths, ChangeTimeSetsAccessAndModificationTime) {
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_atime, 1000000001);
     EXPECT_EQ(status.st_mtime, 1000000002);
+}
+
+TEST_P(plain_paths, TimesBeyond2038ComeBackFromStatAsTheyWereSet) {
+    const auto path = write_file("x", "abc");
+    // A long of 32 bits holds them as negative numbers.
+    const vfs_times times = {static_cast<long>(3000000001u), static_cast<long>(4000000002u)};
+    ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
+    vfs_stat_record record = {};
+    ASSERT_EQ(module.stat(path, record), 0);
+    EXPECT_EQ(record.AccessTime, 3000000001u);
+    EXPECT_EQ(record.ModifyTime, 4000000002u);
 }
 
 TEST_P(plain_paths, SetUsrParamKeepsNothing) {
