@@ -34,58 +34,72 @@ text with_line_end(const char* format) {
     const std::size_t length = std::strlen(format);
     text copy = kmr::allocate_array<char>(length + room_for_line_end);
     if (copy != nullptr) {
+        const char* const line_end = missing_line_end(format, length);
         std::memcpy(copy.get(), format, length);
-        std::strcpy(copy.get() + length, missing_line_end(format, length));
+        std::memcpy(copy.get() + length, line_end, std::strlen(line_end) + 1);
     }
     return copy;
 }
 
-std::tm local_time() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local = {};
-    localtime_r(&now, &local);
-    return local;
-}
+constexpr const char* end_of_colour = "\x1B[0;39m";
 
-int32_t print_stamped(const char* colour, const char* format, va_list arguments) {
-    const std::tm now = local_time();
-    std::printf("\x1B[1;%sm[%04d/%02d/%02d %02d:%02d:%02d %ld]\x1B[0;39m", colour, now.tm_year + 1900,
-                now.tm_mon + 1, now.tm_mday, now.tm_hour % 24, now.tm_min, now.tm_sec,
-                static_cast<long>(getpid()));
-    return std::vprintf(format, arguments);
-}
-
-int32_t print_plain(const char* format, va_list arguments) {
-    std::fputs("\x1B[1;36m", stdout);
-    const int32_t count = std::vprintf(format, arguments);
-    std::puts("\x1B[0;39m\r");
-    return count;
-}
-
-int32_t append_to_file(const char* format, va_list arguments) {
-    const kmr::host_file file = kmr::open_host_file("printf.txt", "a+");
-    if (file == nullptr)
-        return LOG_FAILED;
-    const std::tm now = local_time();
-    std::fprintf(file.get(), "[%04d/%02d/%02d %02d:%02d:%02d]", now.tm_year + 1900, now.tm_mon + 1,
-                 now.tm_mday, now.tm_hour % 24, now.tm_min, now.tm_sec);
-    return std::vfprintf(file.get(), format, arguments);
-}
-
-int32_t print(uint32_t level, const char* format, va_list arguments) {
-    constexpr const char* yellow = "33";
-    constexpr const char* red = "31";
-    switch (level) {
-    case ZN_LOG_INFO:
-        return print_stamped(yellow, format, arguments);
-    case ZN_LOG_ERROR:
-        return print_stamped(red, format, arguments);
-    case ZN_LOG_PLAIN:
-        return print_plain(format, arguments);
-    default:
-        return append_to_file(format, arguments);
+// Where one message goes, from what stands before it to what follows it.
+class message_output {
+public:
+    explicit message_output(uint32_t level) : level_(level) { open(); }
+    ~message_output() {
+        if (level_ == ZN_LOG_PLAIN)
+            std::printf("%s\r\n", end_of_colour);
     }
-}
+    message_output(const message_output&) = delete;
+    message_output& operator=(const message_output&) = delete;
+
+    // Null when the log file cannot be opened.
+    [[nodiscard]] std::FILE* stream() const { return file_ != nullptr ? file_.get() : console_; }
+
+private:
+    void open() {
+        switch (level_) {
+        case ZN_LOG_INFO:
+            return print_coloured_stamp("33");
+        case ZN_LOG_ERROR:
+            return print_coloured_stamp("31");
+        case ZN_LOG_PLAIN:
+            std::printf("\x1B[1;36m");
+            return;
+        default:
+            return open_log_file();
+        }
+    }
+
+    static void print_coloured_stamp(const char* colour) {
+        std::printf("\x1B[1;%sm[", colour);
+        print_time(stdout);
+        std::printf(" %ld]%s", static_cast<long>(getpid()), end_of_colour);
+    }
+
+    void open_log_file() {
+        console_ = nullptr;
+        file_ = kmr::open_host_file("printf.txt", "a+");
+        if (file_ == nullptr)
+            return;
+        std::fputc('[', file_.get());
+        print_time(file_.get());
+        std::fputc(']', file_.get());
+    }
+
+    static void print_time(std::FILE* to) {
+        const std::time_t now = std::time(nullptr);
+        std::tm local = {};
+        localtime_r(&now, &local);
+        std::fprintf(to, "%04d/%02d/%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
+                     local.tm_mday, local.tm_hour % 24, local.tm_min, local.tm_sec);
+    }
+
+    uint32_t level_;
+    kmr::host_file file_;
+    std::FILE* console_ = stdout;
+};
 
 } // namespace
 
@@ -95,9 +109,12 @@ int32_t zn_printf_alone(uint32_t level, const char* format, ...) {
     const text line = with_line_end(format);
     if (line == nullptr)
         return LOG_NO_MEMORY;
+    const message_output output(level);
+    if (output.stream() == nullptr)
+        return LOG_FAILED;
     va_list arguments;
     va_start(arguments, format);
-    const int32_t count = print(level, line.get(), arguments);
+    const int32_t count = std::vfprintf(output.stream(), line.get(), arguments);
     va_end(arguments);
     return count;
 }
