@@ -1,0 +1,413 @@
+// The index detail, the verdict, and what damage makes of them.
+#include "analyse/analyse.h"
+#include "tests/analyse/analysis_fixture.hpp"
+#include "tests/modules/module_probe.hpp"
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+namespace {
+
+using analysis::bytes;
+using analysis::dashes;
+using analysis::index_frame_header;
+using analysis::of_pieces;
+using analysis::trailer;
+namespace option = analysis::option;
+using recording::append;
+using recording::frame_record;
+using recording::index_block;
+using recording::index_record;
+using recording::put_u16;
+using recording::put_u32;
+
+constexpr const char* well_done = "Well done :)\n";
+constexpr const char* poor = "IT IS a POOR FILE :(\n";
+constexpr const char* refused = "decode_ReadFrameIndex 252 errWell done :)\n";
+
+std::string head_text(const std::string& count, const std::string& size, const std::string& memory) {
+    return "\n" + dashes(89) + "\nIFrameIndex Detail\n" + dashes(89) + "\nIFrameIndex Header Infomation\n" +
+           dashes(89) +
+           "\n            Virual FrameHeader : Same as above\n"
+           "            I Frame Record Num : " +
+           count + "\n       VirualFrame Record size : " + size +
+           "\n                    Memory Num : " + memory + "\n";
+}
+
+std::string body_heading() {
+    return "\n" + dashes(121) + "\nIFrameIndex Body Infomation\n" + dashes(121) +
+           "\n   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t TagName\n" +
+           dashes(121) + "\n";
+}
+
+std::string tail_text(const std::string& size) {
+    return "\n" + dashes(89) + "\nIFrameIndex Tail Infomation\n" + dashes(89) +
+           "\n    Flag\tVFrameSize\t\n 123abcd\t" + size + "\t\n" + dashes(89) + "\n";
+}
+
+std::string times_text(const std::string& start, const std::string& end, const std::string& length) {
+    return "KMR FileStartTime :" + start + "\nKMR FileEndTime   :" + end + "\nKMR File Time     :" + length +
+           "(s)\n" + dashes(89) + "\n";
+}
+
+// A file header and the block, which then stands at 88: its records start at 132 (0x84).
+bytes block_alone(const bytes& block) {
+    return of_pieces(1, {block});
+}
+
+class index_report : public analysis::fixture {
+protected:
+    std::string detail(const bytes& recording) const { return report(recording, option::t); }
+};
+
+TEST_F(index_report, prints_the_whole_detail) {
+    const bytes recording = block_alone(index_block(
+        {{.time = 1420167845, .position = 0x58, .sign = 3, .width = 1920, .height = 1080, .tag = "alarm"},
+         {.time = 1420167900,
+          .position = 0xABCDEF01,
+          .sign = 0xFFFFFFFF,
+          .width = 65535,
+          .height = 0,
+          .tag = "a longer tag"}},
+        900));
+    EXPECT_EQ(
+        detail(recording),
+        "\n" + dashes(89) +
+            "\n"
+            "IFrameIndex Detail\n" +
+            dashes(89) +
+            "\n"
+            "IFrameIndex Header Infomation\n" +
+            dashes(89) +
+            "\n"
+            "            Virual FrameHeader : Same as above\n"
+            "            I Frame Record Num : 2\n"
+            "       VirualFrame Record size : 80\n"
+            "                    Memory Num : 900\n"
+            "\n" +
+            dashes(121) +
+            "\n"
+            "IFrameIndex Body Infomation\n" +
+            dashes(121) +
+            "\n"
+            "   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t TagName\n" +
+            dashes(121) +
+            "\n"
+            "       0\t[03:04:05]\t00000058\t00000084\t       3\t    1080\t    1920\t   alarm\n"
+            "       1\t[03:05:00]\tabcdef01\t000000d4\t      -1\t       0\t   65535\ta longer tag\n"
+            "\n" +
+            dashes(89) +
+            "\n"
+            "IFrameIndex Tail Infomation\n" +
+            dashes(89) +
+            "\n"
+            "    Flag\tVFrameSize\t\n"
+            " 123abcd\t     160\t\n" +
+            dashes(89) +
+            "\n"
+            "KMR FileStartTime :2015/01/02 03:04:05\n"
+            "KMR FileEndTime   :2015/01/02 03:05:00\n"
+            "KMR File Time     :      55(s)\n" +
+            dashes(89) +
+            "\n"
+            "Well done :)\n");
+}
+
+TEST_F(index_report, detail_is_printed_for_all_and_for_index_alone) {
+    const bytes recording = block_alone(index_block({{.time = 0}}));
+    for (const std::uint32_t options : {option::a, option::t, option::t | option::s, option::a | option::m})
+        EXPECT_THAT(report(recording, options), testing::HasSubstr("IFrameIndex Detail\n")) << options;
+    for (const std::uint32_t options :
+         {0x00U, option::s, option::i, 0x08U, option::u, option::m, 0x80U, 0xEDU}) {
+        EXPECT_THAT(report(recording, options), testing::Not(testing::HasSubstr("IFrameIndex Detail")))
+            << options;
+        EXPECT_THAT(report(recording, options), testing::EndsWith(well_done)) << options;
+    }
+}
+
+// --- how many records ---
+
+TEST_F(index_report, three_records_of_80_bytes_print_three_rows) {
+    const bytes recording = block_alone(index_block({{.time = 10}, {.time = 20}, {.time = 30}}));
+    EXPECT_EQ(detail(recording),
+              head_text("3", "80", "450") + body_heading() +
+                  "       0\t[00:00:10]\t00000000\t00000084\t       0\t    1080\t    1920\t        \n"
+                  "       1\t[00:00:20]\t00000000\t000000d4\t       0\t    1080\t    1920\t        \n"
+                  "       2\t[00:00:30]\t00000000\t00000124\t       0\t    1080\t    1920\t        \n" +
+                  tail_text("     240") +
+                  times_text("1970/01/01 00:00:10", "1970/01/01 00:00:30", "      20") + well_done);
+}
+
+TEST_F(index_report, one_record_is_start_and_end) {
+    const bytes recording = block_alone(index_block({{.time = 59}}));
+    EXPECT_EQ(detail(recording),
+              head_text("1", "80", "450") + body_heading() +
+                  "       0\t[00:00:59]\t00000000\t00000084\t       0\t    1080\t    1920\t        \n" +
+                  tail_text("      80") +
+                  times_text("1970/01/01 00:00:59", "1970/01/01 00:00:59", "       0") + well_done);
+}
+
+TEST_F(index_report, no_records_print_the_verdict_alone) {
+    EXPECT_EQ(detail(block_alone(index_block({}))), well_done);
+}
+
+TEST_F(index_report, a_record_size_of_0_prints_the_verdict_alone) {
+    bytes block = index_block({{.time = 10}, {.time = 20}, {.time = 30}});
+    put_u32(block, 36, 0);
+    EXPECT_EQ(detail(block_alone(block)), well_done);
+}
+
+TEST_F(index_report, records_are_read_as_80_bytes_whatever_their_size_says) {
+    bytes block = index_block({{.time = 10}, {.time = 20}});
+    put_u32(block, 36, 100);
+    const std::string report = detail(block_alone(block));
+    EXPECT_THAT(report, testing::HasSubstr("VirualFrame Record size : 100\n"));
+    EXPECT_THAT(report, testing::HasSubstr("       1\t[00:00:20]\t00000000\t000000d4\t"));
+    EXPECT_THAT(report, testing::HasSubstr(tail_text("     200")));
+}
+
+TEST_F(index_report, the_product_of_count_and_size_is_taken_modulo_2_to_the_32) {
+    bytes block = index_block({{.time = 10}});
+    put_u32(block, 32, 0x10000);
+    put_u32(block, 36, 0x10000);
+    EXPECT_EQ(detail(block_alone(block)), well_done);
+    put_u32(block, 32, 3);
+    put_u32(block, 36, 0x55555556); // 3 * 0x55555556 = 2^32 + 2
+    EXPECT_THAT(detail(block_alone(block)), testing::HasSubstr(tail_text("       2")));
+    put_u32(block, 36, 0x2AAAAAAB); // 0x80000001
+    EXPECT_THAT(detail(block_alone(block)), testing::HasSubstr(tail_text("-2147483647")));
+}
+
+TEST_F(index_report, a_negative_count_has_no_rows_and_both_times_0) {
+    bytes block = index_block({{.time = 10}, {.time = 20}});
+    put_u32(block, 32, 0xFFFFFFFF);
+    put_u32(block, 40, 0x80000000);
+    EXPECT_EQ(detail(block_alone(block)),
+              head_text("-1", "80", "-2147483648") + body_heading() + tail_text("     -80") +
+                  times_text("1970/01/01 00:00:00", "1970/01/01 00:00:00", "       0") + well_done);
+}
+
+TEST_F(index_report, records_behind_the_end_of_the_file_are_zeros) {
+    // Two records by the head, one in the file: the second begins with the trailer.
+    bytes block = index_block({{.time = 10, .tag = "tag"}});
+    put_u32(block, 32, 3);
+    EXPECT_EQ(detail(block_alone(block)),
+              head_text("3", "80", "450") + body_heading() +
+                  "       0\t[00:00:10]\t00000000\t00000084\t       0\t    1080\t    1920\t     tag\n"
+                  // 0x0123ABCD seconds: 221 days and 5:42:37; L = 132 stands under IPos.
+                  "       1\t[05:42:37]\t00000084\t000000d4\t       0\t       0\t       0\t        \n"
+                  "       2\t[00:00:00]\t00000000\t00000124\t       0\t       0\t       0\t        \n" +
+                  tail_text("     240") +
+                  times_text("1970/01/01 00:00:10", "1970/01/01 00:00:00", "     -10") + well_done);
+}
+
+TEST_F(index_report, records_that_cannot_be_read_are_zeros) {
+    const std::string name = put(block_alone(index_block({{.time = 10}, {.time = 20}, {.time = 30}})));
+    // Reads: file header, frame header, magic, magic, length, head, records.
+    module_probe::fail("Read", 8);
+    const std::string report = report_of(name, option::t);
+    EXPECT_THAT(report,
+                testing::HasSubstr(
+                    "       0\t[00:00:10]\t00000000\t00000084\t       0\t    1080\t    1920\t        \n"
+                    "       1\t[00:00:00]\t00000000\t000000d4\t       0\t       0\t       0\t        \n"
+                    "       2\t[00:00:20]\t00000000\t00000124\t       0\t    1080\t    1920\t        \n"));
+    EXPECT_THAT(report, testing::HasSubstr("KMR FileEndTime   :1970/01/01 00:00:20\n"));
+}
+
+TEST_F(index_report, a_record_cut_short_is_filled_up_with_zeros) {
+    const std::string name = put(block_alone(index_block({{.time = 10, .sign = 7, .tag = "tag"}})));
+    module_probe::cut("Read", 7, 18); // TagName: "ta"
+    EXPECT_THAT(report_of(name, option::t),
+                testing::HasSubstr(
+                    "       0\t[00:00:10]\t00000000\t00000084\t       7\t    1080\t    1920\t      ta\n"));
+}
+
+TEST_F(index_report, wide_fields_push_their_columns) {
+    const std::string tag(64, 'T'); // no NUL: ends with its field
+    bytes block =
+        index_block({{.time = 0, .sign = 0x80000000, .tag = tag}, {.time = 1, .tag = std::string(63, 'U')}});
+    const std::string report = detail(block_alone(block));
+    EXPECT_THAT(report, testing::HasSubstr(
+                            "       0\t[00:00:00]\t00000000\t00000084\t-2147483648\t    1080\t    1920\t" +
+                            tag + "\n       1\t[00:00:01]\t"));
+    EXPECT_THAT(report, testing::HasSubstr("\t" + std::string(63, 'U') + "\n"));
+}
+
+// --- times ---
+
+TEST_F(index_report, times_are_unsigned) {
+    const bytes recording =
+        block_alone(index_block({{.time = 0x7FFFFFFF}, {.time = 0x80000000}, {.time = 0xFFFFFFFF}}));
+    const std::string report = detail(recording);
+    EXPECT_THAT(report, testing::HasSubstr("       0\t[03:14:07]\t"));
+    EXPECT_THAT(report, testing::HasSubstr("       1\t[03:14:08]\t"));
+    EXPECT_THAT(report, testing::HasSubstr("       2\t[06:28:15]\t"));
+    EXPECT_THAT(report,
+                testing::HasSubstr(times_text("2038/01/19 03:14:07", "2106/02/07 06:28:15", "-2147483648")));
+}
+
+TEST_F(index_report, an_end_before_the_start_is_a_negative_length) {
+    EXPECT_THAT(detail(block_alone(index_block({{.time = 86400 + 3661}, {.time = 5}}))),
+                testing::HasSubstr(times_text("1970/01/02 01:01:01", "1970/01/01 00:00:05", "  -90056")));
+}
+
+TEST_F(index_report, times_are_local) {
+    setenv("TZ", "EST5", 1);
+    tzset();
+    const std::string report = detail(block_alone(index_block({{.time = 1420167845}})));
+    setenv("TZ", "UTC", 1);
+    tzset();
+    EXPECT_THAT(report, testing::HasSubstr("\t[22:04:05]\t"));
+    EXPECT_THAT(report, testing::HasSubstr("KMR FileStartTime :2015/01/01 22:04:05\n"));
+}
+
+// --- trailer and head ---
+
+TEST_F(index_report, a_wrong_magic_makes_a_poor_file) {
+    bytes block = index_block({{.time = 10}});
+    put_u32(block, block.size() - 8, 0x0123ABCC);
+    for (const std::uint32_t options : {0x00U, option::t, option::u})
+        EXPECT_EQ(report(block_alone(block), options), poor) << options;
+    EXPECT_THAT(
+        report(block_alone(block), option::a),
+        testing::EndsWith(analysis::row("0", "00000058", "V", 132, 100, 0, 0, 0, 0, "IFrameIndex") + poor));
+}
+
+TEST_F(index_report, bytes_behind_the_index_make_a_poor_file) {
+    bytes block = index_block({{.time = 10}});
+    block.push_back(0);
+    EXPECT_EQ(detail(block_alone(block)), poor);
+}
+
+TEST_F(index_report, a_cut_index_makes_a_poor_file) {
+    bytes block = index_block({{.time = 10}});
+    block.pop_back();
+    EXPECT_EQ(detail(block_alone(block)), poor);
+    block.resize(32);
+    EXPECT_EQ(detail(block_alone(block)), poor);
+}
+
+TEST_F(index_report, a_trailer_alone_makes_the_verdict_without_detail) {
+    // The index-looking frame is some other one, and what the trailer names is no head at all.
+    const bytes recording = of_pieces(1, {index_frame_header(32), bytes(50, 0xEE), trailer(58)});
+    EXPECT_EQ(report(recording, option::u), well_done);
+    EXPECT_EQ(detail(recording), refused);
+}
+
+TEST_F(index_report, a_good_trailer_is_not_enough_to_be_reached) {
+    // No index-looking frame: the walk never looks at the trailer.
+    EXPECT_EQ(detail(of_pieces(9, {frame_record({.kind = 1}), trailer(52)})), "");
+}
+
+TEST_F(index_report, a_head_without_sync_word_is_refused) {
+    // The frame that leads here stands before the block.
+    bytes block = index_block({{.time = 10}});
+    put_u32(block, 0, 0x02000001);
+    EXPECT_EQ(detail(of_pieces(1, {index_frame_header(32), block})), refused);
+}
+
+TEST_F(index_report, a_head_of_another_length_is_refused) {
+    bytes block = index_block({{.time = 10}});
+    put_u32(block, 4, 131);
+    EXPECT_EQ(detail(of_pieces(1, {index_frame_header(32), block})), refused);
+    put_u32(block, 4, 132);
+    EXPECT_THAT(detail(of_pieces(1, {index_frame_header(32), block})),
+                testing::HasSubstr("I Frame Record Num : 1\n"));
+}
+
+TEST_F(index_report, the_refusal_stands_on_the_line_of_the_verdict) {
+    bytes block = index_block({{.time = 10}});
+    put_u32(block, block.size() - 4, 131);
+    EXPECT_EQ(detail(block_alone(block)), "decode_ReadFrameIndex 252 errWell done :)\n");
+    EXPECT_THAT(report(block_alone(block), option::a),
+                testing::EndsWith("\tIFrameIndex\t        \ndecode_ReadFrameIndex 252 errWell done :)\n"));
+}
+
+TEST_F(index_report, a_head_that_is_not_whole_is_refused) {
+    for (const std::uint32_t length : {0U, 1U, 8U, 32U, 43U}) {
+        bytes block = index_block({{.time = 10}});
+        put_u32(block, block.size() - 4, length);
+        EXPECT_EQ(detail(block_alone(block)), refused) << length;
+    }
+    // A head of the very length would have been accepted, were it whole.
+    const bytes recording = of_pieces(1, {index_frame_header(40), trailer(40)});
+    EXPECT_EQ(detail(recording), refused);
+}
+
+TEST_F(index_report, a_head_may_end_with_the_trailer) {
+    // 44 bytes: the record size is the magic, the capacity the length; 3 * 0x0123ABCD = 0x036B0367.
+    bytes block = index_frame_header(44);
+    append(block, bytes(4, 0));
+    put_u32(block, 32, 3);
+    append(block, trailer(44));
+    EXPECT_EQ(detail(block_alone(block)),
+              head_text("3", "19114957", "44") + body_heading() +
+                  "       0\t[00:00:00]\t00000000\t00000084\t       0\t       0\t       0\t        \n"
+                  "       1\t[00:00:00]\t00000000\t000000d4\t       0\t       0\t       0\t        \n"
+                  "       2\t[00:00:00]\t00000000\t00000124\t       0\t       0\t       0\t        \n" +
+                  tail_text("57344871") +
+                  times_text("1970/01/01 00:00:00", "1970/01/01 00:00:00", "       0") + well_done);
+}
+
+TEST_F(index_report, a_length_beyond_the_file_is_refused) {
+    bytes block = index_block({{.time = 10}}); // the file has 220 bytes
+    for (const std::uint32_t length :
+         {221U, 1000U, 0x7FFFFFFFU, 0x80000000U, 0x80000001U, 0xFFFFFF00U, 0xFFFFFFFFU}) {
+        put_u32(block, block.size() - 4, length);
+        EXPECT_EQ(detail(block_alone(block)), refused) << length;
+        EXPECT_EQ(report(block_alone(block), 0), well_done) << length;
+    }
+}
+
+TEST_F(index_report, a_head_may_stand_at_the_start_of_the_file) {
+    // The file header is the head: 220 bytes long, 1 record of 80 bytes.
+    bytes recording = block_alone(index_block({{.time = 10}}));
+    bytes head = index_frame_header(220);
+    append(head, bytes(12, 0));
+    put_u32(head, 32, 1);
+    put_u32(head, 36, 80);
+    std::copy(head.begin(), head.end(), recording.begin());
+    put_u32(recording, recording.size() - 4, 220);
+    EXPECT_THAT(detail(recording), testing::HasSubstr("       0\t[00:00:00]\t00000000\t0000002c\t"));
+}
+
+TEST_F(index_report, the_detail_is_of_the_block_that_the_trailer_names) {
+    // Two index-looking frames: the first is met, the second is reported.
+    const bytes block = index_block({{.time = 10, .position = 0x1234}});
+    EXPECT_THAT(detail(of_pieces(1, {index_frame_header(32), block})),
+                testing::HasSubstr("       0\t[00:00:10]\t00001234\t000000a4\t")); // 88 + 32 + 44
+}
+
+TEST_F(index_report, the_detail_of_a_frameless_count_is_never_reached) {
+    bytes recording = block_alone(index_block({{.time = 10}}));
+    put_u32(recording, 84, 0);
+    EXPECT_EQ(detail(recording), "");
+}
+
+// --- seeks whose results are not looked at ---
+
+TEST_F(index_report, a_second_look_at_the_magic_that_fails_prints_the_verdict) {
+    const std::string name = put(block_alone(index_block({{.time = 10}})));
+    // Reads: file header, frame header, magic, magic.
+    module_probe::fail("Read", 4);
+    EXPECT_EQ(report_of(name, option::t), well_done);
+}
+
+TEST_F(index_report, a_length_that_cannot_be_read_is_refused) {
+    const std::string name = put(block_alone(index_block({{.time = 10}})));
+    module_probe::fail("Read", 5);
+    EXPECT_EQ(report_of(name, option::t), refused);
+    module_probe::cut("Read", 5, 3);
+    EXPECT_EQ(report_of(name, option::t), refused);
+}
+
+TEST_F(index_report, a_magic_that_cannot_be_read_makes_a_poor_file) {
+    const std::string name = put(block_alone(index_block({{.time = 10}})));
+    module_probe::fail("Read", 3);
+    EXPECT_EQ(report_of(name, option::t), poor);
+    module_probe::cut("Read", 3, 3);
+    EXPECT_EQ(report_of(name, option::t), poor);
+}
+
+} // namespace

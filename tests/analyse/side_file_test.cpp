@@ -1,0 +1,73 @@
+#include "analyse/side_file.h"
+
+#include "tests/analyse/analysis_fixture.hpp"
+
+#include <filesystem>
+
+namespace {
+
+class side_file : public analysis::fixture {
+protected:
+    // The value and the result of reading a file with this content into 77.
+    std::pair<std::int32_t, std::int32_t> read_back(const std::string& content) const {
+        folder().write_text("side", content);
+        std::int32_t value = 77;
+        const std::int32_t items = myReadFile("side", &value);
+        return {items, value};
+    }
+};
+
+using testing::Pair;
+
+TEST_F(side_file, holds_a_decimal_number_and_a_line_feed) {
+    EXPECT_EQ(myWriteFile("Diff", 12345), 1);
+    EXPECT_EQ(text("Diff"), "12345\n");
+    EXPECT_EQ(myWriteFile("Diff", -5), 1);
+    EXPECT_EQ(text("Diff"), "-5\n");
+    EXPECT_EQ(myWriteFile("Diff", 0), 1);
+    EXPECT_EQ(text("Diff"), "0\n");
+    EXPECT_EQ(myWriteFile("Diff", INT32_MIN), 1);
+    EXPECT_EQ(text("Diff"), "-2147483648\n");
+}
+
+TEST_F(side_file, is_replaced_as_a_whole) {
+    folder().write_text("EndFrame", "a very long text that was here before\n");
+    EXPECT_EQ(myWriteFile("EndFrame", 1), 1);
+    EXPECT_EQ(text("EndFrame"), "1\n");
+}
+
+TEST_F(side_file, is_read_back) {
+    std::int32_t value = 0;
+    for (const std::int32_t each : {0, 1, -1, INT32_MAX, INT32_MIN}) {
+        ASSERT_EQ(myWriteFile("EndFrame", each), 1);
+        EXPECT_EQ(myReadFile("EndFrame", &value), 1);
+        EXPECT_EQ(value, each);
+    }
+}
+
+TEST_F(side_file, is_read_as_scanf_reads_a_number) {
+    EXPECT_THAT(read_back("42\n"), Pair(1, 42));
+    EXPECT_THAT(read_back("42"), Pair(1, 42));
+    EXPECT_THAT(read_back("  \n -42 rest"), Pair(1, -42));
+    EXPECT_THAT(read_back("+7\n\n\n"), Pair(1, 7));
+    EXPECT_THAT(read_back("12abc"), Pair(1, 12));
+}
+
+TEST_F(side_file, leaves_the_value_alone_without_a_number) {
+    EXPECT_THAT(read_back("abc\n"), Pair(0, 77));
+    EXPECT_THAT(read_back("-\n"), Pair(0, 77));
+    EXPECT_THAT(read_back(""), Pair(-1, 77));
+    EXPECT_THAT(read_back(" \n"), Pair(-1, 77));
+}
+
+TEST_F(side_file, that_cannot_be_opened_gives_minus_1) {
+    std::int32_t value = 77;
+    EXPECT_EQ(myReadFile("missing", &value), -1);
+    EXPECT_EQ(value, 77);
+    EXPECT_FALSE(exists("missing"));
+    EXPECT_EQ(myWriteFile("no folder/Diff", 1), -1);
+    std::filesystem::create_directory(path("folder"));
+    EXPECT_EQ(myWriteFile("folder", 1), -1);
+}
+
+} // namespace
