@@ -94,17 +94,16 @@ TEST_F(RebuildTest, ModuleCallsOfARepair) {
     // An I-frame at 88, a P-frame at 128, an index of one record at 168: 300 bytes.
     put_recording(recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}));
     EXPECT_EQ(recover(), 0);
-    EXPECT_EQ(short_calls(), (call_log{"Stat(rec) = 0",         "Open(0, rec, 66) = 3",
-                                       "Read(3, 88) = 88",      "Seek(3, 0, 2) = 300",
-                                       "Seek(3, 88, 0) = 88", // how long the file is
-                                       "Read(3, 32) = 32",      "Seek(3, 0, 1) = 120",
-                                       "Seek(3, 128, 0) = 128", "Read(3, 32) = 32",
-                                       "Seek(3, 8, 1) = 168",   "Read(3, 32) = 32",
-                                       "Seek(3, -32, 1) = 168", // the old index is no frame
-                                       "Seek(3, 0, 1) = 168",   "ftruncate(3, 168) = 0",
-                                       "Seek(3, 0, 2) = 168",   "Write(3, 44) = 44",
-                                       "Write(3, 80) = 80",     "Write(3, 8) = 8",
-                                       "Close(3) = 0",          change_time()}));
+    EXPECT_EQ(
+        short_calls(),
+        (call_log{
+            "Stat(rec) = 0",         "Open(0, rec, 66) = 3",  "Read(3, 88) = 88",      "Seek(3, 0, 2) = 300",
+            "Seek(3, 88, 0) = 88", // how long the file is
+            "Read(3, 32) = 32",      "Seek(3, 0, 1) = 120",   "Seek(3, 128, 0) = 128", "Read(3, 32) = 32",
+            "Seek(3, 8, 1) = 168",   "Read(3, 32) = 32",
+            "Seek(3, -32, 1) = 168", // the old index is no frame
+            "Seek(3, 0, 1) = 168",   "ftruncate(3, 168) = 0", "Seek(3, 0, 2) = 168",   "Write(3, 44) = 44",
+            "Write(3, 80) = 80",     "Write(3, 8) = 8",       "Close(3) = 0",          change_time()}));
 }
 
 TEST_F(RebuildTest, SoundFileGetsTheSameFramesAndAnIndexComputedFromThem) {
@@ -473,8 +472,8 @@ protected:
             EXPECT_EQ(std::fwrite(header.data(), 1, header.size(), file), header.size());
         }
         std::fclose(file);
-        ASSERT_EQ(truncate(path_.c_str(),
-                           static_cast<off_t>(HEADER + std::uint64_t{SIZE} * static_cast<std::uint64_t>(count))),
+        ASSERT_EQ(truncate(path_.c_str(), static_cast<off_t>(HEADER + std::uint64_t{SIZE} *
+                                                                          static_cast<std::uint64_t>(count))),
                   0);
     }
 
