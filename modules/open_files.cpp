@@ -2,6 +2,7 @@
 
 #include "base/mutex_lock.hpp"
 #include "modules/host_call.hpp"
+#include "modules/read_ahead.hpp"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -21,6 +22,7 @@ struct open_file_entry {
     int descriptor;
     int32_t last_error;
     int64_t position;
+    read_ahead window;
 };
 
 open_file_entry open_files[MOST_FILES];
@@ -112,8 +114,7 @@ ssize_t write_at_position(open_file_entry& entry, const void* buffer, uint32_t c
 
 int32_t open_file(const char* host_path, int32_t flags) {
     // Without O_NONBLOCK the open of a pipe would wait for its other end; on files it has no effect.
-    const int descriptor =
-        retried([&] { return open(host_path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666); });
+    const int descriptor = open_quietly(host_path, flags | O_NOCTTY | O_NONBLOCK);
     if (descriptor < 0)
         return -1;
     const int32_t number = can_be_read_at_any_position(descriptor) ? number_of(descriptor, flags) : -1;
@@ -130,6 +131,7 @@ int32_t close_file(int32_t file) {
     // that it cannot come to mean another file while the layer still holds it.
     const int descriptor = entry->descriptor;
     entry->descriptor = -1;
+    entry->window.release();
     if (descriptor >= 0 && close(descriptor) != 0 && errno != EINTR)
         return entry.refused(errno);
     entry->in_use = false;
@@ -145,8 +147,9 @@ int32_t read_file(int32_t file, void* buffer, uint32_t count) {
     const locked_file entry(file);
     if (!entry)
         return -1;
-    const ssize_t got = entry.judged(retried(
-        [&] { return pread(entry->descriptor, buffer, count, static_cast<off_t>(entry->position)); }));
+    if (buffer == nullptr)
+        return entry.refused(EFAULT);
+    const ssize_t got = entry.judged(entry->window.read(entry->descriptor, buffer, count, entry->position));
     if (got > 0)
         entry->position += got;
     return static_cast<int32_t>(got);
@@ -190,6 +193,8 @@ int32_t at_end_of_file(int32_t file) {
     const locked_file entry(file);
     if (!entry)
         return -1;
+    if (entry->window.reaches_beyond(entry->position))
+        return 0;
     const int64_t size = size_of(entry);
     return size < 0 ? -1 : entry->position >= size;
 }
@@ -212,7 +217,10 @@ int32_t truncate_file(int32_t file, int64_t length) {
     const locked_file entry(file);
     if (!entry)
         return -1;
-    return entry.judged(retried([&] { return ftruncate(entry->descriptor, static_cast<off_t>(length)); }));
+    const int32_t result =
+        entry.judged(retried([&] { return ftruncate(entry->descriptor, static_cast<off_t>(length)); }));
+    forget_all_windows();
+    return result;
 }
 
 int32_t require_file(int32_t file) {

@@ -2,6 +2,7 @@
 
 #include "analyse/format/file_header.h"
 #include "modules/host_call.hpp"
+#include "modules/read_ahead.hpp"
 
 #include <cstddef>
 #include <ctime>
@@ -64,20 +65,16 @@ bool store_date(kmr_file_header& header, int64_t start) {
 bool write_date(int descriptor, const kmr_file_header& header) {
     const auto* const date = reinterpret_cast<const unsigned char*>(&header) + DATE_OFFSET;
     const auto wanted = static_cast<ssize_t>(DATE_SIZE);
-    return retried([&] { return pwrite(descriptor, date, DATE_SIZE, DATE_OFFSET); }) == wanted;
-}
-
-// Only a file's owner may ask the host to leave its access time alone.
-int open_quietly(const char* host_path) {
-    constexpr int FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
-    const int descriptor = retried([&] { return open(host_path, FLAGS | O_NOATIME); });
-    return descriptor < 0 && errno == EPERM ? retried([&] { return open(host_path, FLAGS); }) : descriptor;
+    const bool is_written =
+        retried([&] { return pwrite(descriptor, date, DATE_SIZE, DATE_OFFSET); }) == wanted;
+    forget_all_windows();
+    return is_written;
 }
 
 } // namespace
 
 uint32_t recording_start(const char* host_path) {
-    const host_descriptor file(open_quietly(host_path));
+    const host_descriptor file(open_quietly(host_path, O_RDONLY | O_NONBLOCK));
     kmr_file_header header;
     if (file.number() < 0 || !read_header(file.number(), header))
         return 0;
@@ -86,7 +83,7 @@ uint32_t recording_start(const char* host_path) {
 }
 
 int32_t change_recording_start(const char* host_path, int64_t start) {
-    const host_descriptor file(retried([&] { return open(host_path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
+    const host_descriptor file(open_quietly(host_path, O_RDWR | O_NONBLOCK));
     struct stat before;
     kmr_file_header header;
     if (file.number() < 0 || fstat(file.number(), &before) != 0 || !read_header(file.number(), header) ||
