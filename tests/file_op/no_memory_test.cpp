@@ -32,7 +32,7 @@ int __wrap_posix_memalign(void** memory, std::size_t alignment, std::size_t size
     return is_granted() ? __real_posix_memalign(memory, alignment, size) : 12;
 }
 
-void sync() noexcept {}
+void __wrap_sync() {}
 }
 
 namespace {
