@@ -159,9 +159,11 @@ int32_t write_file(int32_t file, const void* buffer, uint32_t count) {
     const locked_file entry(file);
     if (!entry)
         return -1;
-    const ssize_t written =
-        entry->appends ? write_at_end(*entry, buffer, count) : write_at_position(*entry, buffer, count);
-    return static_cast<int32_t>(entry.judged(written));
+    open_file_entry& target = *entry.operator->();
+    const ssize_t written = entry.judged(entry->appends ? write_at_end(target, buffer, count)
+                                                        : write_at_position(target, buffer, count));
+    forget_all_windows();
+    return static_cast<int32_t>(written);
 }
 
 int64_t seek_file(int32_t file, int64_t offset, int32_t origin) {
