@@ -94,29 +94,11 @@ kmr::heap_bytes page_aligned_tag(const char* text) {
     return tag;
 }
 
-class file_dates {
-public:
-    // To be taken before anything of the file is read: reading moves the access time.
-    explicit file_dates(const char* name) {
-        kmr::recording_path path;
-        vfs_stat_record record = {};
-        are_known_ = kmr::resolve_path(name, path, record);
-        times_ = {static_cast<long>(record.AccessTime), static_cast<long>(record.ModifyTime)};
-    }
-
-    [[nodiscard]] bool are_known() const { return are_known_; }
-    void restore(const char* path) const { vfs_utimes(path, &times_); }
-
-private:
-    bool are_known_;
-    vfs_times times_;
-};
-
-int32_t modify_file(const char* name, const tag_change& change, const char* text, const file_dates& dates) {
+int32_t modify_file(const char* name, const tag_change& change, const char* text) {
     const kmr::heap_bytes tag = page_aligned_tag(text);
     kmr::recording_path path;
     vfs_stat_record record = {};
-    if (tag == nullptr || !dates.are_known() || !kmr::resolve_path(name, path, record))
+    if (tag == nullptr || !kmr::resolve_path(name, path, record))
         return TAG_REFUSED;
     // Positions of an index have 32 bits; in a longer file they may name any place.
     if (record.Size > UINT32_MAX)
@@ -130,7 +112,8 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
         result = write_tag(file.get(), change, tag.get());
         sync();
     }
-    dates.restore(path.text);
+    const vfs_times dates = {static_cast<long>(record.AccessTime), static_cast<long>(record.ModifyTime)};
+    vfs_utimes(path.text, &dates);
     return result;
 }
 
@@ -141,7 +124,6 @@ int32_t rec_TagModify(int32_t operation, const char* name, int32_t* key, const c
         return TAG_REFUSED;
     if (operation < REC_TAG_ADD || operation > REC_TAG_CHANGE)
         return TAG_REFUSED;
-    const file_dates dates(name);
     tag_change change = {};
     change.query = {REC_INDEX_SEARCHING, 1, REC_INDEX_NONE, REC_INDEX_NONE, *key, text, {}};
     const int32_t choice = choose_record[operation](name, change);
@@ -149,7 +131,7 @@ int32_t rec_TagModify(int32_t operation, const char* name, int32_t* key, const c
         return choice;
     if (change.query.iState != REC_INDEX_DECIDED || change.query.iPosition == REC_INDEX_NONE)
         return TAG_REFUSED;
-    const int32_t result = modify_file(name, change, operation == REC_TAG_REMOVE ? "" : text, dates);
+    const int32_t result = modify_file(name, change, operation == REC_TAG_REMOVE ? "" : text);
     if (result == TAG_DONE)
         *key = change.query.iTime;
     return result;
