@@ -43,7 +43,8 @@ bool read_ahead::fill(int descriptor, uint32_t count, int64_t position) {
 }
 
 ssize_t read_ahead::read(int descriptor, void* buffer, uint32_t count, int64_t position) {
-    if (!holds(position, count) && !fill(descriptor, count, position))
+    const bool is_in_window = count > 0 && (holds(position, count) || fill(descriptor, count, position));
+    if (!is_in_window)
         return read_at(descriptor, buffer, count, position);
     std::memcpy(buffer, bytes_.get() + (position - start_), count);
     return static_cast<ssize_t>(count);

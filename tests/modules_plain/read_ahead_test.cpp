@@ -43,6 +43,15 @@ TEST_F(read_ahead, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
     }
 }
 
+TEST_F(read_ahead, AReadOfNothingIsTheHosts) {
+    const auto path = write_file("x", numbered_bytes(100));
+    const int32_t number = module.open(path);
+    EXPECT_EQ(read_at(number, 0, 0), "") << "before there is a window";
+    read_at(number, 0, 32);
+    EXPECT_EQ(read_at(number, 10, 0), "");
+    EXPECT_EQ(read_at(module.open(path, O_WRONLY), 0, 0), "failed");
+}
+
 TEST_F(read_ahead, AWriteThroughTheSameFileShows) {
     const int32_t number = module.open(write_file("x", numbered_bytes(10000)), O_RDWR);
     read_at(number, 0, 32);
