@@ -21,7 +21,9 @@ std::uint32_t get_u32(const bytes& from, std::size_t offset) {
     return value;
 }
 
-void append(bytes& to, const bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
+void append(bytes& to, const bytes& more) {
+    to.insert(to.end(), more.begin(), more.end());
+}
 
 bytes file_header(std::uint32_t frame_count) {
     bytes header(88, 0);
