@@ -24,9 +24,9 @@ constexpr std::uint32_t longest_payload_read = USER_DATA_WINDOW;
 
 using payload_bytes = std::span<const std::uint8_t>;
 
-void remember_i_frame(std::int32_t payload_position, const kmr_frame_header& frame) {
+void remember_i_frame(std::uint32_t payload_position, const kmr_frame_header& frame) {
     if (kmr_is_i_frame(&frame)) {
-        _iFileLocation = payload_position - static_cast<std::int32_t>(KMR_FRAME_HEADER_SIZE);
+        _iFileLocation = static_cast<std::int32_t>(payload_position - KMR_FRAME_HEADER_SIZE);
         diffFrmNo = 0;
     } else {
         ++diffFrmNo;
@@ -43,11 +43,10 @@ bool begins_with_user_data(payload_bytes payload) {
 
 // The decoder looks a bounded way behind the payload; what it finds there is always zero and never a rest of
 // an earlier frame.
-void decode(std::int32_t payload_position, payload_bytes payload) {
+void decode(std::uint32_t payload_position, payload_bytes payload) {
     std::array<std::uint8_t, USER_DATA_READABLE> padded{};
     std::copy(payload.begin(), payload.end(), padded.begin());
-    AnalyzeUserDataInOneFrame(static_cast<std::uint32_t>(payload_position), padded.data(),
-                              static_cast<std::int32_t>(payload.size()), 0);
+    AnalyzeUserDataInOneFrame(payload_position, padded.data(), static_cast<std::int32_t>(payload.size()), 0);
 }
 
 } // namespace
@@ -58,7 +57,7 @@ std::int32_t rec_get_vcaalarm(vfs_file* fp, std::uint8_t* buf, std::int32_t bufl
     if (buf == nullptr || buflen <= 0 || frame == nullptr || ctx == nullptr || fp == nullptr)
         return -1;
     const std::uint32_t wanted = std::min(frame->VideoSize, kmr::longest_payload_read);
-    const std::int32_t position = vfs_ftell(fp);
+    const auto position = static_cast<std::uint32_t>(vfs_ftell(fp));
     kmr::remember_i_frame(position, *frame);
     // A payload of no bytes reads as -1, which ends the walk as a short read does.
     if (vfs_fread(buf, 1, wanted, fp) < static_cast<std::int32_t>(wanted))

@@ -153,9 +153,10 @@ frame_walk::step frame_walk::judge_index() {
 
 // The frame that is found gets no row and does not take part in the pairing.
 frame_walk::step frame_walk::resynchronise() {
-    constexpr auto behind_sync_word =
-        static_cast<std::int32_t>(KMR_FRAME_HEADER_SIZE - sizeof header_.SyncWord);
-    const std::int32_t start = vfs_ftell(file_.stream()) - behind_sync_word;
+    constexpr std::uint32_t behind_sync_word = KMR_FRAME_HEADER_SIZE - sizeof header_.SyncWord;
+    // Unsigned: a damaged index may have led behind 2 GiB, where positions are negative numbers.
+    const auto position = static_cast<std::uint32_t>(vfs_ftell(file_.stream()));
+    const auto start = static_cast<std::int32_t>(position - behind_sync_word);
     if (rec_FindNextValidIFramefromLoc(file_.stream(), file_.size(), start, &position_) != 0)
         return step::end;
     if (!read_header())

@@ -254,8 +254,10 @@ std::int64_t size() {
 }
 
 std::uint8_t byte_at(std::int64_t offset) {
+    if (offset < 84)
+        return 0;
     if (offset < 88)
-        return offset < 84 ? 0 : static_cast<std::uint8_t>((frame_count - 1) >> (8 * (offset - 84)));
+        return static_cast<std::uint8_t>((frame_count - 1) >> (8 * (offset - 84)));
     const auto number = static_cast<std::uint32_t>((offset - 88) / frame_size);
     const auto at = static_cast<std::size_t>((offset - 88) % frame_size);
     const std::uint32_t words[] = {0x02000000, frame_size, 1, number + 1, 1000 + number * stamp_step,

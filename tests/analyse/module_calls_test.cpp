@@ -293,13 +293,17 @@ TEST_F(failing_module, leaves_nothing_behind_when_all_calls_fail_from_one_on) {
 
 TEST_F(failing_module, leaves_nothing_behind_when_reads_are_cut) {
     const std::string name = put(eventful_recording());
-    for (int nth = 1; nth <= 25; ++nth)
-        for (const std::uint32_t moved : {0U, 1U, 3U, 31U}) {
-            SCOPED_TRACE(nth);
+    for (int nth = 1; nth <= 25; ++nth) {
+        SCOPED_TRACE(nth);
+        for (const std::uint32_t moved : {1U, 3U, 31U}) {
             module_probe::reset();
             module_probe::cut("Read", nth, moved);
             survive(name, everything);
         }
+        module_probe::reset();
+        module_probe::fail("Read", nth, 0); // the end of the file
+        survive(name, everything);
+    }
 }
 
 TEST_F(failing_module, that_gives_nonsense_is_survived) {
@@ -308,9 +312,12 @@ TEST_F(failing_module, that_gives_nonsense_is_survived) {
         for (const std::int64_t nonsense :
              {INT64_MIN, std::int64_t{INT32_MIN}, std::int64_t{0}, std::int64_t{INT32_MAX}})
             for (int nth = 1; nth <= 16; ++nth) {
-                SCOPED_TRACE(operation);
+                SCOPED_TRACE(testing::Message() << operation << " " << nth << " gives " << nonsense);
                 module_probe::reset();
                 module_probe::fail(operation, nth, nonsense);
+                survive(name, everything);
+                module_probe::reset();
+                module_probe::fail_from(operation, nth, nonsense);
                 survive(name, everything);
             }
 }

@@ -53,6 +53,11 @@ TEST_F(side_file, is_read_as_scanf_reads_a_number) {
     EXPECT_THAT(read_back("12abc"), Pair(1, 12));
 }
 
+TEST_F(side_file, keeps_the_low_32_bits_of_a_longer_number) {
+    EXPECT_THAT(read_back("99999999999\n"), Pair(1, 1215752191)); // 23 * 2^32 + 1215752191
+    EXPECT_THAT(read_back("2147483648\n"), Pair(1, INT32_MIN));
+}
+
 TEST_F(side_file, leaves_the_value_alone_without_a_number) {
     EXPECT_THAT(read_back("abc\n"), Pair(0, 77));
     EXPECT_THAT(read_back("-\n"), Pair(0, 77));
