@@ -8,7 +8,7 @@ namespace kmr {
 namespace {
 
 // In use until the process has ended, so it belongs to no function.
-std::array<char, 64 * 1024> output_buffer;
+std::array<char, 65536> output_buffer;
 
 } // namespace
 
