@@ -1,6 +1,7 @@
 // A recording damaged in every place: the program ends by itself, with status 0, and its last line is the cost line.
 #include "tests/program/viewer.hpp"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <random>
 
@@ -8,6 +9,7 @@ namespace {
 
 using recording::bytes;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 // All that a report has, in few bytes: user data, audio, two I-frames, two index records.
@@ -83,6 +85,19 @@ TEST_F(damage, noise_from_end_to_end_with_sync_words_in_it) {
         }
         expect_survived(file);
     }
+}
+
+// The head's count decides how many rows there are; behind the end of the file they show zeros.
+TEST_F(damage, an_index_that_counts_more_records_than_the_file_has) {
+    constexpr std::uint32_t count = 10000;
+    bytes file = sound;
+    const std::size_t index_block = file.size() - recording::get_u32(file, file.size() - 4);
+    recording::put_u32(file, index_block + 32, count);
+    place.folder().write("damaged.kmr", file);
+    const std::string report = place.report({"-f", "damaged.kmr", "-t"});
+    EXPECT_EQ(static_cast<std::uint32_t>(std::count(report.begin(), report.end(), '[')), count);
+    EXPECT_THAT(report, HasSubstr("    9999\t[00:00:00]\t00000000\t"));
+    EXPECT_THAT(report, HasSubstr(" 123abcd\t  800000\t\n"));
 }
 
 } // namespace

@@ -3,9 +3,7 @@
 
 #include <gmock/gmock.h>
 
-namespace fs = std::filesystem;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 namespace {
 
@@ -51,6 +49,7 @@ TEST_P(bad_option, asks_for_the_help_text) {
     const run::result result = place.run(GetParam());
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, help);
+    EXPECT_THAT(result.err, ::testing::StartsWith(KMR_VIEWER));
 }
 
 TEST(help, of_an_analysis_is_not_printed_for_missing_frames_alone) {
