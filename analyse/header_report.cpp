@@ -27,43 +27,65 @@ const char* mode_text(std::uint16_t mode) {
     }
 }
 
-void print_number(const char* label, std::uint32_t value, const char* unit = "") {
-    std::printf("%20s :\t%4d%s\n", label, static_cast<std::int32_t>(value), unit);
+template <auto Member>
+void number(const char* label, const kmr_file_header& header) {
+    std::printf("%20s :\t%4d\n", label, static_cast<std::int32_t>(header.*Member));
+}
+
+template <auto Member>
+void number_of_bytes(const char* label, const kmr_file_header& header) {
+    std::printf("%20s :\t%4d B\n", label, static_cast<std::int32_t>(header.*Member));
+}
+
+void mode(const char* label, const kmr_file_header& header) {
+    std::printf("%20s :\t%s\n", label, mode_text(header.Mode));
 }
 
 // A text without its NUL runs on into the fields behind it, at most to the end of the header.
-void print_cover_word(const kmr_file_header& header) {
-    constexpr int longest = sizeof header - offsetof(kmr_file_header, cCovWord);
-    const char* text = reinterpret_cast<const char*>(&header) + offsetof(kmr_file_header, cCovWord);
-    std::printf("%20s :\t%.*s\n", "cCovWord", longest, text);
+void cover_word(const char* label, const kmr_file_header& header) {
+    constexpr std::size_t start = offsetof(kmr_file_header, cCovWord);
+    const char* text = reinterpret_cast<const char*>(&header) + start;
+    std::printf("%20s :\t%.*s\n", label, static_cast<int>(sizeof header - start), text);
 }
+
+struct header_line {
+    const char* label;
+    void (*print)(const char* label, const kmr_file_header& header);
+};
+
+using fields = kmr_file_header;
+
+constexpr header_line header_lines[] = {
+    {"FrameRate", number<&fields::FrameRate>},
+    {"Width", number<&fields::Width>},
+    {"Height", number<&fields::Height>},
+    {"Mode", mode},
+    {"bAudio", number<&fields::bAudio>},
+    {"Year", number<&fields::Year>},
+    {"Month", number<&fields::Month>},
+    {"Day", number<&fields::Day>},
+    {"Hour", number<&fields::Hour>},
+    {"Minute", number<&fields::Minute>},
+    {"Second", number<&fields::Second>},
+    {"CoverMask", number<&fields::CoverMask>},
+    {"cCovWord", cover_word},
+    {"m_uiFrameNoDiff", number<&fields::m_uiFrameNoDiff>},
+    {"TriggerHigh", number<&fields::TriggerHigh>},
+    {"TriggerLow", number<&fields::TriggerLow>},
+    {"reserved", number<&fields::reserved>},
+    {"AChannels", number<&fields::AChannels>},
+    {"BitsPerSample", number<&fields::BitsPerSample>},
+    {"AudioSample", number<&fields::AudioSample>},
+    {"TotalSize", number_of_bytes<&fields::TotalSize>},
+    {"FrameCount", number<&fields::FrameCount>},
+};
 
 void print_header(const kmr_file_header& header) {
     std::puts(rule<140>.after_blank_line());
     std::puts("File Header infomation");
     std::puts(rule<140>.line());
-    print_number("FrameRate", header.FrameRate);
-    print_number("Width", header.Width);
-    print_number("Height", header.Height);
-    std::printf("%20s :\t%s\n", "Mode", mode_text(header.Mode));
-    print_number("bAudio", header.bAudio);
-    print_number("Year", header.Year);
-    print_number("Month", header.Month);
-    print_number("Day", header.Day);
-    print_number("Hour", header.Hour);
-    print_number("Minute", header.Minute);
-    print_number("Second", header.Second);
-    print_number("CoverMask", header.CoverMask);
-    print_cover_word(header);
-    print_number("m_uiFrameNoDiff", header.m_uiFrameNoDiff);
-    print_number("TriggerHigh", header.TriggerHigh);
-    print_number("TriggerLow", header.TriggerLow);
-    print_number("reserved", header.reserved);
-    print_number("AChannels", header.AChannels);
-    print_number("BitsPerSample", header.BitsPerSample);
-    print_number("AudioSample", header.AudioSample);
-    print_number("TotalSize", header.TotalSize, " B");
-    print_number("FrameCount", header.FrameCount);
+    for (const header_line& line : header_lines)
+        line.print(line.label, header);
 }
 
 } // namespace
