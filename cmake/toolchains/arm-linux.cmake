@@ -14,7 +14,7 @@ set(CMAKE_C_COMPILER ${KMR_CROSS_PREFIX}gcc)
 set(CMAKE_CXX_COMPILER ${KMR_CROSS_PREFIX}g++)
 
 # Notes about how GCC 6 passed arguments; nothing here was built with it.
-string(APPEND CMAKE_CXX_FLAGS_INIT " -Wno-psabi")
+set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi")
 
 # Programs are the build machine's; libraries and headers are never looked for there.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

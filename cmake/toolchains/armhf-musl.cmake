@@ -23,7 +23,8 @@ set(kmr_cxx_headers /usr/arm-linux-gnueabihf/include/c++/${kmr_gcc_version})
 
 set(CMAKE_C_FLAGS_INIT "${kmr_specs}")
 # The C++ headers are those of the compiler, made for another libc: four of them are corrected first.
-string(JOIN " " CMAKE_CXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT}" "${kmr_specs}"
+string(JOIN " " CMAKE_CXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT}"
+       "${kmr_specs}"
        "-isystem ${CMAKE_CURRENT_LIST_DIR}/musl/include"
        "-isystem ${kmr_cxx_headers}"
        "-isystem ${kmr_cxx_headers}/arm-linux-gnueabihf"
