@@ -10,7 +10,7 @@ namespace {
 
 // 30 tabs: the user data stands far to the right of the frame rows.
 constexpr char indentation[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-constexpr std::size_t indentation_width = sizeof indentation - 1;
+constexpr size_t indentation_width = sizeof indentation - 1;
 
 // A row as it goes out: every field is filled to its width, so all rows have one length and need no
 // formatting.
@@ -26,7 +26,7 @@ struct segment_row {
 };
 
 void put_text_right(std::span<char> field, std::string_view text) {
-    const std::size_t length = std::min(text.size(), field.size());
+    const size_t length = std::min(text.size(), field.size());
     std::memset(field.data(), ' ', field.size() - length);
     std::memcpy(field.data() + field.size() - length, text.data(), length);
 }
@@ -34,7 +34,7 @@ void put_text_right(std::span<char> field, std::string_view text) {
 // The field must have a place for each digit of the type.
 template <typename Number>
 void put_hex_right(std::span<char, 2 * sizeof(Number)> field, Number value) {
-    std::size_t at = field.size();
+    size_t at = field.size();
     do {
         field[--at] = "0123456789abcdef"[value % 16];
         value = static_cast<Number>(value / 16);
@@ -44,20 +44,20 @@ void put_hex_right(std::span<char, 2 * sizeof(Number)> field, Number value) {
 
 } // namespace
 
-void print_block_heading(std::uint16_t segment_count) {
+void print_block_heading(uint16_t segment_count) {
     std::printf("%s----------------------------------------------------\n"
                 "%s--------------UserData SegmentCount %d---------------\n"
                 "%s     loc\t UserData Flag\t UserData Type\n",
                 indentation, indentation, segment_count, indentation);
 }
 
-void print_segment_row(std::uint32_t position, std::uint16_t flag, std::string_view name) {
+void print_segment_row(uint32_t position, uint16_t flag, std::string_view name) {
     segment_row row;
     std::memcpy(row.indentation, indentation, sizeof row.indentation);
     std::memcpy(row.before_position, " ", sizeof row.before_position);
-    put_hex_right<std::uint32_t>(row.position, position);
+    put_hex_right<uint32_t>(row.position, position);
     std::memcpy(row.before_flag, "\t ", sizeof row.before_flag);
-    put_hex_right<std::uint16_t>(row.flag, flag);
+    put_hex_right<uint16_t>(row.flag, flag);
     std::memcpy(row.before_name, "\t ", sizeof row.before_name);
     put_text_right(row.name, name);
     std::memcpy(row.line_feed, "\n", sizeof row.line_feed);

@@ -9,7 +9,7 @@
 
 namespace kmr {
 
-enum class segment_action : std::uint8_t {
+enum class segment_action : uint8_t {
     none,
     take_analysis_size,
     take_target, // and show its first two values behind the name
@@ -18,8 +18,8 @@ enum class segment_action : std::uint8_t {
 
 struct segment_kind {
     std::string_view name;
-    std::uint16_t flag;
-    std::uint8_t counter; // index in g_u64UserDataLine
+    uint16_t flag;
+    uint8_t counter; // index in g_u64UserDataLine
     segment_action action = segment_action::none;
 };
 
@@ -39,7 +39,7 @@ inline constexpr segment_kind segment_kinds[] = {
 
 inline constexpr segment_kind unknown_segment = {"USERDATA_UNKNOWN *", 0, 17, segment_action::stop};
 
-constexpr const segment_kind& segment_kind_of(std::uint16_t flag) {
+constexpr const segment_kind& segment_kind_of(uint16_t flag) {
     for (const segment_kind& kind : segment_kinds)
         if (kind.flag == flag)
             return kind;

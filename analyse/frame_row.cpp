@@ -10,20 +10,20 @@ namespace kmr {
 namespace {
 
 // What of a longer FrameNo text does not fit is cut.
-constexpr std::size_t longest_frame_number = 19;
-constexpr std::size_t frame_number_width = 16;
-constexpr std::size_t column_width = 8;
+constexpr size_t longest_frame_number = 19;
+constexpr size_t frame_number_width = 16;
+constexpr size_t column_width = 8;
 
 // Frames with less data than this never count as encrypted.
-constexpr std::int32_t least_encrypted_size = 64;
+constexpr int32_t least_encrypted_size = 64;
 
-std::string_view type_text(const kmr_frame_header& frame, std::int32_t frame_class) {
+std::string_view type_text(const kmr_frame_header& frame, int32_t frame_class) {
     if (frame_class == KMR_FRAME_INDEX)
         return "V";
     return kmr_is_i_frame(&frame) ? "I" : "P";
 }
 
-std::string_view validity_text(std::int32_t frame_class) {
+std::string_view validity_text(int32_t frame_class) {
     switch (frame_class) {
     case KMR_FRAME_EMPTY:
         return "-2";
@@ -42,31 +42,30 @@ std::string_view validity_text(std::int32_t frame_class) {
 
 // The size is a signed 32-bit sum that wraps, so that a damaged header may well look too small.
 bool is_encrypted(const kmr_frame_header& frame) {
-    const std::uint32_t size = frame.VideoSize + std::uint32_t{frame.AFrameNum} * frame.AFrameSize;
-    return (frame.Tag & 3) == 2 && static_cast<std::int32_t>(size) >= least_encrypted_size;
+    const uint32_t size = frame.VideoSize + uint32_t{frame.AFrameNum} * frame.AFrameSize;
+    return (frame.Tag & 3) == 2 && static_cast<int32_t>(size) >= least_encrypted_size;
 }
 
-void put_frame_number(text_line& line, std::uint32_t number, const frame_pairing& pairing) {
-    const auto shown = static_cast<std::int32_t>(number);
+void put_frame_number(text_line& line, uint32_t number, const frame_pairing& pairing) {
+    const auto shown = static_cast<int32_t>(number);
     if (!pairing.frames_missing()) {
         line.put_decimal(shown, frame_number_width);
         return;
     }
     char text[32];
     const int length = std::snprintf(text, sizeof text, "*%d %8d", pairing.gap(), shown);
-    line.put_right({text, std::min(static_cast<std::size_t>(length), longest_frame_number)},
-                   frame_number_width);
+    line.put_right({text, std::min(static_cast<size_t>(length), longest_frame_number)}, frame_number_width);
 }
 
 } // namespace
 
 void frame_pairing::take(const kmr_frame_header& frame, bool measured) {
     if (delay_ == 0) {
-        delay_ = static_cast<std::int32_t>(frame.TimeStamp);
+        delay_ = static_cast<int32_t>(frame.TimeStamp);
         remember(frame);
     } else if (measured) {
-        delay_ = static_cast<std::int32_t>(frame.TimeStamp - stamp_);
-        gap_ = static_cast<std::int32_t>(frame.FrameNo - number_);
+        delay_ = static_cast<int32_t>(frame.TimeStamp - stamp_);
+        gap_ = static_cast<int32_t>(frame.FrameNo - number_);
         remember(frame);
     }
 }
@@ -86,7 +85,7 @@ void print_frame_heading() {
     std::puts(rule<154>.line());
 }
 
-void print_frame_row(const kmr_frame_header& frame, std::int32_t frame_class, std::uint32_t position,
+void print_frame_row(const kmr_frame_header& frame, int32_t frame_class, uint32_t position,
                      const frame_pairing& pairing) {
     text_line line;
     put_frame_number(line, frame.FrameNo, pairing);
@@ -94,12 +93,11 @@ void print_frame_row(const kmr_frame_header& frame, std::int32_t frame_class, st
     line.put_hex8(position);
     line.put('\t');
     line.put_right(type_text(frame, frame_class), column_width);
-    const std::uint32_t numbers[] = {frame.FrameSize, frame.VideoSize,
-                                     frame.AFrameNum, frame.AFrameSize,
-                                     frame.TimeStamp, static_cast<std::uint32_t>(pairing.delay())};
-    for (const std::uint32_t number : numbers) {
+    const uint32_t numbers[] = {frame.FrameSize,  frame.VideoSize, frame.AFrameNum,
+                                frame.AFrameSize, frame.TimeStamp, static_cast<uint32_t>(pairing.delay())};
+    for (const uint32_t number : numbers) {
         line.put('\t');
-        line.put_decimal(static_cast<std::int32_t>(number), column_width);
+        line.put_decimal(static_cast<int32_t>(number), column_width);
     }
     line.put('\t');
     line.put_right(validity_text(frame_class), column_width);

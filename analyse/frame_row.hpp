@@ -15,21 +15,21 @@ public:
     // anything.
     void take(const kmr_frame_header& frame, bool measured);
 
-    std::int32_t delay() const { return delay_; } // milliseconds
-    std::int32_t gap() const { return gap_; }     // difference of the frame numbers
+    int32_t delay() const { return delay_; } // milliseconds
+    int32_t gap() const { return gap_; }     // difference of the frame numbers
     bool frames_missing() const { return gap_ >= 2; }
 
 private:
     void remember(const kmr_frame_header& frame);
 
-    std::uint32_t number_ = 0;
-    std::uint32_t stamp_ = 0;
-    std::int32_t delay_ = 0;
-    std::int32_t gap_ = 0;
+    uint32_t number_ = 0;
+    uint32_t stamp_ = 0;
+    int32_t delay_ = 0;
+    int32_t gap_ = 0;
 };
 
 void print_frame_heading();
-void print_frame_row(const kmr_frame_header& frame, std::int32_t frame_class, std::uint32_t position,
+void print_frame_row(const kmr_frame_header& frame, int32_t frame_class, uint32_t position,
                      const frame_pairing& pairing);
 
 } // namespace kmr

@@ -11,29 +11,29 @@
 #include <cstring>
 #include <span>
 
-std::int32_t _iFileLocation;
-std::int32_t diffFrmNo;
-std::int32_t CHN_ALARMER_TYPE;
-std::int32_t g_blHaveVcaInfo;
+int32_t _iFileLocation;
+int32_t diffFrmNo;
+int32_t CHN_ALARMER_TYPE;
+int32_t g_blHaveVcaInfo;
 
 namespace kmr {
 namespace {
 
 // User data stands at the start of a payload; nothing behind this many bytes is looked at.
-constexpr std::uint32_t longest_payload_read = USER_DATA_WINDOW;
+constexpr uint32_t longest_payload_read = USER_DATA_WINDOW;
 
-using payload_bytes = std::span<const std::uint8_t>;
+using payload_bytes = std::span<const uint8_t>;
 
-void remember_i_frame(std::uint32_t payload_position, const kmr_frame_header& frame) {
+void remember_i_frame(uint32_t payload_position, const kmr_frame_header& frame) {
     if (kmr_is_i_frame(&frame)) {
-        _iFileLocation = static_cast<std::int32_t>(payload_position - KMR_FRAME_HEADER_SIZE);
+        _iFileLocation = static_cast<int32_t>(payload_position - KMR_FRAME_HEADER_SIZE);
         diffFrmNo = 0;
     } else {
         ++diffFrmNo;
     }
 }
 
-bool begins_with(payload_bytes payload, std::span<const std::uint8_t> marker) {
+bool begins_with(payload_bytes payload, std::span<const uint8_t> marker) {
     return payload.size() >= marker.size() && std::memcmp(payload.data(), marker.data(), marker.size()) == 0;
 }
 
@@ -43,24 +43,24 @@ bool begins_with_user_data(payload_bytes payload) {
 
 // The decoder looks a bounded way behind the payload; what it finds there is always zero and never a rest of
 // an earlier frame.
-void decode(std::uint32_t payload_position, payload_bytes payload) {
-    std::array<std::uint8_t, USER_DATA_READABLE> padded{};
+void decode(uint32_t payload_position, payload_bytes payload) {
+    std::array<uint8_t, USER_DATA_READABLE> padded{};
     std::copy(payload.begin(), payload.end(), padded.begin());
-    AnalyzeUserDataInOneFrame(payload_position, padded.data(), static_cast<std::int32_t>(payload.size()), 0);
+    AnalyzeUserDataInOneFrame(payload_position, padded.data(), static_cast<int32_t>(payload.size()), 0);
 }
 
 } // namespace
 } // namespace kmr
 
-std::int32_t rec_get_vcaalarm(vfs_file* fp, std::uint8_t* buf, std::int32_t buflen, std::uint32_t,
-                              const kmr_frame_header* frame, kmr_walk_context* ctx) {
+int32_t rec_get_vcaalarm(vfs_file* fp, uint8_t* buf, int32_t buflen, uint32_t, const kmr_frame_header* frame,
+                         kmr_walk_context* ctx) {
     if (buf == nullptr || buflen <= 0 || frame == nullptr || ctx == nullptr || fp == nullptr)
         return -1;
-    const std::uint32_t wanted = std::min(frame->VideoSize, kmr::longest_payload_read);
-    const auto position = static_cast<std::uint32_t>(vfs_ftell(fp));
+    const uint32_t wanted = std::min(frame->VideoSize, kmr::longest_payload_read);
+    const auto position = static_cast<uint32_t>(vfs_ftell(fp));
     kmr::remember_i_frame(position, *frame);
     // A payload of no bytes reads as -1, which ends the walk as a short read does.
-    if (vfs_fread(buf, 1, wanted, fp) < static_cast<std::int32_t>(wanted))
+    if (vfs_fread(buf, 1, wanted, fp) < static_cast<int32_t>(wanted))
         return -1;
     const kmr::payload_bytes payload(buf, wanted);
     if (kmr::begins_with_user_data(payload) && (g_Opt & KMR_OPTION_USER_DATA) != 0)

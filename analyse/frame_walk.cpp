@@ -19,25 +19,25 @@
 namespace kmr {
 namespace {
 
-constexpr std::int32_t work_buffer_size = 0x100000;
+constexpr int32_t work_buffer_size = 0x100000;
 
 // A time stamp that jumps this far (30 minutes, in ms) does not count as stream time.
-constexpr std::uint32_t longest_pause = 1800000;
+constexpr uint32_t longest_pause = 1800000;
 
 // From this stream time on (ms) whole seconds no longer fit into 32 bits.
-constexpr std::int64_t stream_time_limit = 1000LL << 32;
+constexpr int64_t stream_time_limit = 1000LL << 32;
 
 // Accumulated stream time in ms. It keeps its value between the calls that walk one recording piece by piece.
-std::int64_t lNowTm;
+int64_t lNowTm;
 
 class frame_walk {
 public:
-    frame_walk(const recording& file, std::uint8_t* work_buffer, std::uint32_t start_seconds,
-               kmr_walk_context& context, std::int32_t quota)
+    frame_walk(const recording& file, uint8_t* work_buffer, uint32_t start_seconds, kmr_walk_context& context,
+               int32_t quota)
         : file_(file), work_buffer_(work_buffer), start_seconds_(start_seconds), context_(context),
           quota_(quota) {}
 
-    std::int32_t run();
+    int32_t run();
 
 private:
     // What the walk does behind a frame.
@@ -46,32 +46,32 @@ private:
     bool find_start();
     bool read_header();
     bool row_wanted() const;
-    void report_row(std::int32_t frame_class);
-    step behind_frame(std::int32_t frame_class);
+    void report_row(int32_t frame_class);
+    step behind_frame(int32_t frame_class);
     step judge_index();
     step resynchronise();
     step account();
     void begin_side_files();
     void add_stream_time();
     bool extract_user_data();
-    std::int32_t pause();
+    int32_t pause();
 
     const recording& file_;
-    std::uint8_t* work_buffer_;
-    std::uint32_t start_seconds_;
+    uint8_t* work_buffer_;
+    uint32_t start_seconds_;
     kmr_walk_context& context_;
-    std::int32_t quota_;
+    int32_t quota_;
 
     kmr_frame_header header_{};
-    std::uint32_t position_ = 0; // of the header that is read next
+    uint32_t position_ = 0; // of the header that is read next
     bool first_frame_ = true;
-    std::uint32_t previous_stamp_ = 0;
+    uint32_t previous_stamp_ = 0;
     frame_pairing pairing_;
     // Where the last index-looking frame stands, as long as no ordinary frame has come behind it.
-    std::optional<std::uint32_t> index_position_;
+    std::optional<uint32_t> index_position_;
 };
 
-std::int32_t frame_walk::run() {
+int32_t frame_walk::run() {
     if (!find_start())
         return -1;
     if (quota_ < 0)
@@ -79,7 +79,7 @@ std::int32_t frame_walk::run() {
     for (;;) {
         if (!read_header())
             return -1;
-        const std::int32_t frame_class = rec_ValidFrame(&header_, KMR_MAX_FRAME_SIZE);
+        const int32_t frame_class = rec_ValidFrame(&header_, KMR_MAX_FRAME_SIZE);
         report_row(frame_class);
         step next = behind_frame(frame_class);
         position_ += header_.FrameSize;
@@ -99,16 +99,15 @@ bool frame_walk::find_start() {
     if (position_ != 0)
         return true;
     lNowTm = 0;
-    if (vfs_fseek(file_.stream(), static_cast<std::int32_t>(KMR_FILE_HEADER_SIZE), SEEK_SET) != 0)
+    if (vfs_fseek(file_.stream(), static_cast<int32_t>(KMR_FILE_HEADER_SIZE), SEEK_SET) != 0)
         return false;
-    position_ = static_cast<std::uint32_t>(vfs_ftell(file_.stream()));
+    position_ = static_cast<uint32_t>(vfs_ftell(file_.stream()));
     return true;
 }
 
 bool frame_walk::read_header() {
-    return vfs_fseek(file_.stream(), static_cast<std::int32_t>(position_), SEEK_SET) == 0 &&
-           vfs_fread(&header_, 1, sizeof header_, file_.stream()) ==
-               static_cast<std::int32_t>(sizeof header_);
+    return vfs_fseek(file_.stream(), static_cast<int32_t>(position_), SEEK_SET) == 0 &&
+           vfs_fread(&header_, 1, sizeof header_, file_.stream()) == static_cast<int32_t>(sizeof header_);
 }
 
 bool frame_walk::row_wanted() const {
@@ -117,7 +116,7 @@ bool frame_walk::row_wanted() const {
            ((g_Opt & KMR_OPTION_MISSING_FRAMES) != 0 && pairing_.frames_missing());
 }
 
-void frame_walk::report_row(std::int32_t frame_class) {
+void frame_walk::report_row(int32_t frame_class) {
     const bool measured =
         (g_Opt & KMR_OPTION_ALL) != 0 || ((g_Opt & KMR_OPTION_I_FRAMES) != 0 && kmr_is_i_frame(&header_));
     pairing_.take(header_, measured);
@@ -125,7 +124,7 @@ void frame_walk::report_row(std::int32_t frame_class) {
         print_frame_row(header_, frame_class, position_, pairing_);
 }
 
-frame_walk::step frame_walk::behind_frame(std::int32_t frame_class) {
+frame_walk::step frame_walk::behind_frame(int32_t frame_class) {
     switch (frame_class) {
     case KMR_FRAME_ORDINARY:
         return step::account;
@@ -153,10 +152,10 @@ frame_walk::step frame_walk::judge_index() {
 
 // The frame that is found gets no row and does not take part in the pairing.
 frame_walk::step frame_walk::resynchronise() {
-    constexpr std::uint32_t behind_sync_word = KMR_FRAME_HEADER_SIZE - sizeof header_.SyncWord;
+    constexpr uint32_t behind_sync_word = KMR_FRAME_HEADER_SIZE - sizeof header_.SyncWord;
     // Unsigned: a damaged index may have led behind 2 GiB, where positions are negative numbers.
-    const auto position = static_cast<std::uint32_t>(vfs_ftell(file_.stream()));
-    const auto start = static_cast<std::int32_t>(position - behind_sync_word);
+    const auto position = static_cast<uint32_t>(vfs_ftell(file_.stream()));
+    const auto start = static_cast<int32_t>(position - behind_sync_word);
     if (rec_FindNextValidIFramefromLoc(file_.stream(), file_.size(), start, &position_) != 0)
         return step::end;
     if (!read_header())
@@ -181,45 +180,45 @@ frame_walk::step frame_walk::account() {
         return step::end;
     --quota_;
     first_frame_ = false;
-    g_TempLastFrmNum = static_cast<std::int32_t>(header_.FrameNo);
+    g_TempLastFrmNum = static_cast<int32_t>(header_.FrameNo);
     previous_stamp_ = header_.TimeStamp;
     return step::next_frame;
 }
 
 // "EndFrame" still holds the last frame number of the recording before this one.
 void frame_walk::begin_side_files() {
-    g_TempFirstFrmNum = static_cast<std::int32_t>(header_.FrameNo);
+    g_TempFirstFrmNum = static_cast<int32_t>(header_.FrameNo);
     previous_stamp_ = header_.TimeStamp;
-    std::int32_t end_frame = 0;
+    int32_t end_frame = 0;
     myReadFile("EndFrame", &end_frame);
     g_TempLastFrmNum = end_frame;
-    const auto overlap = static_cast<std::int32_t>(static_cast<std::uint32_t>(end_frame) - header_.FrameNo);
+    const auto overlap = static_cast<int32_t>(static_cast<uint32_t>(end_frame) - header_.FrameNo);
     myWriteFile("Diff", std::max(0, overlap));
 }
 
 void frame_walk::add_stream_time() {
-    const std::uint32_t stamp = header_.TimeStamp;
+    const uint32_t stamp = header_.TimeStamp;
     if (previous_stamp_ < stamp && stamp < previous_stamp_ + longest_pause)
         lNowTm += stamp - previous_stamp_;
 }
 
 bool frame_walk::extract_user_data() {
-    const std::int64_t seconds = lNowTm / 1000;
-    if (seconds < std::int64_t{start_seconds_} || lNowTm >= stream_time_limit)
+    const int64_t seconds = lNowTm / 1000;
+    if (seconds < int64_t{start_seconds_} || lNowTm >= stream_time_limit)
         return true;
-    return rec_get_vcaalarm(file_.stream(), work_buffer_, work_buffer_size,
-                            static_cast<std::uint32_t>(seconds), &header_, &context_) != -1;
+    return rec_get_vcaalarm(file_.stream(), work_buffer_, work_buffer_size, static_cast<uint32_t>(seconds),
+                            &header_, &context_) != -1;
 }
 
-std::int32_t frame_walk::pause() {
+int32_t frame_walk::pause() {
     context_.Position = position_;
-    return static_cast<std::int32_t>(lNowTm / 1000);
+    return static_cast<int32_t>(lNowTm / 1000);
 }
 
 } // namespace
 
-std::int32_t rec_WalkFrames(const char* name, std::uint32_t start_seconds, kmr_walk_context& context,
-                            const std::int32_t* quota) {
+int32_t rec_WalkFrames(const char* name, uint32_t start_seconds, kmr_walk_context& context,
+                       const int32_t* quota) {
     if (name == nullptr)
         return -1;
     const recording file(name);

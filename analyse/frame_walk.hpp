@@ -11,7 +11,7 @@ namespace kmr {
 // g_Opt asks for. The stream time in whole seconds when the quota was used up, and context.Position is where
 // the next call resumes; -1 when the walk ends on an error or at the end of the data, with the position as it
 // was.
-std::int32_t rec_WalkFrames(const char* name, std::uint32_t start_seconds, kmr_walk_context& context,
-                            const std::int32_t* quota);
+int32_t rec_WalkFrames(const char* name, uint32_t start_seconds, kmr_walk_context& context,
+                       const int32_t* quota);
 
 } // namespace kmr

@@ -12,9 +12,9 @@
 namespace kmr {
 namespace {
 
-constexpr std::uint32_t header_options = KMR_OPTION_SAMPLE | KMR_OPTION_ALL | KMR_OPTION_MISSING_FRAMES;
+constexpr uint32_t header_options = KMR_OPTION_SAMPLE | KMR_OPTION_ALL | KMR_OPTION_MISSING_FRAMES;
 
-const char* mode_text(std::uint16_t mode) {
+const char* mode_text(uint16_t mode) {
     switch (mode) {
     case 21:
     case 22:
@@ -29,12 +29,12 @@ const char* mode_text(std::uint16_t mode) {
 
 template <auto Member>
 void number(const char* label, const kmr_file_header& header) {
-    std::printf("%20s :\t%4d\n", label, static_cast<std::int32_t>(header.*Member));
+    std::printf("%20s :\t%4d\n", label, static_cast<int32_t>(header.*Member));
 }
 
 template <auto Member>
 void number_of_bytes(const char* label, const kmr_file_header& header) {
-    std::printf("%20s :\t%4d B\n", label, static_cast<std::int32_t>(header.*Member));
+    std::printf("%20s :\t%4d B\n", label, static_cast<int32_t>(header.*Member));
 }
 
 void mode(const char* label, const kmr_file_header& header) {
@@ -43,7 +43,7 @@ void mode(const char* label, const kmr_file_header& header) {
 
 // A text without its NUL runs on into the fields behind it, at most to the end of the header.
 void cover_word(const char* label, const kmr_file_header& header) {
-    constexpr std::size_t start = offsetof(kmr_file_header, cCovWord);
+    constexpr size_t start = offsetof(kmr_file_header, cCovWord);
     const char* text = reinterpret_cast<const char*>(&header) + start;
     std::printf("%20s :\t%.*s\n", label, static_cast<int>(sizeof header - start), text);
 }
@@ -91,17 +91,17 @@ void print_header(const kmr_file_header& header) {
 } // namespace
 } // namespace kmr
 
-std::int32_t rec_GetFileFrameNo(const char* name) {
+int32_t rec_GetFileFrameNo(const char* name) {
     if (name == nullptr)
         return -1;
     const kmr::recording file(name);
     if (!file)
         return -1;
     kmr_file_header header{};
-    const std::int32_t status = rec_ReadFileHeader(file.stream(), nullptr, &header);
+    const int32_t status = rec_ReadFileHeader(file.stream(), nullptr, &header);
     if (status != REC_OK)
         return status;
     if ((g_Opt & kmr::header_options) != 0)
         kmr::print_header(header);
-    return static_cast<std::int32_t>(header.FrameCount);
+    return static_cast<int32_t>(header.FrameCount);
 }

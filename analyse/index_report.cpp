@@ -13,10 +13,10 @@
 namespace kmr {
 namespace {
 
-constexpr std::uint32_t detail_options = KMR_OPTION_ALL | KMR_OPTION_INDEX;
+constexpr uint32_t detail_options = KMR_OPTION_ALL | KMR_OPTION_INDEX;
 
 // Index times are unsigned: 2^31 and above lie behind 2038.
-std::tm local_time(std::uint32_t seconds) {
+std::tm local_time(uint32_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
     std::tm parts{};
     localtime_r(&time, &parts);
@@ -30,9 +30,9 @@ void print_head(const kmr_index_head& head) {
     std::puts("IFrameIndex Header Infomation");
     std::puts(rule<89>.line());
     std::printf("%30s : Same as above\n", "Virual FrameHeader");
-    std::printf("%30s : %d\n", "I Frame Record Num", static_cast<std::int32_t>(head.RecordCount));
-    std::printf("%30s : %d\n", "VirualFrame Record size", static_cast<std::int32_t>(head.RecordSize));
-    std::printf("%30s : %d\n", "Memory Num", static_cast<std::int32_t>(head.MemoryNum));
+    std::printf("%30s : %d\n", "I Frame Record Num", static_cast<int32_t>(head.RecordCount));
+    std::printf("%30s : %d\n", "VirualFrame Record size", static_cast<int32_t>(head.RecordSize));
+    std::printf("%30s : %d\n", "Memory Num", static_cast<int32_t>(head.MemoryNum));
 }
 
 void print_body_heading() {
@@ -44,7 +44,7 @@ void print_body_heading() {
     std::puts(rule<121>.line());
 }
 
-void put_clock(text_line& line, std::uint32_t seconds) {
+void put_clock(text_line& line, uint32_t seconds) {
     const std::tm time = local_time(seconds);
     const int parts[] = {time.tm_hour % 24, time.tm_min, time.tm_sec};
     char separator = '[';
@@ -57,8 +57,8 @@ void put_clock(text_line& line, std::uint32_t seconds) {
     line.put(']');
 }
 
-void print_record(std::int32_t number, std::uint32_t position, const kmr_index_record& record) {
-    constexpr std::size_t width = 8;
+void print_record(int32_t number, uint32_t position, const kmr_index_record& record) {
+    constexpr size_t width = 8;
     text_line line;
     line.put_decimal(number, width);
     line.put('\t');
@@ -67,10 +67,9 @@ void print_record(std::int32_t number, std::uint32_t position, const kmr_index_r
     line.put_hex8(record.IPos);
     line.put('\t');
     line.put_hex8(position);
-    for (const std::uint32_t value :
-         {record.Sign, std::uint32_t{record.VideoHeight}, std::uint32_t{record.VideoWidth}}) {
+    for (const uint32_t value : {record.Sign, uint32_t{record.VideoHeight}, uint32_t{record.VideoWidth}}) {
         line.put('\t');
-        line.put_decimal(static_cast<std::int32_t>(value), width);
+        line.put_decimal(static_cast<int32_t>(value), width);
     }
     line.put('\t');
     line.put_right(std::string_view(record.TagName, strnlen(record.TagName, sizeof record.TagName)), width);
@@ -78,15 +77,15 @@ void print_record(std::int32_t number, std::uint32_t position, const kmr_index_r
 }
 
 struct time_range {
-    std::uint32_t start = 0;
-    std::uint32_t end = 0;
+    uint32_t start = 0;
+    uint32_t end = 0;
 };
 
 // Records behind the end of the file read as zero; the head's count decides how many rows there are.
-time_range print_records(vfs_file* file, std::int32_t count) {
+time_range print_records(vfs_file* file, int32_t count) {
     time_range times;
-    auto position = static_cast<std::uint32_t>(vfs_ftell(file));
-    for (std::int32_t i = 0; i < count; ++i) {
+    auto position = static_cast<uint32_t>(vfs_ftell(file));
+    for (int32_t i = 0; i < count; ++i) {
         kmr_index_record record{};
         vfs_fread(&record, 1, sizeof record, file);
         if (i == 0)
@@ -99,16 +98,16 @@ time_range print_records(vfs_file* file, std::int32_t count) {
     return times;
 }
 
-void print_tail(std::uint32_t body_size) {
+void print_tail(uint32_t body_size) {
     std::puts(rule<89>.after_blank_line());
     std::puts("IFrameIndex Tail Infomation");
     std::puts(rule<89>.line());
     std::printf("%8s\t%8s\t\n", "Flag", "VFrameSize");
-    std::printf("%8x\t%8d\t\n", KMR_INDEX_MAGIC, static_cast<std::int32_t>(body_size));
+    std::printf("%8x\t%8d\t\n", KMR_INDEX_MAGIC, static_cast<int32_t>(body_size));
     std::puts(rule<89>.line());
 }
 
-void print_time(const char* label, std::uint32_t seconds) {
+void print_time(const char* label, uint32_t seconds) {
     const std::tm time = local_time(seconds);
     std::printf("%s%04d/%02d/%02d %02d:%02d:%02d\n", label, time.tm_year + 1900, time.tm_mon + 1,
                 time.tm_mday, time.tm_hour % 24, time.tm_min, time.tm_sec);
@@ -117,19 +116,19 @@ void print_time(const char* label, std::uint32_t seconds) {
 void print_times(const time_range& times) {
     print_time("KMR FileStartTime :", times.start);
     print_time("KMR FileEndTime   :", times.end);
-    std::printf("KMR File Time     :%8d(s)\n", static_cast<std::int32_t>(times.end - times.start));
+    std::printf("KMR File Time     :%8d(s)\n", static_cast<int32_t>(times.end - times.start));
     std::puts(rule<89>.line());
 }
 
-bool read_head(vfs_file* file, std::uint32_t length, kmr_index_head& head) {
-    return vfs_fread(&head, 1, sizeof head, file) == static_cast<std::int32_t>(sizeof head) &&
+bool read_head(vfs_file* file, uint32_t length, kmr_index_head& head) {
+    return vfs_fread(&head, 1, sizeof head, file) == static_cast<int32_t>(sizeof head) &&
            opens_index_block(head.Frame, length);
 }
 
 void print_detail(vfs_file* file) {
     if (!find_index_trailer(file))
         return;
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     seek_to_index_block(file, length);
     kmr_index_head head;
     if (!read_head(file, length, head)) {
@@ -137,12 +136,12 @@ void print_detail(vfs_file* file) {
         std::printf("%s %d err", "decode_ReadFrameIndex", 252);
         return;
     }
-    const std::uint32_t body_size = head.RecordCount * head.RecordSize;
+    const uint32_t body_size = head.RecordCount * head.RecordSize;
     if (body_size == 0)
         return;
     print_head(head);
     print_body_heading();
-    const time_range times = print_records(file, static_cast<std::int32_t>(head.RecordCount));
+    const time_range times = print_records(file, static_cast<int32_t>(head.RecordCount));
     print_tail(body_size);
     print_times(times);
 }
@@ -150,7 +149,7 @@ void print_detail(vfs_file* file) {
 } // namespace
 
 void report_index(vfs_file* file) {
-    const std::int32_t behind_header = vfs_ftell(file);
+    const int32_t behind_header = vfs_ftell(file);
     if (!find_index_trailer(file)) {
         vfs_fseek(file, behind_header, SEEK_SET);
         std::puts("IT IS a POOR FILE :(");

@@ -21,7 +21,7 @@ public:
     explicit operator bool() const { return opened_; }
     vfs_file* stream() const { return stream_; }
     // The layer's searches take signed 32-bit offsets; a file beyond them has a size that no search accepts.
-    std::int32_t size() const { return static_cast<std::int32_t>(stat_.Size); }
+    int32_t size() const { return static_cast<int32_t>(stat_.Size); }
 
 private:
     vfs_file* stream_ = nullptr;

@@ -5,12 +5,12 @@
 
 namespace kmr {
 
-template <std::size_t Length>
+template <size_t Length>
 class rule_text {
 public:
     constexpr rule_text() {
         text_[0] = '\n';
-        for (std::size_t i = 1; i <= Length; ++i)
+        for (size_t i = 1; i <= Length; ++i)
             text_[i] = '-';
     }
     constexpr const char* line() const { return text_ + 1; }
@@ -20,7 +20,7 @@ private:
     char text_[Length + 2] = {};
 };
 
-template <std::size_t Length>
+template <size_t Length>
 inline constexpr rule_text<Length> rule;
 
 } // namespace kmr

@@ -16,18 +16,18 @@ struct heap_free {
 template <typename Element>
 using heap_array = std::unique_ptr<Element[], heap_free>;
 
-using heap_bytes = heap_array<std::uint8_t>;
+using heap_bytes = heap_array<uint8_t>;
 
 // `count` uninitialised elements; null when there is no memory.
 template <typename Element>
-[[nodiscard]] heap_array<Element> allocate_array(std::size_t count) {
+[[nodiscard]] heap_array<Element> allocate_array(size_t count) {
     if (count > SIZE_MAX / sizeof(Element))
         return nullptr;
     return heap_array<Element>(static_cast<Element*>(std::malloc(count * sizeof(Element))));
 }
 
-[[nodiscard]] inline heap_bytes allocate_bytes(std::size_t size) {
-    return allocate_array<std::uint8_t>(size);
+[[nodiscard]] inline heap_bytes allocate_bytes(size_t size) {
+    return allocate_array<uint8_t>(size);
 }
 
 } // namespace kmr

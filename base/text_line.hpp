@@ -14,7 +14,7 @@ namespace kmr {
 class text_line {
 public:
     void put(std::string_view text) {
-        const std::size_t length = std::min(text.size(), line_.size() - length_);
+        const size_t length = std::min(text.size(), line_.size() - length_);
         std::memcpy(line_.data() + length_, text.data(), length);
         length_ += length;
     }
@@ -22,18 +22,17 @@ public:
     void put(char character) { put(std::string_view(&character, 1)); }
 
     // As "%<width>s": right-aligned, never cut.
-    void put_right(std::string_view text, std::size_t width) {
-        for (std::size_t blanks = text.size(); blanks < width; ++blanks)
+    void put_right(std::string_view text, size_t width) {
+        for (size_t blanks = text.size(); blanks < width; ++blanks)
             put(' ');
         put(text);
     }
 
     // As "%<width>d".
-    void put_decimal(std::int32_t value, std::size_t width) {
+    void put_decimal(int32_t value, size_t width) {
         std::array<char, 11> digits;
-        std::size_t first = digits.size();
-        std::uint32_t rest =
-            value < 0 ? 0U - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
+        size_t first = digits.size();
+        uint32_t rest = value < 0 ? 0U - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
         do {
             digits[--first] = static_cast<char>('0' + rest % 10);
             rest /= 10;
@@ -44,7 +43,7 @@ public:
     }
 
     // As "%08x".
-    void put_hex8(std::uint32_t value) {
+    void put_hex8(uint32_t value) {
         for (int shift = 28; shift >= 0; shift -= 4)
             put("0123456789abcdef"[value >> shift & 0xF]);
     }
@@ -58,7 +57,7 @@ public:
 
 private:
     std::array<char, 256> line_;
-    std::size_t length_ = 0;
+    size_t length_ = 0;
 };
 
 } // namespace kmr

@@ -15,7 +15,7 @@ void export_recording(benchmark::State& state) {
         // The copy leaves its entry of the open-recording table taken, as a program that ends does not mind.
         tOpenFile[0].uiInUse = 0;
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(path)));
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(std::filesystem::file_size(path)));
     std::filesystem::remove("copy.kmr");
 }
 BENCHMARK(export_recording)->Unit(benchmark::kMillisecond);

@@ -8,11 +8,11 @@
 namespace {
 
 void next_i_frame_over_noise(benchmark::State& state) {
-    constexpr std::int32_t size = 64 << 20;
+    constexpr int32_t size = 64 << 20;
     const std::string path = bench::noise("noise.kmr", size);
     vfs_file* file = vfs_fopen(0, path.c_str(), "rb");
     for (auto _ : state) {
-        std::uint32_t found = 0;
+        uint32_t found = 0;
         benchmark::DoNotOptimize(rec_FindNextValidIFramefromLoc(file, size, 4, &found));
     }
     vfs_fclose(file);
@@ -26,7 +26,7 @@ void last_frame(benchmark::State& state) {
         "--output last.kmr --frames 100000 --i-interval 25 --payload 2000 --p-payload 200 --no-index");
     vfs_file* file = vfs_fopen(0, path.c_str(), "rb");
     for (auto _ : state) {
-        std::int64_t offset = 0;
+        int64_t offset = 0;
         benchmark::DoNotOptimize(rec_SeekLastFrame(file, &offset, nullptr));
     }
     vfs_fclose(file);

@@ -21,14 +21,14 @@ std::string indexed_recording() {
                      "--frames 100000 --i-interval 1 --payload 64 --tag 99999=LAST --tag 50000=MIDDLE");
 }
 
-std::int32_t go_on(const void*, std::int32_t, std::int32_t, void* context) {
-    ++*static_cast<std::int64_t*>(context);
+int32_t go_on(const void*, int32_t, int32_t, void* context) {
+    ++*static_cast<int64_t*>(context);
     return 0;
 }
 
 void walk_index(benchmark::State& state) {
     const std::string path = indexed_recording();
-    std::int64_t walked = 0;
+    int64_t walked = 0;
     for (auto _ : state) {
         rec_index_header header;
         rec_IndexQuery(path.c_str(), REC_INDEX_BY_TIME, go_on, &walked, &header);
@@ -51,7 +51,7 @@ void rebuild_index(benchmark::State& state) {
     const std::string path =
         below_mnt("rebuild.kmr", "--frames 1000000 --i-interval 25 --payload 400 --p-payload 100");
     for (auto _ : state) {
-        std::uint32_t walked = 0;
+        uint32_t walked = 0;
         benchmark::DoNotOptimize(rec_MakeUpIframeIndex(path.c_str(), 0, &walked, 1420167845));
     }
     state.SetItemsProcessed(state.iterations() * 1000000);
@@ -59,12 +59,12 @@ void rebuild_index(benchmark::State& state) {
 BENCHMARK(rebuild_index)->Unit(benchmark::kMillisecond);
 
 void copy_segment(benchmark::State& state) {
-    constexpr std::int32_t size = 1 << 30;
+    constexpr int32_t size = 1 << 30;
     const std::string path = bench::noise("segment.kmr", size);
     const std::string copy = std::filesystem::absolute("segment_copy.kmr").string();
     for (auto _ : state)
         benchmark::DoNotOptimize(rec_CopyFileSegment(copy.c_str(), 0, path.c_str(), 0, size));
-    state.SetBytesProcessed(state.iterations() * std::int64_t{size});
+    state.SetBytesProcessed(state.iterations() * int64_t{size});
     std::filesystem::remove(copy);
     std::filesystem::remove(path);
 }

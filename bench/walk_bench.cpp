@@ -23,7 +23,7 @@ std::string recording_with_user_data() {
                            "--segment gps=52.5200N --segment vca_target=5,3");
 }
 
-void analyse(benchmark::State& state, const std::string& path, std::uint32_t options) {
+void analyse(benchmark::State& state, const std::string& path, uint32_t options) {
     for (auto _ : state)
         analyse_kmr(path.c_str(), options);
     state.SetItemsProcessed(state.iterations() * frames);
@@ -54,11 +54,11 @@ void layer_calls_of_the_walk(benchmark::State& state) {
     const std::string path = recording();
     for (auto _ : state) {
         vfs_file* file = vfs_fopen(0, path.c_str(), "rb");
-        std::uint32_t header[8];
+        uint32_t header[8];
         char payload[1024];
-        std::uint32_t position = 88;
+        uint32_t position = 88;
         for (int i = 0; i < frames; ++i) {
-            vfs_fseek(file, static_cast<std::int32_t>(position), SEEK_SET);
+            vfs_fseek(file, static_cast<int32_t>(position), SEEK_SET);
             vfs_fread(header, 1, sizeof header, file);
             benchmark::DoNotOptimize(vfs_ftell(file));
             vfs_fread(payload, 1, header[5] < sizeof payload ? header[5] : sizeof payload, file);

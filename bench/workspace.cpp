@@ -49,14 +49,14 @@ std::string composed(const std::string& name, const std::string& arguments) {
     return target.string();
 }
 
-std::string noise(const std::string& name, std::size_t size) {
+std::string noise(const std::string& name, size_t size) {
     const fs::path target = folder / name;
     if (!fs::exists(target)) {
         std::mt19937 random(1);
         std::uniform_int_distribution<int> byte(3, 255); // no 2, so no sync word
         std::ofstream out(target, std::ios::binary);
         std::string block(1 << 20, '\0');
-        for (std::size_t written = 0; written < size; written += block.size()) {
+        for (size_t written = 0; written < size; written += block.size()) {
             for (char& each : block)
                 each = static_cast<char>(byte(random));
             out.write(block.data(), static_cast<std::streamsize>(block.size()));

@@ -13,6 +13,6 @@ void enter_workspace();
 std::string composed(const std::string& name, const std::string& arguments);
 
 // A file of `size` bytes of repeatable noise without any sync word.
-std::string noise(const std::string& name, std::size_t size);
+std::string noise(const std::string& name, size_t size);
 
 } // namespace bench

@@ -88,7 +88,7 @@ int32_t record_walk::run(vfs_file* file, const index_place& place, uint32_t bloc
     // Known before anything is allocated: a batch that the block cannot hold would be a short one.
     if (size > block_length)
         return WALK_ENDED;
-    const kmr::heap_bytes batch = kmr::allocate_bytes(static_cast<std::size_t>(size));
+    const kmr::heap_bytes batch = kmr::allocate_bytes(static_cast<size_t>(size));
     if (batch == nullptr)
         return WALK_ENDED;
 

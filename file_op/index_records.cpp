@@ -14,7 +14,7 @@ bool index_records::make_room() {
     if (count_ < capacity_)
         return true;
     const uint32_t capacity = capacity_ + records_per_step;
-    void* const larger = std::realloc(records_.get(), std::size_t{capacity} * sizeof(kmr_index_record));
+    void* const larger = std::realloc(records_.get(), size_t{capacity} * sizeof(kmr_index_record));
     if (larger == nullptr)
         return false;
     static_cast<void>(records_.release()); // realloc has taken it

@@ -14,7 +14,7 @@ constexpr int32_t block_size = 32768;
 // Neighbouring blocks share one header's length, so that no header is cut by their border.
 constexpr int32_t block_step = block_size - static_cast<int32_t>(KMR_FRAME_HEADER_SIZE);
 
-bool runs_past(int32_t limit, std::size_t offset, const kmr_frame_header& header) {
+bool runs_past(int32_t limit, size_t offset, const kmr_frame_header& header) {
     return limit != 0 && int64_t{limit} - static_cast<int64_t>(offset) < int64_t{header.FrameSize};
 }
 
@@ -58,9 +58,9 @@ int32_t rec_FindOneFrame(const uint8_t* buffer, int32_t length, int32_t limit, u
                          int64_t* offset, kmr_frame_header* header) {
     if (length < static_cast<int32_t>(KMR_FRAME_HEADER_SIZE))
         return 0;
-    const std::span<const uint8_t> bytes(buffer, static_cast<std::size_t>(length));
+    const std::span<const uint8_t> bytes(buffer, static_cast<size_t>(length));
     int32_t found = 0;
-    std::size_t from = 0;
+    size_t from = 0;
     while (const auto hit = kmr::find_header(bytes, from)) {
         from = *hit + 1; // payload is not skipped: a length that lies cannot hide the frames behind it
         const kmr_frame_header candidate = kmr::header_at(bytes, *hit);

@@ -11,8 +11,8 @@ namespace {
 
 // In a full path of an internal disk ("/dev/scsi/hostNN/part1/" has 23 characters) this is the name's record
 // type.
-constexpr std::size_t letter_position = 43;
-constexpr std::size_t short_name_length = 27;
+constexpr size_t letter_position = 43;
+constexpr size_t short_name_length = 27;
 
 // The status of the file at `path`, or else at the same path with the other record-type letter, which then
 // stays.
@@ -48,7 +48,7 @@ int32_t rec_Stat(char* path, vfs_stat_record* record) {
     kmr::copy_text(working, path);
     vfs_stat_record unwanted = {};
     const int32_t result = stat_on_any_disk(working, first_disk, record != nullptr ? record : &unwanted);
-    const std::size_t length = std::strlen(path);
+    const size_t length = std::strlen(path);
     if (result == 0 && std::memcmp(path, working, length) != 0)
         std::memcpy(path, working, length);
     return result;
@@ -64,7 +64,7 @@ int32_t rec_GetFileChn(const char* name) {
         return 0;
     if (std::strstr(name, "usb") != nullptr)
         return 1;
-    const std::size_t length = std::strlen(name);
+    const size_t length = std::strlen(name);
     if (length < short_name_length)
         return 0;
     if (length > short_name_length)

@@ -18,8 +18,8 @@ bool is_good_i_frame(const kmr_frame_header& header) {
 }
 
 // The offset of the first good I-frame header in the chunk.
-std::optional<std::size_t> find_i_frame(std::span<const uint8_t> chunk) {
-    std::size_t from = 0;
+std::optional<size_t> find_i_frame(std::span<const uint8_t> chunk) {
+    size_t from = 0;
     while (const auto hit = kmr::find_header(chunk, from)) {
         if (is_good_i_frame(kmr::header_at(chunk, *hit)))
             return hit;
@@ -43,7 +43,7 @@ int32_t rec_FindNextValidIFramefromLoc(vfs_file* file, int32_t end, int32_t star
         const int32_t size = vfs_fread(buffer.get(), 1, chunk_size, file);
         if (size < static_cast<int32_t>(KMR_FRAME_HEADER_SIZE))
             return -1;
-        const auto found = find_i_frame({buffer.get(), static_cast<std::size_t>(size)});
+        const auto found = find_i_frame({buffer.get(), static_cast<size_t>(size)});
         // A frame at the very start of a chunk, which the frame at `start` is, gives up the whole chunk.
         if (found && *found > 0) {
             *out = base + static_cast<uint32_t>(*found);

@@ -129,7 +129,7 @@ int32_t rec_SetBuf(vfs_file* handle, int32_t size) {
     if (entry == nullptr)
         return REC_FAILED;
     // A buffer set before is not freed: somebody may still work in it.
-    entry->pWorkBuf = std::malloc(static_cast<std::size_t>(size));
+    entry->pWorkBuf = std::malloc(static_cast<size_t>(size));
     return entry->pWorkBuf != nullptr ? REC_OK : REC_FAILED;
 }
 

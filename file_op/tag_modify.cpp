@@ -85,10 +85,10 @@ int32_t write_tag(int32_t fd, const tag_change& change, const void* tag) {
 // The modules of the recorder write from whole pages without a copy of their own.
 kmr::heap_bytes page_aligned_tag(const char* text) {
     void* memory = nullptr;
-    if (posix_memalign(&memory, static_cast<std::size_t>(sysconf(_SC_PAGESIZE)), KMR_TAG_SIZE) != 0)
+    if (posix_memalign(&memory, static_cast<size_t>(sysconf(_SC_PAGESIZE)), KMR_TAG_SIZE) != 0)
         return nullptr;
     kmr::heap_bytes tag(static_cast<uint8_t*>(memory));
-    const std::size_t length = strnlen(text, KMR_TAG_SIZE);
+    const size_t length = strnlen(text, KMR_TAG_SIZE);
     std::memcpy(tag.get(), text, length);
     std::memset(tag.get() + length, 0, KMR_TAG_SIZE - length);
     return tag;

@@ -15,7 +15,7 @@ namespace {
 using kmr::mutex_lock;
 using record_array = kmr::heap_array<vfs_directory_record>;
 
-constexpr int32_t FREE_DIRECTORY = -1;
+constexpr int32_t free_directory = -1;
 
 // A module 1 handle begins with -1. So does a closed handle of module 0, which is why it must not be used again.
 const vfs_module_operations* operations_behind(const void* handle) {
@@ -45,7 +45,7 @@ vfs_directory* hand_out(int32_t number, uint32_t count, record_array& records) {
 void kmr::clear_directories() {
     for (vfs_directory& entry : g_vDir) {
         entry = {};
-        entry.iDirNo = FREE_DIRECTORY;
+        entry.iDirNo = free_directory;
         pthread_mutex_init(&entry.tLock, nullptr);
     }
 }
@@ -81,7 +81,7 @@ void* _vfs_OpenDir(const char* path) {
     const int32_t files = znfs_GetFileNum(directory.base(), directory.number());
     if (files < 1)
         return nullptr;
-    record_array records = kmr::allocate_array<vfs_directory_record>(static_cast<std::size_t>(files));
+    record_array records = kmr::allocate_array<vfs_directory_record>(static_cast<size_t>(files));
     if (!records)
         return nullptr;
     const int32_t count = znfs_BlockStat(directory.base(), directory.number(), records.get(), files);
@@ -101,7 +101,7 @@ int32_t _vfs_CloseDir(void* handle) {
     const mutex_lock guard(entry.tLock);
     std::free(entry.pRecords);
     entry.pRecords = nullptr;
-    entry.iDirNo = FREE_DIRECTORY;
+    entry.iDirNo = free_directory;
     entry.iUsed = 0;
     entry.iCount = 0;
     entry.iNext = 0;

@@ -13,14 +13,14 @@ bool directory_path::parse(const char* path) {
 }
 
 bool directory_path::split(const char* path) {
-    std::size_t length = 0;
+    size_t length = 0;
     for (; *path != '\0'; ++path) {
         if (*path == '/') {
-            if (++last_ == MOST_COMPONENTS)
+            if (++last_ == most_components)
                 return false;
             length = 0;
         } else {
-            if (length == COMPONENT_SIZE - 1)
+            if (length == component_size - 1)
                 return false;
             components_[last_][length++] = *path;
         }
@@ -30,11 +30,11 @@ bool directory_path::split(const char* path) {
 
 // Component 0 is what stands before the first '/' and never part of the base path.
 bool directory_path::build_base() {
-    std::size_t length = 0;
+    size_t length = 0;
     base_[length++] = '/';
-    for (std::size_t i = 1; i < last_; ++i) {
-        const std::size_t added = std::strlen(components_[i]);
-        if (length + added + 1 >= BASE_SIZE)
+    for (size_t i = 1; i < last_; ++i) {
+        const size_t added = std::strlen(components_[i]);
+        if (length + added + 1 >= base_size)
             return false;
         std::memcpy(base_ + length, components_[i], added);
         length += added;

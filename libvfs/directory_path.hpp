@@ -16,16 +16,16 @@ public:
     int32_t number() const { return number_; } // 0 for a last component that is no number
 
 private:
-    static constexpr std::size_t MOST_COMPONENTS = 8;
-    static constexpr std::size_t COMPONENT_SIZE = 64; // with the terminator
-    static constexpr std::size_t BASE_SIZE = 256;     // with the terminator
+    static constexpr size_t most_components = 8;
+    static constexpr size_t component_size = 64; // with the terminator
+    static constexpr size_t base_size = 256;     // with the terminator
 
     bool split(const char* path);
     bool build_base();
 
-    char components_[MOST_COMPONENTS][COMPONENT_SIZE] = {};
-    std::size_t last_ = 0; // index of the last component
-    char base_[BASE_SIZE] = {};
+    char components_[most_components][component_size] = {};
+    size_t last_ = 0; // index of the last component
+    char base_[base_size] = {};
     int32_t number_ = 0;
 };
 

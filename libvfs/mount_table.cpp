@@ -16,10 +16,10 @@ void* g_handle;
 
 namespace {
 
-constexpr char MODULE_FOLDER[] = "./lib";
-constexpr char SYMBOL_PREFIXES[2][64] = {"znfs_", "sznfs_"};
-constexpr uint32_t MODULE_COUNT = 2;
-constexpr uint32_t LOADED = 1;
+constexpr char module_folder[] = "./lib";
+constexpr char symbol_prefixes[2][64] = {"znfs_", "sznfs_"};
+constexpr uint32_t module_count = 2;
+constexpr uint32_t loaded = 1;
 
 // What puts an address into one slot of a module's operations.
 using slot_filler = void (*)(vfs_module_operations& operations, const char* operation);
@@ -29,7 +29,7 @@ using slot_filler = void (*)(vfs_module_operations& operations, const char* oper
 template <auto Slot>
 void lookup(vfs_module_operations& operations, const char* operation) {
     char symbol[64] = {};
-    std::snprintf(symbol, sizeof symbol, "%s%s", SYMBOL_PREFIXES[operations.iIndex], operation);
+    std::snprintf(symbol, sizeof symbol, "%s%s", symbol_prefixes[operations.iIndex], operation);
     auto& slot = operations.*Slot;
     slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(dlsym(g_handle, symbol));
 }
@@ -44,13 +44,13 @@ void left_null(vfs_module_operations&, const char*) {}
 
 struct slot_row {
     const char* operation;
-    slot_filler fill[MODULE_COUNT]; // by module number
+    slot_filler fill[module_count]; // by module number
 };
 
 using slots = vfs_module_operations;
 
 // In the order of the lookups.
-constexpr slot_row SLOT_ROWS[] = {
+constexpr slot_row slot_rows[] = {
     {"Open", {lookup<&slots::Open>, lookup<&slots::Open>}},
     {"Read", {lookup<&slots::Read>, lookup<&slots::Read>}},
     {"Rename", {the_layers<&slots::Rename, _vfs_rename>, lookup<&slots::Rename>}},
@@ -75,7 +75,7 @@ constexpr slot_row SLOT_ROWS[] = {
     {"ReadDir", {the_layers<&slots::ReadDir, _vfs_ReadDir>, left_null}},
 };
 
-static_assert(std::size(SLOT_ROWS) == (sizeof(slots) - offsetof(slots, Open)) / sizeof(void*),
+static_assert(std::size(slot_rows) == (sizeof(slots) - offsetof(slots, Open)) / sizeof(void*),
               "every slot has its row");
 
 void load(uint32_t module) {
@@ -94,7 +94,7 @@ const vfs_module_operations* operations_of(int32_t module) {
     if (module < 0)
         return nullptr;
     const vfs_mount_entry& entry = g_stvfsmnt.Entries[module];
-    return entry.iState == LOADED ? &entry.Operations : nullptr;
+    return entry.iState == loaded ? &entry.Operations : nullptr;
 }
 
 const vfs_module_operations* operations_for(const char* path) {
@@ -107,7 +107,7 @@ int32_t vfs_Init(void) {
     kmr::clear_directories();
     kmr::clear_open_files();
     g_stvfsmnt = {};
-    g_stvfsmnt.iMntNum = MODULE_COUNT;
+    g_stvfsmnt.iMntNum = module_count;
     for (uint32_t module = 0; module < g_stvfsmnt.iMntNum; ++module)
         load(module);
     return 0;
@@ -115,13 +115,13 @@ int32_t vfs_Init(void) {
 
 int32_t vfs_LoadInitMdl(vfs_mount_entry* entry) {
     char library[64];
-    std::snprintf(library, sizeof library, "%s/%s", MODULE_FOLDER, entry->cName);
+    std::snprintf(library, sizeof library, "%s/%s", module_folder, entry->cName);
     g_handle = dlopen(library, RTLD_NOW);
     if (g_handle == nullptr)
         return -1;
-    for (const slot_row& row : SLOT_ROWS)
+    for (const slot_row& row : slot_rows)
         row.fill[entry->Operations.iIndex](entry->Operations, row.operation);
-    entry->iState = LOADED;
+    entry->iState = loaded;
     return 0;
 }
 

@@ -14,7 +14,7 @@ namespace {
 using kmr::mutex_lock;
 using operations = vfs_module_operations;
 
-constexpr int32_t NO_DESCRIPTOR = 0;
+constexpr int32_t no_descriptor = 0;
 
 bool lies_in_table(int32_t fd) {
     return fd >= 1 && fd <= VFS_MAX_FILES;
@@ -34,7 +34,7 @@ int32_t reserve(const operations* module) {
         g_stvfile[fd].pMdlOps = module;
         return fd;
     }
-    return NO_DESCRIPTOR;
+    return no_descriptor;
 }
 
 void release(int32_t fd) {
@@ -84,7 +84,7 @@ int32_t vfs_Open(int32_t selector, const char* path, int32_t flags) {
     if (served_by == nullptr)
         return 0;
     const int32_t fd = reserve(served_by);
-    if (fd == NO_DESCRIPTOR)
+    if (fd == no_descriptor)
         return -1;
     const int32_t number = served_by->Open(selector, path, flags);
     if (number < 0) {

@@ -8,7 +8,7 @@
 namespace kmr {
 namespace {
 
-constexpr std::size_t MODE_SIZE = 16; // with the terminator
+constexpr size_t mode_size = 16; // with the terminator
 
 struct mode_row {
     const char* contains;
@@ -17,7 +17,7 @@ struct mode_row {
 
 // The first row that matches decides, so the order is part of the interface: "r+" creates but cannot write, "a+" never
 // gets further than "a", and nothing truncates.
-constexpr mode_row MODE_ROWS[] = {
+constexpr mode_row mode_rows[] = {
     {"r+", O_CREAT}, {"w+", O_RDWR | O_CREAT},   {"r", O_RDONLY},
     {"a", O_APPEND}, {"a+", O_APPEND | O_CREAT}, {"w", O_WRONLY | O_CREAT},
 };
@@ -31,12 +31,12 @@ void remove_first_b(char* mode) {
 } // namespace
 
 std::optional<int32_t> open_flags(const char* mode) {
-    if (mode == nullptr || strnlen(mode, MODE_SIZE) == MODE_SIZE)
+    if (mode == nullptr || strnlen(mode, mode_size) == mode_size)
         return std::nullopt;
-    char text[MODE_SIZE];
+    char text[mode_size];
     copy_text(text, mode);
     remove_first_b(text);
-    for (const mode_row& row : MODE_ROWS)
+    for (const mode_row& row : mode_rows)
         if (std::strstr(text, row.contains) != nullptr)
             return row.flags;
     return std::nullopt;

@@ -10,10 +10,10 @@ namespace {
 
 using operations = vfs_module_operations;
 
-constexpr int32_t LOWEST_RECORD_TYPE = 1;
-constexpr int32_t HIGHEST_RECORD_TYPE = 63;
-constexpr std::size_t LONGEST_PATH = 255;
-constexpr std::size_t LOCK_MARKER =
+constexpr int32_t lowest_record_type = 1;
+constexpr int32_t highest_record_type = 63;
+constexpr size_t longest_path = 255;
+constexpr size_t lock_marker_position =
     20; // index of the character of a file name that says whether it is locked
 
 // What the path operations have in common: the slot of the module that serves the path, or -1.
@@ -28,7 +28,7 @@ char lock_marker(const char* path) {
     char name[64];
     kmr::copy_text(name, path);
     extract_file_name(name);
-    return name[LOCK_MARKER];
+    return name[lock_marker_position];
 }
 
 } // namespace
@@ -67,7 +67,7 @@ int32_t vfs_ChangeCreateTime(const char* path, int64_t time) {
 }
 
 int32_t vfs_ChangeRecType(const char* path, int32_t type, int32_t value) {
-    if (path == nullptr || type < LOWEST_RECORD_TYPE || type > HIGHEST_RECORD_TYPE)
+    if (path == nullptr || type < lowest_record_type || type > highest_record_type)
         return -1;
     return znfs_ChangeRecType(path, type, value);
 }
@@ -87,16 +87,16 @@ int32_t _vfs_rename(const char* old_path, const char* new_path) {
 }
 
 int32_t extract_file_name(char* text) {
-    const std::size_t length = strnlen(text, LONGEST_PATH + 1);
-    if (length > LONGEST_PATH)
+    const size_t length = strnlen(text, longest_path + 1);
+    if (length > longest_path)
         return -1;
     if (length == 0)
         return 0;
-    std::size_t cut = length - 1;
+    size_t cut = length - 1;
     while (cut > 0 && text[cut] != '/')
         --cut;
     // The character at the cut goes too, even where it is no '/'.
-    const std::size_t kept = length - cut - 1;
+    const size_t kept = length - cut - 1;
     std::memmove(text, text + cut + 1, kept);
     std::memset(text + kept, 0, length - kept);
     return 0;

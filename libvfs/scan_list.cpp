@@ -20,7 +20,7 @@ void free_entries(std::span<vfs_scan_entry*> entries) {
 
 // One entry per block; false, and nothing kept, when there is no memory.
 bool fill_entries(std::span<vfs_scan_entry*> entries, const char* path, const vfs_block_record* blocks) {
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    for (size_t i = 0; i < entries.size(); ++i) {
         entries[i] = static_cast<vfs_scan_entry*>(std::calloc(1, sizeof(vfs_scan_entry)));
         if (entries[i] == nullptr) {
             free_entries(entries.first(i));
@@ -34,11 +34,11 @@ bool fill_entries(std::span<vfs_scan_entry*> entries, const char* path, const vf
 
 // Room for `count` records or entries, and never null for none of them.
 block_array room_for_blocks(int32_t count) {
-    return kmr::allocate_array<vfs_block_record>(count > 0 ? static_cast<std::size_t>(count) : 1);
+    return kmr::allocate_array<vfs_block_record>(count > 0 ? static_cast<size_t>(count) : 1);
 }
 
 entry_array room_for_entries(int32_t count) {
-    const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 1;
+    const size_t length = count > 0 ? static_cast<size_t>(count) : 1;
     return entry_array(static_cast<vfs_scan_entry**>(std::calloc(length, sizeof(vfs_scan_entry*))));
 }
 
@@ -47,7 +47,7 @@ entry_array room_for_entries(int32_t count) {
 void sort_blocks(std::span<vfs_block_record> blocks, vfs_block_record* spare) {
     if (blocks.size() < 2)
         return;
-    const std::size_t half = blocks.size() / 2;
+    const size_t half = blocks.size() / 2;
     sort_blocks(blocks.first(half), spare);
     sort_blocks(blocks.subspan(half), spare);
     std::copy(blocks.begin(), blocks.end(), spare);
@@ -70,7 +70,7 @@ int32_t _vfs_ScanDir(const char* path, vfs_scan_entry*** list) {
     const int32_t count = znfs_GetBlockInfo(path, blocks.get(), used);
     if (count < 0)
         return -1;
-    const auto length = static_cast<std::size_t>(count);
+    const auto length = static_cast<size_t>(count);
     sort_blocks({blocks.get(), length}, spare.get());
     entry_array entries = room_for_entries(count);
     if (!entries || !fill_entries({entries.get(), length}, path, blocks.get()))

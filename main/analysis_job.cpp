@@ -12,8 +12,8 @@ vfs_file* input_file;
 namespace kmr {
 namespace {
 
-void print_dashes(std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i)
+void print_dashes(size_t count) {
+    for (size_t i = 0; i < count; ++i)
         std::putchar('-');
 }
 
@@ -27,11 +27,11 @@ void print_banner() {
 
 } // namespace
 
-void run_analysis(const char* program, const char* recording, std::uint32_t option_word) {
-    const std::int64_t start = get_uptime_ms();
+void run_analysis(const char* program, const char* recording, uint32_t option_word) {
+    const int64_t start = get_uptime_ms();
     print_banner();
     std::printf("\tFile Name  %s \n\n", recording);
-    const std::uint32_t effective = option_word == 0 ? std::uint32_t{KMR_OPTION_ALL} : option_word;
+    const uint32_t effective = option_word == 0 ? uint32_t{KMR_OPTION_ALL} : option_word;
     if (option_word != KMR_OPTION_MISSING_FRAMES)
         PromptInfo(program);
     // The number is part of the line and stands for nothing.

@@ -6,6 +6,6 @@
 namespace kmr {
 
 // Banner, file name, help text, parameter line, the report of the recording and the time that it took.
-void run_analysis(const char* program, const char* recording, std::uint32_t option_word);
+void run_analysis(const char* program, const char* recording, uint32_t option_word);
 
 } // namespace kmr

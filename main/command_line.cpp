@@ -32,7 +32,7 @@ void complain(const char* program) {
                  lacks_argument ? "option requires an argument" : "invalid option", optopt);
 }
 
-std::uint32_t option_bit(int option) {
+uint32_t option_bit(int option) {
     switch (option) {
     case 's':
         return KMR_OPTION_SAMPLE;
@@ -90,7 +90,7 @@ job take_option(command_line& command, int option) {
     case 'q':
         return take_query(command, optarg);
     default: {
-        const std::uint32_t bit = option_bit(option);
+        const uint32_t bit = option_bit(option);
         command.option_word |= bit;
         return bit != 0 ? job::analysis : job::help;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace kmr {
@@ -9,11 +10,11 @@ namespace kmr {
 enum class job { help, query, copy_out, analysis };
 
 // Names have less than 128 characters; an output name is cut after 128.
-constexpr std::size_t name_capacity = 128;
+constexpr size_t name_capacity = 128;
 
 struct command_line {
     job what = job::analysis;
-    std::uint32_t option_word = 0; // enum kmr_option
+    uint32_t option_word = 0; // enum kmr_option
     std::array<char, name_capacity> recording{};
     std::array<char, name_capacity + 1> output{};
     std::array<char, name_capacity> query{}; // both values of a query, each with its NUL

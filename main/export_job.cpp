@@ -14,7 +14,7 @@
 namespace kmr {
 namespace {
 
-constexpr std::size_t block_size = 4096;
+constexpr size_t block_size = 4096;
 
 bool is_same_file(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -55,13 +55,13 @@ host_file open_target(const char* source, const char* target) {
 
 void copy(vfs_file* recording, std::FILE* target) {
     std::array<char, block_size> block;
-    std::uint64_t total = 0; // of 64 bits on the board too, where a long has 32
+    uint64_t total = 0; // of 64 bits on the board too, where a long has 32
     do {
-        const std::int32_t read = vfs_fread(block.data(), 1, block_size, recording);
+        const int32_t read = vfs_fread(block.data(), 1, block_size, recording);
         if (read < 0)
             break; // nothing more can be read, which is no failure of the target
-        const std::size_t written = std::fwrite(block.data(), 1, static_cast<std::size_t>(read), target);
-        if (written != static_cast<std::size_t>(read)) {
+        const size_t written = std::fwrite(block.data(), 1, static_cast<size_t>(read), target);
+        if (written != static_cast<size_t>(read)) {
             std::printf("fwrite error. iLen=%d iRet=%d\n", read, static_cast<int>(written));
             break;
         }

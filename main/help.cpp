@@ -19,7 +19,7 @@ constexpr const char* option_lines[] = {
 
 } // namespace
 
-std::int32_t PromptInfo(const char* prog) {
+int32_t PromptInfo(const char* prog) {
     std::printf("%s: version %s\n", prog, version);
     for (const char* line : option_lines)
         std::puts(line);

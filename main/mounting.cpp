@@ -6,12 +6,12 @@
 
 namespace {
 
-constexpr std::int32_t slot_count = 24;
-constexpr std::size_t mount_path_size = 32;
+constexpr int32_t slot_count = 24;
+constexpr size_t mount_path_size = 32;
 
 } // namespace
 
-std::int32_t inner_GetVitualMountPath(char* dst, std::int32_t slot) {
+int32_t inner_GetVitualMountPath(char* dst, int32_t slot) {
     if (slot == slot_count)
         return -1;
     if (slot < 0 || slot > slot_count) {
@@ -22,10 +22,10 @@ std::int32_t inner_GetVitualMountPath(char* dst, std::int32_t slot) {
     return 0;
 }
 
-std::int32_t inner_InitVFS() {
+int32_t inner_InitVFS() {
     char path[mount_path_size]{};
     znfs_Init(vfs_Init());
-    for (std::int32_t slot = 0; slot < slot_count; ++slot) {
+    for (int32_t slot = 0; slot < slot_count; ++slot) {
         inner_GetVitualMountPath(path, slot);
         znfs_Mount(path); // an empty slot fails, and that is no news
     }

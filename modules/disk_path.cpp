@@ -6,9 +6,9 @@
 namespace kmr::plain {
 namespace {
 
-constexpr char DISKS_OF_THE_RECORDER[] = "/dev/scsi/";
-constexpr char DISKS_OF_THE_HOST[] = "disks/";
-constexpr std::size_t PREFIX_LENGTH = sizeof DISKS_OF_THE_RECORDER - 1;
+constexpr char disks_of_the_recorder[] = "/dev/scsi/";
+constexpr char disks_of_the_host[] = "disks/";
+constexpr size_t prefix_length = sizeof disks_of_the_recorder - 1;
 
 } // namespace
 
@@ -16,9 +16,9 @@ disk_path::disk_path(const char* path) {
     text_[0] = '\0';
     if (path == nullptr)
         return;
-    const bool is_on_disk = std::strncmp(path, DISKS_OF_THE_RECORDER, PREFIX_LENGTH) == 0;
+    const bool is_on_disk = std::strncmp(path, disks_of_the_recorder, prefix_length) == 0;
     const int length =
-        is_on_disk ? std::snprintf(text_, sizeof text_, "%s%s", DISKS_OF_THE_HOST, path + PREFIX_LENGTH)
+        is_on_disk ? std::snprintf(text_, sizeof text_, "%s%s", disks_of_the_host, path + prefix_length)
                    : std::snprintf(text_, sizeof text_, "%s", path);
     if (length < 0 || length >= int{sizeof text_})
         text_[0] = '\0';

@@ -19,12 +19,12 @@ auto retried(Call call) {
 // Opens a file in a way that reading it leaves no trace: evidence keeps its access time. Only a file's owner may ask
 // the host for that; anybody else reads all the same.
 inline int open_quietly(const char* path, int flags) {
-    constexpr mode_t NEW_FILE_MODE = 0666;
+    constexpr mode_t new_file_mode = 0666;
     const int with_times = flags | O_CLOEXEC;
-    const int descriptor = retried([&] { return open(path, with_times | O_NOATIME, NEW_FILE_MODE); });
+    const int descriptor = retried([&] { return open(path, with_times | O_NOATIME, new_file_mode); });
     if (descriptor >= 0 || errno != EPERM)
         return descriptor;
-    return retried([&] { return open(path, with_times, NEW_FILE_MODE); });
+    return retried([&] { return open(path, with_times, new_file_mode); });
 }
 
 class host_descriptor {

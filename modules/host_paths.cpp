@@ -44,12 +44,12 @@ int32_t change_times(const char* host_path, const vfs_times* times) {
 }
 
 int32_t lock_path(const char* host_path, bool locked) {
-    constexpr mode_t EVERYBODY_WRITES = S_IWUSR | S_IWGRP | S_IWOTH;
+    constexpr mode_t everybody_writes = S_IWUSR | S_IWGRP | S_IWOTH;
     struct stat status;
     if (stat(host_path, &status) != 0)
         return -1;
     const mode_t permissions = status.st_mode & 07777;
-    return chmod(host_path, locked ? permissions & ~EVERYBODY_WRITES : permissions | S_IWUSR);
+    return chmod(host_path, locked ? permissions & ~everybody_writes : permissions | S_IWUSR);
 }
 
 int32_t require_path(const char* host_path) {

@@ -12,8 +12,8 @@
 namespace kmr::plain {
 namespace {
 
-constexpr int32_t FIRST_NUMBER = 3;
-constexpr int32_t MOST_FILES = 1024; // as many as the layer has descriptors
+constexpr int32_t first_number = 3;
+constexpr int32_t most_files = 1024; // as many as the layer has descriptors
 
 struct open_file_entry {
     pthread_mutex_t lock; // all zero is unlocked on every libc that we build for
@@ -25,15 +25,15 @@ struct open_file_entry {
     read_ahead window;
 };
 
-open_file_entry open_files[MOST_FILES];
+open_file_entry open_files[most_files];
 
 // The entry of an open file, locked for the length of a call.
 class locked_file {
 public:
     explicit locked_file(int32_t file) {
-        if (file < FIRST_NUMBER || file >= FIRST_NUMBER + MOST_FILES)
+        if (file < first_number || file >= first_number + most_files)
             return;
-        open_file_entry& entry = open_files[file - FIRST_NUMBER];
+        open_file_entry& entry = open_files[file - first_number];
         pthread_mutex_lock(&entry.lock);
         if (entry.in_use)
             entry_ = &entry;
@@ -74,7 +74,7 @@ bool can_be_read_at_any_position(int descriptor) {
 }
 
 int32_t number_of(int descriptor, int32_t flags) {
-    for (int32_t index = 0; index < MOST_FILES; ++index) {
+    for (int32_t index = 0; index < most_files; ++index) {
         open_file_entry& entry = open_files[index];
         const mutex_lock guard(entry.lock);
         if (entry.in_use)
@@ -84,7 +84,7 @@ int32_t number_of(int descriptor, int32_t flags) {
         entry.descriptor = descriptor;
         entry.last_error = 0;
         entry.position = 0;
-        return FIRST_NUMBER + index;
+        return first_number + index;
     }
     return -1;
 }
@@ -139,8 +139,8 @@ int32_t close_file(int32_t file) {
 }
 
 void close_all_files() {
-    for (int32_t index = 0; index < MOST_FILES; ++index)
-        close_file(FIRST_NUMBER + index);
+    for (int32_t index = 0; index < most_files; ++index)
+        close_file(first_number + index);
 }
 
 int32_t read_file(int32_t file, void* buffer, uint32_t count) {

@@ -8,8 +8,8 @@
 namespace kmr::plain {
 namespace {
 
-constexpr uint32_t JUMP_WINDOW = 4 * 1024;
-constexpr uint32_t SEQUENCE_WINDOW = 64 * 1024;
+constexpr uint32_t jump_window = 4 * 1024;
+constexpr uint32_t sequence_window = 64 * 1024;
 
 // Which changes a window has seen. A window of an earlier generation does not count.
 std::atomic<uint32_t> generation;
@@ -32,8 +32,8 @@ bool read_ahead::holds(int64_t position, uint32_t count) const {
 // False when the window would not serve this read.
 bool read_ahead::fill(int descriptor, uint32_t count, int64_t position) {
     const bool follows = position > start_ && position - start_ <= length_;
-    const uint32_t size = follows ? SEQUENCE_WINDOW : JUMP_WINDOW;
-    if (count > size || (!bytes_ && !(bytes_ = allocate_bytes(SEQUENCE_WINDOW))))
+    const uint32_t size = follows ? sequence_window : jump_window;
+    if (count > size || (!bytes_ && !(bytes_ = allocate_bytes(sequence_window))))
         return false;
     generation_ = generation.load(std::memory_order_relaxed);
     const ssize_t got = read_at(descriptor, bytes_.get(), size, position);

@@ -12,19 +12,19 @@
 namespace kmr::plain {
 namespace {
 
-constexpr int FIRST_YEAR = 1970;
-constexpr int LAST_YEAR = 2105; // the last whole year of 32-bit seconds
-constexpr uint16_t MOST_FRAMES_PER_SECOND = 60;
+constexpr int first_year = 1970;
+constexpr int last_year = 2105; // the last whole year of 32-bit seconds
+constexpr uint16_t most_frames_per_second = 60;
 
-constexpr std::size_t DATE_OFFSET = offsetof(kmr_file_header, Year);
-constexpr std::size_t DATE_SIZE = offsetof(kmr_file_header, CoverMask) - DATE_OFFSET;
+constexpr size_t date_offset = offsetof(kmr_file_header, Year);
+constexpr size_t date_size = offsetof(kmr_file_header, CoverMask) - date_offset;
 
 bool lies_within(int value, int lowest, int highest) {
     return value >= lowest && value <= highest;
 }
 
 bool is_plausible(const kmr_file_header& header) {
-    return header.FrameRate <= MOST_FRAMES_PER_SECOND && lies_within(header.Year, FIRST_YEAR, LAST_YEAR) &&
+    return header.FrameRate <= most_frames_per_second && lies_within(header.Year, first_year, last_year) &&
            lies_within(header.Month, 1, 12) && lies_within(header.Day, 1, 31) && header.Hour < 24 &&
            header.Minute < 60 && header.Second < 60;
 }
@@ -51,7 +51,7 @@ bool store_date(kmr_file_header& header, int64_t start) {
     const auto seconds = static_cast<std::time_t>(start);
     std::tm local;
     if (seconds != start || localtime_r(&seconds, &local) == nullptr ||
-        !lies_within(local.tm_year, FIRST_YEAR - 1900, LAST_YEAR - 1900))
+        !lies_within(local.tm_year, first_year - 1900, last_year - 1900))
         return false;
     header.Year = static_cast<uint16_t>(local.tm_year + 1900);
     header.Month = static_cast<uint16_t>(local.tm_mon + 1);
@@ -63,10 +63,10 @@ bool store_date(kmr_file_header& header, int64_t start) {
 }
 
 bool write_date(int descriptor, const kmr_file_header& header) {
-    const auto* const date = reinterpret_cast<const unsigned char*>(&header) + DATE_OFFSET;
-    const auto wanted = static_cast<ssize_t>(DATE_SIZE);
+    const auto* const date = reinterpret_cast<const unsigned char*>(&header) + date_offset;
+    const auto wanted = static_cast<ssize_t>(date_size);
     const bool is_written =
-        retried([&] { return pwrite(descriptor, date, DATE_SIZE, DATE_OFFSET); }) == wanted;
+        retried([&] { return pwrite(descriptor, date, date_size, date_offset); }) == wanted;
     forget_all_windows();
     return is_written;
 }

@@ -67,7 +67,7 @@ void for_each_option(std::vector<std::string> arguments, Take take) {
         words.push_back(each.data());
     const int count = static_cast<int>(words.size());
     words.push_back(nullptr);
-    const auto word = [&](int place) { return std::string(words[static_cast<std::size_t>(place)]); };
+    const auto word = [&](int place) { return std::string(words[static_cast<size_t>(place)]); };
     const std::vector<const option_row*> rows = all_rows();
     const std::vector<option> table = getopt_table(rows);
 
@@ -79,7 +79,7 @@ void for_each_option(std::vector<std::string> arguments, Take take) {
             throw usage_error(word(optind - 1) + " needs a value");
         if (found < first_row_value)
             throw usage_error(word(optind - 1) + " is no option, is short for several, or takes no value");
-        take(*rows[static_cast<std::size_t>(found - first_row_value)], optarg == nullptr ? "" : optarg);
+        take(*rows[static_cast<size_t>(found - first_row_value)], optarg == nullptr ? "" : optarg);
     }
     if (optind < count)
         throw usage_error(word(optind) + " is no option");
@@ -131,7 +131,7 @@ void print_help() {
             print_option(row);
     }
     std::printf("\n--demo stands for:\n");
-    for (std::size_t i = 0; i < demo_arguments.size(); i += 2)
+    for (size_t i = 0; i < demo_arguments.size(); i += 2)
         std::printf("  %s \"%s\"\n", demo_arguments[i], demo_arguments[i + 1]);
     std::fputs(explanations, stdout);
 }

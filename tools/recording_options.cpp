@@ -17,8 +17,8 @@ codec parse_codec(const std::string& text) {
     throw usage_error("'" + text + "' is neither h264 nor h265");
 }
 
-std::uint32_t parse_positive(const std::string& text) {
-    const std::uint32_t value = parse_u32(text);
+uint32_t parse_positive(const std::string& text) {
+    const uint32_t value = parse_u32(text);
     if (value == 0)
         throw usage_error("it must be at least 1");
     return value;
@@ -52,7 +52,7 @@ constexpr option_row video_rows[] = {
      [](request& to, const std::string&) { to.recording.frames.sparse = true; }},
 };
 
-std::pair<std::uint16_t, std::uint16_t> parse_u16_pair(const std::string& text, char separator) {
+std::pair<uint16_t, uint16_t> parse_u16_pair(const std::string& text, char separator) {
     const auto [first, second] = split_pair(text, separator);
     return {parse_u16(first), parse_u16(second)};
 }

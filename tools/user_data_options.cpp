@@ -20,7 +20,7 @@ user_data_segment& current_segment(request& to) {
     return block.segments.back();
 }
 
-constexpr std::uint32_t longest_declared_size = 1000000; // the size field takes a byte for every 255
+constexpr uint32_t longest_declared_size = 1000000; // the size field takes a byte for every 255
 
 constexpr option_row user_data_rows[] = {
     {"user-data", "FRAMES",
@@ -50,7 +50,7 @@ constexpr option_row user_data_rows[] = {
      [](request& to, const std::string& v) { current_block(to).declared_length = parse_u16(v); }},
     {"block-size", "BYTES", "wrong: size in front of the block",
      [](request& to, const std::string& v) {
-         current_block(to).declared_size = static_cast<std::uint32_t>(parse_number(v, longest_declared_size));
+         current_block(to).declared_size = static_cast<uint32_t>(parse_number(v, longest_declared_size));
      }},
     {"block-content", "HEX", "wrong: the whole block, before it is escaped",
      [](request& to, const std::string& v) { current_block(to).content = parse_hex(v); }},

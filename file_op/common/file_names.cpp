@@ -13,20 +13,20 @@ constexpr const char* optical_mount = "/mnt/cdrom";
 constexpr const char* sata_mount = "/mnt/sata";
 constexpr const char* scsi_device = "/dev/scsi/host";
 
-constexpr std::size_t disk_digit = 1;
-constexpr std::size_t partition_digit = 2;
-constexpr std::size_t date_directory = 6;
-constexpr std::size_t date_length = 8;
-constexpr std::size_t record_type = 20;
-constexpr std::size_t refused_length = 28;
-constexpr std::size_t shortest_optical_name = 29;
-constexpr std::size_t optical_lead = 2; // 'C' and the drive stand before the short name
+constexpr size_t disk_digit = 1;
+constexpr size_t partition_digit = 2;
+constexpr size_t date_directory = 6;
+constexpr size_t date_length = 8;
+constexpr size_t record_type = 20;
+constexpr size_t refused_length = 28;
+constexpr size_t shortest_optical_name = 29;
+constexpr size_t optical_lead = 2; // 'C' and the drive stand before the short name
 
 // Where a path that begins with `prefix` carries its disk number, most significant digit first.
 struct disk_number_place {
     const char* prefix;
-    std::size_t position;
-    std::size_t digits;
+    size_t position;
+    size_t digits;
     int32_t base; // of the digits
 };
 
@@ -63,7 +63,7 @@ void put_if_wanted(char* to, std::string_view text) {
 
 // Adds "/" and the element to a path of `length` characters; returns its new length. A mount path, a date directory
 // and a short name fit any path buffer.
-std::size_t append(char* path, std::size_t length, std::string_view element) {
+size_t append(char* path, size_t length, std::string_view element) {
     path[length] = '/';
     put(path + length + 1, element);
     return length + 1 + element.size();
@@ -105,7 +105,7 @@ int32_t Common_IsValidFileName(const char* name) {
 int32_t Common_CompleteFileName(const char* name, char* full, char* directory, char* mount) {
     if (is_empty(name))
         return REC_BAD_ARGUMENT;
-    const std::size_t length = std::strlen(name);
+    const size_t length = std::strlen(name);
     if (length >= shortest_optical_name) {
         complete_optical_name(name, full);
         return REC_OK; // of an unusable long name too: only the untouched output tells
@@ -116,8 +116,8 @@ int32_t Common_CompleteFileName(const char* name, char* full, char* directory, c
     // The mount path begins the directory path, which begins the full path.
     char path[REC_PATH_SIZE];
     write_mount_path(name, path);
-    const std::size_t mount_length = std::strlen(path);
-    std::size_t directory_length = mount_length;
+    const size_t mount_length = std::strlen(path);
+    size_t directory_length = mount_length;
     if (lies_in_date_directory(name))
         directory_length = append(path, mount_length, {name + date_directory, date_length});
     append(path, directory_length, name);
@@ -144,7 +144,7 @@ int32_t rec_Atoi(char digit) {
 
 char disk_ItoA(int32_t value) {
     constexpr std::string_view digits = "0123456789abcdefghijklmnop";
-    return value >= 0 && value < static_cast<int32_t>(digits.size()) ? digits[static_cast<std::size_t>(value)]
+    return value >= 0 && value < static_cast<int32_t>(digits.size()) ? digits[static_cast<size_t>(value)]
                                                                      : '?';
 }
 
@@ -174,9 +174,9 @@ int32_t disk_GetDiskNoFromPath(const char* path, int32_t* disk) {
     const disk_number_place* place = is_empty(path) ? nullptr : find_disk_number(path);
     int32_t number = -1;
     if (place != nullptr) {
-        const std::size_t length = std::strlen(path);
+        const size_t length = std::strlen(path);
         number = 0;
-        for (std::size_t i = place->position; i < place->position + place->digits; ++i)
+        for (size_t i = place->position; i < place->position + place->digits; ++i)
             number = number * place->base + (i < length ? disk_AtoI(path[i]) : 0);
     }
     if (disk != nullptr)
@@ -190,7 +190,7 @@ int32_t disk_SetDiskNoToPath(char* path, int32_t disk) {
     const disk_number_place* place = find_disk_number(path);
     if (place == nullptr || std::strlen(path) < place->position + place->digits)
         return 0;
-    for (std::size_t i = place->position + place->digits; i-- > place->position; disk /= place->base)
+    for (size_t i = place->position + place->digits; i-- > place->position; disk /= place->base)
         path[i] = disk_ItoA(disk % place->base);
     return 0;
 }
@@ -199,7 +199,7 @@ int32_t rec_PickFileName(const char* path, char* name) {
     const char* start = path == nullptr ? nullptr : std::strchr(path, 'H');
     if (start == nullptr || name == nullptr)
         return REC_FAILED;
-    const std::size_t length = strnlen(start, REC_PATH_SIZE - 1);
+    const size_t length = strnlen(start, REC_PATH_SIZE - 1);
     std::memmove(name, start, length);
     name[length] = '\0';
     return REC_OK;

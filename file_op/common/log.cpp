@@ -17,7 +17,7 @@ constexpr char cr = '\r';
 constexpr char lf = '\n';
 
 // The recorder's terminals want both characters, but a line feed of the caller stays in front: LF becomes LF CR.
-const char* missing_line_end(const char* format, std::size_t length) {
+const char* missing_line_end(const char* format, size_t length) {
     const char last = length >= 1 ? format[length - 1] : '\0';
     const char before = length >= 2 ? format[length - 2] : '\0';
     if (last == lf)
@@ -30,8 +30,8 @@ const char* missing_line_end(const char* format, std::size_t length) {
 using text = kmr::heap_array<char>;
 
 text with_line_end(const char* format) {
-    constexpr std::size_t room_for_line_end = 3;
-    const std::size_t length = std::strlen(format);
+    constexpr size_t room_for_line_end = 3;
+    const size_t length = std::strlen(format);
     text copy = kmr::allocate_array<char>(length + room_for_line_end);
     if (copy != nullptr) {
         const char* const line_end = missing_line_end(format, length);

@@ -10,7 +10,7 @@
 namespace {
 
 using namespace user_data;
-using counters = std::map<int, std::uint64_t>;
+using counters = std::map<int, uint64_t>;
 
 const std::string tabs(30, '\t');
 
@@ -94,7 +94,7 @@ TEST_F(decoder, AMarkerThatLeavesThePayloadIsNotOne) {
 }
 
 TEST_F(decoder, ANegativeLengthHasNoMarker) {
-    const std::uint64_t before = g_u64UserDataLine[0];
+    const uint64_t before = g_u64UserDataLine[0];
     EXPECT_EQ(AnalyzeUserDataInOneFrame(0, h264.data(), -1, 0), 0);
     EXPECT_EQ(g_u64UserDataLine[0], before + 1);
 }
@@ -138,7 +138,7 @@ TEST_F(decoder, ALargerBlockIsRejected) {
 }
 
 TEST_F(decoder, ABlockOfLessThanFiveBytesIsNothing) {
-    for (std::uint8_t size = 0; size < 5; ++size) {
+    for (uint8_t size = 0; size < 5; ++size) {
         const outcome of = decode(h264 + bytes{size, 'Z', 'N', 'S', 'T', 0, 0, 0, 0});
         EXPECT_EQ(of.result, 0);
         EXPECT_EQ(of.text, "");
@@ -147,7 +147,7 @@ TEST_F(decoder, ABlockOfLessThanFiveBytesIsNothing) {
 }
 
 TEST_F(decoder, ABlockOfFiveToSevenBytesHasTheMagicAlone) {
-    for (std::uint8_t size = 5; size < 8; ++size) {
+    for (uint8_t size = 5; size < 8; ++size) {
         const outcome of = decode(h264 + bytes{size, 'Z', 'N', 'S', 'T', 0, 0, 0, 0});
         EXPECT_EQ(of.result, 0);
         EXPECT_EQ(of.text, "");
@@ -167,7 +167,7 @@ TEST_F(decoder, AWrongMagicEndsIt) {
 }
 
 TEST_F(decoder, ALengthThatIsOneOffEndsIt) {
-    for (const std::uint8_t length : bytes{3, 5}) {
+    for (const uint8_t length : bytes{3, 5}) {
         const outcome of = decode(sei(h264, bytes{'Z', 'N', 'S', 'T', 1, 0, length, 0, 0xD1, 0xFE, 0, 0}));
         EXPECT_EQ(of.result, 0);
         EXPECT_EQ(of.text, "");
@@ -196,7 +196,7 @@ TEST_F(decoder, ASegmentCountOfZeroHidesSegments) {
 // --- Segments ---
 
 struct kind {
-    std::uint16_t flag;
+    uint16_t flag;
     std::string row; // behind the position
     int counter;
 };
@@ -285,7 +285,7 @@ TEST_F(decoder, ASegmentThatIsCutOffHasNoEffect) {
 }
 
 TEST_F(decoder, ASegmentHeadMayBeCutOffByTheBlock) {
-    for (std::size_t left = 0; left < 4; ++left) {
+    for (size_t left = 0; left < 4; ++left) {
         const outcome of = decode(sei(h264, block(2, segment(0xFED1, {}) + bytes(left, 0xD4))));
         EXPECT_EQ(of.text, heading("2") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
         EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 2}, {7, 1}, {8, 1}}));
@@ -293,7 +293,7 @@ TEST_F(decoder, ASegmentHeadMayBeCutOffByTheBlock) {
 }
 
 TEST_F(decoder, ASegmentHeadAtTheEndOfTheLargestBlockIsCutOff) {
-    for (std::uint8_t left = 0; left < 4; ++left) {
+    for (uint8_t left = 0; left < 4; ++left) {
         const outcome of =
             decode(sei(h264, block(2, segment(0xFED1, bytes(1012u - left, 0x55)) + bytes(left, 0xD4))));
         EXPECT_EQ(of.text, heading("2") + tabs + "        b\t fed1\t                USERDATA_FLAG_OSD\n\n");
@@ -449,7 +449,7 @@ TEST_F(decoder, ABlockThatIsTakenFromBehindThePayloadEndsInZeros) {
 }
 
 TEST_F(decoder, TheCountersOnlyGrow) {
-    std::uint64_t before[32];
+    uint64_t before[32];
     std::copy(std::begin(g_u64UserDataLine), std::end(g_u64UserDataLine), before);
     for (int i = 0; i < 3; ++i)
         decode(sei(h264, block(1, segment(0xFED1, {}))));

@@ -83,7 +83,7 @@ TEST(find_pos_by_flag, AgreesWithAPlainScanOverAllShortBuffers) {
 }
 
 // What stands in the output, which is filled with 0xEE before. Source and output end where they may be used to.
-bytes revert(const bytes& src, int32_t srclen, std::size_t room) {
+bytes revert(const bytes& src, int32_t srclen, size_t room) {
     const auto source = std::make_unique<uint8_t[]>(src.size());
     std::copy(src.begin(), src.end(), source.get());
     bytes out(room, 0xEE);

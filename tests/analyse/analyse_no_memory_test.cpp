@@ -1,7 +1,7 @@
 // An analysis that gets no memory for the walk's work buffer, or none for the search.
 #include "analyse/analyse.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <cstdlib>
 
@@ -13,9 +13,9 @@ int allocations_left = -1; // negative: as many as are wanted
 
 // The linker leads the product's own allocations here; those of the C and C++ libraries go past.
 extern "C" {
-void* __real_malloc(std::size_t size);
+void* __real_malloc(size_t size);
 
-void* __wrap_malloc(std::size_t size) {
+void* __wrap_malloc(size_t size) {
     const bool granted = allocations_left < 0 || allocations_left-- > 0;
     return granted ? __real_malloc(size) : nullptr;
 }
@@ -27,8 +27,7 @@ namespace option = analysis::option;
 
 class analyse_no_memory : public analysis::fixture {
 protected:
-    std::string report_granted(int allocations, const analysis::bytes& recording,
-                               std::uint32_t options) const {
+    std::string report_granted(int allocations, const analysis::bytes& recording, uint32_t options) const {
         const std::string name = put(recording);
         return analysis::printed([&] {
             allocations_left = allocations;

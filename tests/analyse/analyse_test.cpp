@@ -4,7 +4,7 @@
 #include "analyse/frame_user_data.h"
 #include "analyse/vca/vca.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <string>
 
@@ -193,7 +193,7 @@ TEST_F(analyse, a_frame_count_one_too_small_ends_without_a_verdict) {
 
 TEST_F(analyse, a_frame_count_too_large_changes_nothing) {
     bytes recording = small_recording();
-    for (const std::uint32_t count : {4U, 1000000U, 1000001U, 0x7FFFFFFFU}) {
+    for (const uint32_t count : {4U, 1000000U, 1000001U, 0x7FFFFFFFU}) {
         put_u32(recording, 84, count);
         EXPECT_EQ(report(recording, option::i), heading_text + i_rows + verdict) << count;
     }
@@ -202,7 +202,7 @@ TEST_F(analyse, a_frame_count_too_large_changes_nothing) {
 
 TEST_F(analyse, a_negative_frame_count_walks_nothing_in_one_call) {
     bytes recording = small_recording();
-    for (const std::uint32_t count : {0xFFFFFFFFU, 0x80000000U}) {
+    for (const uint32_t count : {0xFFFFFFFFU, 0x80000000U}) {
         put_u32(recording, 84, count);
         pauses().clear();
         EXPECT_EQ(report(recording, option::i), heading_text);
@@ -244,59 +244,57 @@ TEST_F(analyse, the_side_files_are_made_in_the_working_directory) {
 // then an index without records. It is large, and the log of its calls would be larger.
 namespace made_up {
 
-constexpr std::uint32_t frame_size = 33;
-std::uint32_t frame_count;
-std::uint32_t stamp_step;
-std::int64_t position;
+constexpr uint32_t frame_size = 33;
+uint32_t frame_count;
+uint32_t stamp_step;
+int64_t position;
 
-std::int64_t size() {
-    return 88 + std::int64_t{frame_count} * frame_size + 52;
+int64_t size() {
+    return 88 + int64_t{frame_count} * frame_size + 52;
 }
 
-std::uint8_t byte_at(std::int64_t offset) {
+uint8_t byte_at(int64_t offset) {
     if (offset < 84)
         return 0;
     if (offset < 88)
-        return static_cast<std::uint8_t>((frame_count - 1) >> (8 * (offset - 84)));
-    const auto number = static_cast<std::uint32_t>((offset - 88) / frame_size);
-    const auto at = static_cast<std::size_t>((offset - 88) % frame_size);
-    const std::uint32_t words[] = {0x02000000, frame_size, 1, number + 1, 1000 + number * stamp_step,
-                                   1,          0,          0, 0};
-    return static_cast<std::uint8_t>(words[at / 4] >> (8 * (at % 4)));
+        return static_cast<uint8_t>((frame_count - 1) >> (8 * (offset - 84)));
+    const auto number = static_cast<uint32_t>((offset - 88) / frame_size);
+    const auto at = static_cast<size_t>((offset - 88) % frame_size);
+    const uint32_t words[] = {0x02000000, frame_size, 1, number + 1, 1000 + number * stamp_step, 1, 0, 0, 0};
+    return static_cast<uint8_t>(words[at / 4] >> (8 * (at % 4)));
 }
 
-std::uint8_t index_byte(std::size_t at) {
+uint8_t index_byte(size_t at) {
     static const bytes block = recording::index_block({});
     return block[at];
 }
 
-std::int32_t open(std::int32_t, const char*, std::int32_t) {
+int32_t open(int32_t, const char*, int32_t) {
     position = 0;
     return 1;
 }
 
-std::int32_t read(std::int32_t, void* buffer, std::uint32_t count) {
-    auto* to = static_cast<std::uint8_t*>(buffer);
-    const std::int64_t index = size() - 52;
-    std::uint32_t done = 0;
+int32_t read(int32_t, void* buffer, uint32_t count) {
+    auto* to = static_cast<uint8_t*>(buffer);
+    const int64_t index = size() - 52;
+    uint32_t done = 0;
     for (; done < count && position < size(); ++done, ++position)
-        to[done] =
-            position < index ? byte_at(position) : index_byte(static_cast<std::size_t>(position - index));
-    return static_cast<std::int32_t>(done);
+        to[done] = position < index ? byte_at(position) : index_byte(static_cast<size_t>(position - index));
+    return static_cast<int32_t>(done);
 }
 
-std::int64_t seek(std::int32_t, std::int64_t offset, std::int32_t origin) {
+int64_t seek(int32_t, int64_t offset, int32_t origin) {
     return position = offset + (origin == SEEK_END ? size() : origin == SEEK_CUR ? position : 0);
 }
 
-std::int32_t tell(std::int32_t) {
-    return static_cast<std::int32_t>(position);
+int32_t tell(int32_t) {
+    return static_cast<int32_t>(position);
 }
-std::int32_t close(std::int32_t) {
+int32_t close(int32_t) {
     return 0;
 }
 
-std::int32_t stat(const char*, vfs_stat_record* record) {
+int32_t stat(const char*, vfs_stat_record* record) {
     record->Size = size();
     return 0;
 }
@@ -339,8 +337,8 @@ TEST_F(large_recording, is_walked_in_calls_of_a_million_frames_and_one) {
 TEST_F(large_recording, frames_behind_2_to_the_32_seconds_are_not_looked_into) {
     made_up::frame_count = 2387100;
     made_up::stamp_step = 1799999;
-    std::uint32_t count = 2387095;
-    std::uint32_t position = 0;
+    uint32_t count = 2387095;
+    uint32_t position = 0;
     EXPECT_EQ(rec_vca_GetVcaMsgEx("any", &count, 0, 0, &position), 1317);
     EXPECT_EQ(diffFrmNo, 2387095); // of 2387096 P-frames
 }

@@ -3,7 +3,7 @@
 #include "analyse/analyse.h"
 #include "analyse/frame_user_data.h"
 #include "file_op/open_table.h"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -55,7 +55,7 @@ std::string printed(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout();
 }
 
-std::string dashes(std::size_t count) {
+std::string dashes(size_t count) {
     return std::string(count, '-');
 }
 
@@ -75,25 +75,25 @@ std::string row(const std::string& number, const std::string& address, const std
 }
 
 std::string below_heading(const std::string& report) {
-    const std::size_t at = report.find(frame_table_heading());
+    const size_t at = report.find(frame_table_heading());
     return at == std::string::npos ? "no heading" : report.substr(at + frame_table_heading().size());
 }
 
 bytes unfinished(const std::vector<frame>& frames) {
-    bytes file = recording::file_header(static_cast<std::uint32_t>(frames.size()));
+    bytes file = recording::file_header(static_cast<uint32_t>(frames.size()));
     for (const frame& each : frames)
         recording::append(file, recording::frame_record(each));
     return file;
 }
 
-bytes of_pieces(std::uint32_t frame_count, const std::vector<bytes>& pieces) {
+bytes of_pieces(uint32_t frame_count, const std::vector<bytes>& pieces) {
     bytes file = recording::file_header(frame_count);
     for (const bytes& piece : pieces)
         recording::append(file, piece);
     return file;
 }
 
-bytes index_frame_header(std::uint32_t length, std::uint32_t kind) {
+bytes index_frame_header(uint32_t length, uint32_t kind) {
     bytes header(32, 0);
     recording::put_u32(header, 0, 0x02000000);
     recording::put_u32(header, 4, length);
@@ -102,7 +102,7 @@ bytes index_frame_header(std::uint32_t length, std::uint32_t kind) {
     return header;
 }
 
-bytes trailer(std::uint32_t length, std::uint32_t magic) {
+bytes trailer(uint32_t length, uint32_t magic) {
     bytes words(8, 0);
     recording::put_u32(words, 0, magic);
     recording::put_u32(words, 4, length);
@@ -142,11 +142,11 @@ fixture::~fixture() {
     EXPECT_EQ(scratch::open_descriptors(), descriptors_);
 }
 
-std::string fixture::report(const bytes& content, std::uint32_t options) const {
+std::string fixture::report(const bytes& content, uint32_t options) const {
     return report_of(put(content), options);
 }
 
-std::string fixture::report_of(const std::string& name, std::uint32_t options) const {
+std::string fixture::report_of(const std::string& name, uint32_t options) const {
     return printed([&] { EXPECT_EQ(analyse_kmr(name.c_str(), options), 0); });
 }
 

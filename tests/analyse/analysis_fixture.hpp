@@ -17,12 +17,12 @@ using recording::bytes;
 using recording::frame;
 
 namespace option {
-inline constexpr std::uint32_t s = 0x01;
-inline constexpr std::uint32_t a = 0x02;
-inline constexpr std::uint32_t i = 0x04;
-inline constexpr std::uint32_t t = 0x10;
-inline constexpr std::uint32_t u = 0x20;
-inline constexpr std::uint32_t m = 0x40;
+inline constexpr uint32_t s = 0x01;
+inline constexpr uint32_t a = 0x02;
+inline constexpr uint32_t i = 0x04;
+inline constexpr uint32_t t = 0x10;
+inline constexpr uint32_t u = 0x20;
+inline constexpr uint32_t m = 0x40;
 } // namespace option
 
 // The pauses that the product asked for since the test began, in microseconds. They take no time here.
@@ -31,7 +31,7 @@ std::vector<unsigned>& pauses();
 // All that `action` prints to standard output.
 std::string printed(const std::function<void()>& action);
 
-std::string dashes(std::size_t count);
+std::string dashes(size_t count);
 std::string frame_table_heading();
 
 // A row of the frame table.
@@ -45,11 +45,11 @@ std::string below_heading(const std::string& report);
 // A file header and the frames, without an index block.
 bytes unfinished(const std::vector<frame>& frames);
 // The file header, then these pieces as they are.
-bytes of_pieces(std::uint32_t frame_count, const std::vector<bytes>& pieces);
+bytes of_pieces(uint32_t frame_count, const std::vector<bytes>& pieces);
 
 // The header of an index block alone: `length` is its FrameSize.
-bytes index_frame_header(std::uint32_t length, std::uint32_t kind = 1);
-bytes trailer(std::uint32_t length, std::uint32_t magic = 0x0123ABCD);
+bytes index_frame_header(uint32_t length, uint32_t kind = 1);
+bytes trailer(uint32_t length, uint32_t magic = 0x0123ABCD);
 
 // Three frames of 100 bytes, numbers 7 (I), 8 (P) and 9 (I), time stamps 1000, 1040 and 3000, and an index of
 // two records: 696 bytes, frames at 88, 220 and 352, the index block at 484.
@@ -76,8 +76,8 @@ protected:
     const scratch::folder& folder() const { return folder_; }
 
     // What the analysis of a recording prints.
-    std::string report(const bytes& content, std::uint32_t options) const;
-    std::string report_of(const std::string& name, std::uint32_t options) const;
+    std::string report(const bytes& content, uint32_t options) const;
+    std::string report_of(const std::string& name, uint32_t options) const;
 
     bool exists(const std::string& name) const;
     std::string text(const std::string& name) const { return scratch::read_text(folder_.path() / name); }

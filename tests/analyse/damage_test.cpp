@@ -2,7 +2,7 @@
 #include "analyse/analyse.h"
 
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -19,7 +19,7 @@ namespace option = analysis::option;
 using recording::put_u32;
 
 // All that print or read something else.
-constexpr std::uint32_t option_words[] = {
+constexpr uint32_t option_words[] = {
     0x00,      option::s, option::a, option::i,
     option::t, option::u, option::m, option::i | option::m | option::t | option::u};
 
@@ -36,7 +36,7 @@ bytes sound_recording() {
 class damage : public analysis::fixture {
 protected:
     // The report.
-    std::string survive(const bytes& recording, std::uint32_t options) {
+    std::string survive(const bytes& recording, uint32_t options) {
         module_probe::reset();
         // Some file systems wait for the disk when a file is written over, and none when it is made.
         for (const char* name : {"r.kmr", "EndFrame", "Diff"})
@@ -55,14 +55,14 @@ protected:
 TEST_F(damage, the_recording_is_sound_before_it) {
     const bytes recording = sound_recording();
     ASSERT_EQ(recording.size(), 468U);
-    for (const std::uint32_t options : option_words)
+    for (const uint32_t options : option_words)
         EXPECT_THAT(survive(recording, options), testing::EndsWith("Well done :)\n"));
 }
 
 TEST_F(damage, a_cut_at_every_byte_is_survived) {
     const bytes recording = sound_recording();
-    for (const std::uint32_t options : option_words)
-        for (std::size_t size = 0; size < recording.size(); ++size) {
+    for (const uint32_t options : option_words)
+        for (size_t size = 0; size < recording.size(); ++size) {
             SCOPED_TRACE(size);
             const std::string said = survive(
                 bytes(recording.begin(), recording.begin() + static_cast<std::ptrdiff_t>(size)), options);
@@ -75,16 +75,16 @@ TEST_F(damage, a_cut_at_every_byte_is_survived) {
 }
 
 // Records beyond the file are printed, as many as the head says: one bit may ask for a billion of them.
-bool asks_for_very_many_rows(std::size_t offset, std::uint8_t flipped) {
+bool asks_for_very_many_rows(size_t offset, uint8_t flipped) {
     return (offset == 256 + 34 && flipped != 0) || (offset == 256 + 35 && (flipped & 0x80) == 0);
 }
 
 TEST_F(damage, every_flipped_bit_is_survived) {
     const bytes recording = sound_recording();
-    for (const std::uint32_t options : option_words)
-        for (std::size_t offset = 0; offset < recording.size(); ++offset)
+    for (const uint32_t options : option_words)
+        for (size_t offset = 0; offset < recording.size(); ++offset)
             for (unsigned bit = 0; bit < 8; ++bit) {
-                const auto flipped = static_cast<std::uint8_t>(1U << bit);
+                const auto flipped = static_cast<uint8_t>(1U << bit);
                 if (asks_for_very_many_rows(offset, flipped))
                     continue;
                 SCOPED_TRACE(testing::Message()
@@ -99,8 +99,8 @@ TEST_F(damage, every_flipped_bit_is_survived) {
 
 TEST_F(damage, every_byte_set_to_an_extreme_is_survived) {
     const bytes recording = sound_recording();
-    for (std::size_t offset = 0; offset < recording.size(); ++offset)
-        for (const auto value : std::initializer_list<std::uint8_t>{0x00, 0x7F, 0x80, 0xFF}) {
+    for (size_t offset = 0; offset < recording.size(); ++offset)
+        for (const auto value : std::initializer_list<uint8_t>{0x00, 0x7F, 0x80, 0xFF}) {
             if (asks_for_very_many_rows(offset, value))
                 continue;
             SCOPED_TRACE(testing::Message() << "byte " << offset << " value " << int{value});
@@ -115,13 +115,13 @@ TEST_F(damage, every_byte_set_to_an_extreme_is_survived) {
 TEST_F(damage, a_flipped_bit_in_a_payload_or_in_the_file_header_changes_no_row) {
     const bytes recording = sound_recording();
     const std::string rows = analysis::below_heading(survive(recording, option::a));
-    for (std::size_t offset = 0; offset < 84; ++offset) {
+    for (size_t offset = 0; offset < 84; ++offset) {
         bytes damaged = recording;
         damaged[offset] ^= 0x10;
         EXPECT_EQ(analysis::below_heading(survive(damaged, option::a)), rows) << offset;
     }
-    for (const std::size_t frame : {88U, 144U, 200U})
-        for (std::size_t offset = frame + 32; offset < frame + 56; ++offset) {
+    for (const size_t frame : {88U, 144U, 200U})
+        for (size_t offset = frame + 32; offset < frame + 56; ++offset) {
             bytes damaged = recording;
             damaged[offset] ^= 0x10;
             EXPECT_EQ(analysis::below_heading(survive(damaged, option::a)), rows) << offset;
@@ -132,10 +132,10 @@ TEST_F(damage, a_flipped_bit_in_a_payload_or_in_the_file_header_changes_no_row) 
 // whether it is a frame.
 TEST_F(damage, a_flipped_bit_in_a_frame_header_costs_that_frame_at_the_most) {
     const bytes recording = sound_recording();
-    for (std::size_t offset = 88; offset < 88 + 32; ++offset)
+    for (size_t offset = 88; offset < 88 + 32; ++offset)
         for (unsigned bit = 0; bit < 8; ++bit) {
             bytes damaged = recording;
-            damaged[offset] ^= static_cast<std::uint8_t>(1U << bit);
+            damaged[offset] ^= static_cast<uint8_t>(1U << bit);
             SCOPED_TRACE(testing::Message() << "byte " << offset << " bit " << bit);
             const std::string said = survive(damaged, option::a);
             // A length of another frame may lead past the others, never past a frame that can be found.
@@ -146,17 +146,17 @@ TEST_F(damage, a_flipped_bit_in_a_frame_header_costs_that_frame_at_the_most) {
 }
 
 TEST_F(damage, noise_is_survived) {
-    std::uint32_t state = 20150102;
+    uint32_t state = 20150102;
     const auto noise = [&state] {
         state = state * 1664525 + 1013904223;
-        return static_cast<std::uint8_t>(state >> 24);
+        return static_cast<uint8_t>(state >> 24);
     };
     for (int round = 0; round < 200; ++round) {
         bytes file = recording::file_header(50);
         bytes rest(2000);
         std::generate(rest.begin(), rest.end(), noise);
         recording::append(file, rest);
-        for (const std::uint32_t options : {option::a | option::u, option::i | option::m})
+        for (const uint32_t options : {option::a | option::u, option::i | option::m})
             survive(file, options);
     }
 }
@@ -176,8 +176,8 @@ TEST_F(damage, a_recording_beyond_2_gib_is_walked_as_far_as_offsets_go) {
     file.seekp(0x7FFFFFFF - 100);
     file.write(reinterpret_cast<const char*>(header.data()), 32);
     file.close();
-    std::uint32_t count = 5;
-    std::uint32_t position = 0x7FFFFFFF - 100;
+    uint32_t count = 5;
+    uint32_t position = 0x7FFFFFFF - 100;
     EXPECT_EQ(
         analysis::printed([&] { EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), -1); }),
         analysis::row("9", "7fffff9b", "P", 1048576, 1048544, 0, 0, 1000, 1000, "0"));

@@ -20,7 +20,7 @@ using recording::put_u32;
 class frame_table : public analysis::fixture {
 protected:
     // The table of a recording without an index: nothing follows the rows.
-    std::string rows(const bytes& recording, std::uint32_t options = option::a) const {
+    std::string rows(const bytes& recording, uint32_t options = option::a) const {
         return below_heading(report(recording, options));
     }
 };
@@ -33,12 +33,12 @@ bytes header_of(const frame& of) {
 
 TEST_F(frame_table, heading_stands_for_all_i_frames_and_missing_frames) {
     const bytes empty = recording::file_header(0);
-    for (const std::uint32_t options : {option::i, option::i | option::t, 0x04U | 0x08U})
+    for (const uint32_t options : {option::i, option::i | option::t, 0x04U | 0x08U})
         EXPECT_EQ(report(empty, options), analysis::frame_table_heading()) << options;
-    for (const std::uint32_t options : {option::a, option::m})
+    for (const uint32_t options : {option::a, option::m})
         EXPECT_THAT(report(empty, options),
                     testing::EndsWith("\n          FrameCount :\t   0\n" + analysis::frame_table_heading()));
-    for (const std::uint32_t options : {0x00U, 0x08U, option::t, option::u, 0x80U})
+    for (const uint32_t options : {0x00U, 0x08U, option::t, option::u, 0x80U})
         EXPECT_EQ(report(empty, options), "") << options;
     EXPECT_THAT(report(empty, option::s), testing::EndsWith("\n          FrameCount :\t   0\n"));
 }
@@ -89,7 +89,7 @@ TEST_F(frame_table, numbers_are_signed) {
 
 TEST_F(frame_table, type_is_told_by_the_low_byte_of_the_kind) {
     std::string types;
-    for (const std::uint32_t kind : {0U, 1U, 2U, 0xFFU, 0x100U, 0x101U, 0xFFFFFF00U}) {
+    for (const uint32_t kind : {0U, 1U, 2U, 0xFFU, 0x100U, 0x101U, 0xFFFFFF00U}) {
         const std::string line = rows(unfinished({{.kind = kind}}));
         types += line.substr(line.find("\t00000058\t") + 17, 1);
     }
@@ -125,7 +125,7 @@ TEST_F(frame_table, every_class_has_its_word) {
 }
 
 TEST_F(frame_table, lengths_beyond_one_mebibyte_are_no_frame) {
-    const auto row_of = [&](std::uint32_t frame_size, std::uint32_t video_size) {
+    const auto row_of = [&](uint32_t frame_size, uint32_t video_size) {
         bytes header = header_of({.number = 5, .time_stamp = 7, .kind = 1});
         put_u32(header, 4, frame_size);
         put_u32(header, 20, video_size);
@@ -178,10 +178,10 @@ TEST_F(frame_table, gap_shows_from_2_on) {
 }
 
 TEST_F(frame_table, gap_text_is_cut_to_19_characters) {
-    const auto number_of_second = [&](std::uint32_t first, std::uint32_t second) {
+    const auto number_of_second = [&](uint32_t first, uint32_t second) {
         const std::string text = rows(unfinished({{.number = first, .time_stamp = 1000, .kind = 1},
                                                   {.number = second, .time_stamp = 1040, .kind = 1}}));
-        const std::size_t start = text.find('\n') + 1;
+        const size_t start = text.find('\n') + 1;
         return text.substr(start, text.find('\t', start) - start);
     };
     EXPECT_EQ(number_of_second(1, 1000001), "*1000000  1000001");     // 17 characters: wider than the column
@@ -309,7 +309,7 @@ TEST_F(frame_table, an_index_header_of_an_i_frame_kind_has_a_row_among_i_frames)
 
 TEST_F(frame_table, encryption_is_told_by_the_two_lowest_bits_of_the_tag) {
     std::string marks;
-    for (const auto tag : std::initializer_list<std::uint16_t>{0, 1, 2, 3, 4, 6, 7, 0x7788, 0xFFFE, 0xFFFF}) {
+    for (const auto tag : std::initializer_list<uint16_t>{0, 1, 2, 3, 4, 6, 7, 0x7788, 0xFFFE, 0xFFFF}) {
         const std::string line = rows(unfinished({{.kind = 1, .tag = tag}}));
         marks += line.at(line.size() - 2) == '*' ? '*' : '.';
     }
@@ -317,7 +317,7 @@ TEST_F(frame_table, encryption_is_told_by_the_two_lowest_bits_of_the_tag) {
 }
 
 TEST_F(frame_table, frames_of_less_than_64_bytes_are_not_encrypted) {
-    const auto mark = [&](std::size_t video, std::uint16_t audio_count, std::uint16_t audio_size) {
+    const auto mark = [&](size_t video, uint16_t audio_count, uint16_t audio_size) {
         const std::string line = rows(unfinished({{.kind = 1,
                                                    .video = bytes(video, 1),
                                                    .audio_count = audio_count,
@@ -334,7 +334,7 @@ TEST_F(frame_table, frames_of_less_than_64_bytes_are_not_encrypted) {
 }
 
 TEST_F(frame_table, the_sum_that_tells_encryption_wraps_and_is_signed) {
-    const auto mark = [&](std::uint32_t video, std::uint16_t audio_count, std::uint16_t audio_size) {
+    const auto mark = [&](uint32_t video, uint16_t audio_count, uint16_t audio_size) {
         bytes header = header_of({.number = 1, .time_stamp = 1000, .kind = 1, .tag = 2});
         put_u32(header, 20, video);
         put_u16(header, 24, audio_count);

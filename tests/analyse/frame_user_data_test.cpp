@@ -5,7 +5,7 @@
 #include "analyse/analyse.h"
 #include "analyse/vca/vca.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -29,7 +29,7 @@ const bytes h265 = {0x00, 0x00, 0x00, 0x01, 0x4E, 0x01, 0xF0};
 const std::string tabs(30, '\t');
 
 struct segment {
-    std::uint16_t flag;
+    uint16_t flag;
     bytes payload;
 };
 
@@ -39,22 +39,22 @@ bytes block_of(const std::vector<segment>& segments) {
     for (const segment& each : segments) {
         bytes head(4, 0);
         put_u16(head, 0, each.flag);
-        put_u16(head, 2, static_cast<std::uint16_t>(each.payload.size()));
+        put_u16(head, 2, static_cast<uint16_t>(each.payload.size()));
         append(block, head);
         append(block, each.payload);
     }
-    put_u16(block, 4, static_cast<std::uint16_t>(segments.size()));
-    put_u16(block, 6, static_cast<std::uint16_t>(block.size() - 8));
+    put_u16(block, 4, static_cast<uint16_t>(segments.size()));
+    put_u16(block, 6, static_cast<uint16_t>(block.size() - 8));
     return block;
 }
 
 // Marker, size and block.
 bytes user_data(const bytes& marker, const bytes& block) {
     bytes data = marker;
-    std::size_t size = block.size();
+    size_t size = block.size();
     for (; size >= 255; size -= 255)
         data.push_back(0xFF);
-    data.push_back(static_cast<std::uint8_t>(size));
+    data.push_back(static_cast<uint8_t>(size));
     append(data, block);
     return data;
 }
@@ -83,11 +83,11 @@ protected:
     std::string decoded_payload(const bytes& video) const { return decoded({{.video = video}}); }
 
     // How often the decoder was called since the test began.
-    std::uint64_t decoder_calls() const {
+    uint64_t decoder_calls() const {
         return g_u64UserDataLine[0] + g_u64UserDataLine[1] - before_[0] - before_[1];
     }
 
-    const std::vector<std::uint64_t> before_{std::begin(g_u64UserDataLine), std::end(g_u64UserDataLine)};
+    const std::vector<uint64_t> before_{std::begin(g_u64UserDataLine), std::end(g_u64UserDataLine)};
 };
 
 // --- in the walk ---
@@ -147,9 +147,9 @@ TEST_F(frame_user_data, must_begin_at_the_first_byte_of_the_payload) {
 }
 
 TEST_F(frame_user_data, that_begins_with_half_a_marker_is_none) {
-    for (std::size_t size = 1; size < h264.size(); ++size)
+    for (size_t size = 1; size < h264.size(); ++size)
         EXPECT_EQ(decoded_payload(bytes(h264.begin(), h264.begin() + static_cast<std::ptrdiff_t>(size))), "");
-    for (std::size_t size = 1; size < h265.size(); ++size)
+    for (size_t size = 1; size < h265.size(); ++size)
         EXPECT_EQ(decoded_payload(bytes(h265.begin(), h265.begin() + static_cast<std::ptrdiff_t>(size))), "");
     EXPECT_EQ(decoder_calls(), 0U);
 }
@@ -173,7 +173,7 @@ TEST_F(frame_user_data, sets_the_analytics_size) {
 // --- how much is read ---
 
 TEST_F(frame_user_data, at_most_1024_bytes_of_a_payload_are_read) {
-    for (const auto& [size, read] : {std::pair<std::size_t, std::string>{1, "1"},
+    for (const auto& [size, read] : {std::pair<size_t, std::string>{1, "1"},
                                      {1023, "1023"},
                                      {1024, "1024"},
                                      {1025, "1024"},
@@ -186,11 +186,11 @@ TEST_F(frame_user_data, at_most_1024_bytes_of_a_payload_are_read) {
 
 TEST_F(frame_user_data, a_payload_cut_off_by_the_end_of_the_file_ends_the_walk) {
     // Two frames: the second is reached only when the first was read, and it is the first to be cut.
-    for (const std::uint32_t options : {0x00U, option::u, option::i}) {
+    for (const uint32_t options : {0x00U, option::u, option::i}) {
         bytes recording = unfinished({{.number = 5, .kind = 1}});
         const std::string name = put(recording);
-        std::uint32_t count = 0;
-        std::uint32_t position = 0;
+        uint32_t count = 0;
+        uint32_t position = 0;
         g_Opt = options;
         EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 0);
         recording.pop_back();
@@ -233,7 +233,7 @@ TEST_F(frame_user_data, a_frame_without_video_data_ends_the_walk) {
 // --- bytes that were not read ---
 
 // A block that says it has 1020 bytes: its last segment, a target, ends behind the 1024 bytes that are looked at.
-bytes block_beyond_the_window(std::uint8_t last) {
+bytes block_beyond_the_window(uint8_t last) {
     bytes filling(996, 0x11);
     return block_of({{0xFED1, filling}, {0xFED9, bytes(8, last)}});
 }
@@ -297,14 +297,14 @@ protected:
     }
     ~rec_get_vcaalarm_call() override { vfs_fclose(file_); }
 
-    static kmr_frame_header header(std::uint32_t kind, std::uint32_t video_size) {
+    static kmr_frame_header header(uint32_t kind, uint32_t video_size) {
         kmr_frame_header frame{};
         frame.FrameKind = kind;
         frame.VideoSize = video_size;
         return frame;
     }
 
-    std::int32_t call(const kmr_frame_header& frame) {
+    int32_t call(const kmr_frame_header& frame) {
         return rec_get_vcaalarm(file_, buffer_.data(), 1048576, 0, &frame, &context_);
     }
 

@@ -2,7 +2,7 @@
 #include "analyse/analyse.h"
 #include "analyse/frame_user_data.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <filesystem>
 #include <string>
@@ -24,24 +24,24 @@ using recording::put_u32;
 class frame_walk : public analysis::fixture {
 protected:
     // One call of the walk, from `position_` on, with the options that are set.
-    std::int32_t walk(const std::string& name, std::uint32_t quota) {
+    int32_t walk(const std::string& name, uint32_t quota) {
         count_ = quota;
         return rec_vca_GetVcaMsgEx(name.c_str(), &count_, 0, 0xFFFFFFFF, &position_);
     }
-    std::int32_t walk_from_start(const bytes& recording, std::uint32_t quota) {
+    int32_t walk_from_start(const bytes& recording, uint32_t quota) {
         position_ = 0;
         return walk(put(recording), quota);
     }
 
-    std::uint32_t count_ = 0;
-    std::uint32_t position_ = 0;
+    uint32_t count_ = 0;
+    uint32_t position_ = 0;
 };
 
 // P-frames of 1 byte (33 bytes on disk) with these time stamps, numbered from 1.
-bytes with_stamps(const std::vector<std::uint32_t>& stamps) {
+bytes with_stamps(const std::vector<uint32_t>& stamps) {
     std::vector<frame> frames;
-    for (const std::uint32_t stamp : stamps)
-        frames.push_back({.number = static_cast<std::uint32_t>(frames.size() + 1),
+    for (const uint32_t stamp : stamps)
+        frames.push_back({.number = static_cast<uint32_t>(frames.size() + 1),
                           .time_stamp = stamp,
                           .kind = 1,
                           .video = bytes(1, 0xAA)});
@@ -323,13 +323,13 @@ TEST_F(frame_walk, a_recording_that_ends_without_an_index_ends_without_a_verdict
     EXPECT_EQ(below_heading(report(recording, option::a)),
               row("1", "00000058", "P", 33, 1, 0, 0, 1000, 1000, "0") +
                   row("2", "00000079", "P", 33, 1, 0, 0, 1040, 40, "0"));
-    for (const std::uint32_t options : {0x00U, option::t, option::u})
+    for (const uint32_t options : {0x00U, option::t, option::u})
         EXPECT_EQ(report(recording, options), "");
 }
 
 TEST_F(frame_walk, a_header_cut_off_by_the_end_of_the_file_has_no_row) {
     bytes recording = with_stamps({1000, 1040});
-    for (const std::size_t size : {88 + 33, 88 + 34, 88 + 33 + 31}) {
+    for (const size_t size : {88 + 33, 88 + 34, 88 + 33 + 31}) {
         recording.resize(size);
         EXPECT_EQ(below_heading(report(recording, option::a)),
                   row("1", "00000058", "P", 33, 1, 0, 0, 1000, 1000, "0"));

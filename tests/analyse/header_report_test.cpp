@@ -2,7 +2,7 @@
 
 #include "analyse/analyse.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <algorithm>
 #include <string>
@@ -19,20 +19,20 @@ using recording::put_u32;
 class header_report : public analysis::fixture {
 protected:
     // What is printed of a recording that consists of this header; the result goes to `count_`.
-    std::string header_text(const bytes& header, std::uint32_t options) {
+    std::string header_text(const bytes& header, uint32_t options) {
         const std::string name = put(header);
         g_Opt = options;
         return printed([&] { count_ = rec_GetFileFrameNo(name.c_str()); });
     }
 
-    std::int32_t count_ = 0;
+    int32_t count_ = 0;
 };
 
 // Every field has a value of its own, the 32-bit ones beyond the signed range.
 bytes distinct_header() {
     bytes header(88, 0);
-    const std::uint16_t words[] = {30, 704, 576, 41, 1, 65535, 12, 31, 23, 59, 58, 40000};
-    for (std::size_t i = 0; i < std::size(words); ++i)
+    const uint16_t words[] = {30, 704, 576, 41, 1, 65535, 12, 31, 23, 59, 58, 40000};
+    for (size_t i = 0; i < std::size(words); ++i)
         put_u16(header, 2 * i, words[i]);
     const std::string cover = "front door";
     std::copy(cover.begin(), cover.end(), header.begin() + 24);
@@ -49,8 +49,8 @@ bytes distinct_header() {
 }
 
 std::string line_of(const std::string& report, const std::string& label) {
-    const std::size_t at = report.find(" " + label + " :");
-    const std::size_t start = report.rfind('\n', at) + 1;
+    const size_t at = report.find(" " + label + " :");
+    const size_t start = report.rfind('\n', at) + 1;
     return report.substr(start, report.find('\n', at) - start);
 }
 
@@ -92,7 +92,7 @@ TEST_F(header_report, is_printed_for_sample_all_and_missing_frames_alone) {
     EXPECT_EQ(header_text(header, option::a), whole);
     EXPECT_EQ(header_text(header, option::m), whole);
     EXPECT_EQ(header_text(header, 0xFF), whole);
-    for (const std::uint32_t silent : {0U, 0x04U, 0x08U, 0x10U, 0x20U, 0x80U, 0xBCU}) {
+    for (const uint32_t silent : {0U, 0x04U, 0x08U, 0x10U, 0x20U, 0x80U, 0xBCU}) {
         EXPECT_EQ(header_text(header, silent), "") << silent;
         EXPECT_EQ(count_, 9) << silent;
     }
@@ -113,15 +113,15 @@ TEST_F(header_report, does_not_judge_the_fields) {
 }
 
 TEST_F(header_report, names_the_modes) {
-    const auto mode_line = [&](std::uint16_t mode) {
+    const auto mode_line = [&](uint16_t mode) {
         bytes header = recording::file_header(1);
         put_u16(header, 6, mode);
         return line_of(header_text(header, option::s), "Mode");
     };
-    for (const auto mode : std::initializer_list<std::uint16_t>{21, 22, 23})
+    for (const auto mode : std::initializer_list<uint16_t>{21, 22, 23})
         EXPECT_EQ(mode_line(mode), "                Mode :\tH.264") << mode;
     EXPECT_EQ(mode_line(41), "                Mode :\tMJPEG");
-    for (const auto mode : std::initializer_list<std::uint16_t>{0, 20, 24, 40, 42, 65535})
+    for (const auto mode : std::initializer_list<uint16_t>{0, 20, 24, 40, 42, 65535})
         EXPECT_EQ(mode_line(mode), "                Mode :\tDEFAULT H.264") << mode;
 }
 
@@ -176,7 +176,7 @@ TEST_F(header_report, gives_minus_1_when_the_recording_cannot_be_opened) {
 }
 
 TEST_F(header_report, gives_1045_for_a_short_header_and_prints_nothing) {
-    for (const std::size_t size : {0, 1, 87}) {
+    for (const size_t size : {0, 1, 87}) {
         EXPECT_EQ(header_text(bytes(size, 1), option::s), "") << size;
         EXPECT_EQ(count_, 1045) << size;
     }

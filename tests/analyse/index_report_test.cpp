@@ -1,7 +1,7 @@
 // The index detail, the verdict, and what damage makes of them.
 #include "analyse/analyse.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <cstdlib>
 #include <ctime>
@@ -116,10 +116,9 @@ TEST_F(index_report, prints_the_whole_detail) {
 
 TEST_F(index_report, detail_is_printed_for_all_and_for_index_alone) {
     const bytes recording = block_alone(index_block({{.time = 0}}));
-    for (const std::uint32_t options : {option::a, option::t, option::t | option::s, option::a | option::m})
+    for (const uint32_t options : {option::a, option::t, option::t | option::s, option::a | option::m})
         EXPECT_THAT(report(recording, options), testing::HasSubstr("IFrameIndex Detail\n")) << options;
-    for (const std::uint32_t options :
-         {0x00U, option::s, option::i, 0x08U, option::u, option::m, 0x80U, 0xEDU}) {
+    for (const uint32_t options : {0x00U, option::s, option::i, 0x08U, option::u, option::m, 0x80U, 0xEDU}) {
         EXPECT_THAT(report(recording, options), testing::Not(testing::HasSubstr("IFrameIndex Detail")))
             << options;
         EXPECT_THAT(report(recording, options), testing::EndsWith(well_done)) << options;
@@ -267,7 +266,7 @@ TEST_F(index_report, times_are_local) {
 TEST_F(index_report, a_wrong_magic_makes_a_poor_file) {
     bytes block = index_block({{.time = 10}});
     put_u32(block, block.size() - 8, 0x0123ABCC);
-    for (const std::uint32_t options : {0x00U, option::t, option::u})
+    for (const uint32_t options : {0x00U, option::t, option::u})
         EXPECT_EQ(report(block_alone(block), options), poor) << options;
     EXPECT_THAT(
         report(block_alone(block), option::a),
@@ -325,7 +324,7 @@ TEST_F(index_report, the_refusal_stands_on_the_line_of_the_verdict) {
 }
 
 TEST_F(index_report, a_head_that_is_not_whole_is_refused) {
-    for (const std::uint32_t length : {0U, 1U, 8U, 32U, 43U}) {
+    for (const uint32_t length : {0U, 1U, 8U, 32U, 43U}) {
         bytes block = index_block({{.time = 10}});
         put_u32(block, block.size() - 4, length);
         EXPECT_EQ(detail(block_alone(block)), refused) << length;
@@ -353,7 +352,7 @@ TEST_F(index_report, a_head_may_end_with_the_trailer) {
 TEST_F(index_report, a_length_beyond_the_file_is_refused) {
     bytes block = index_block({{.time = 10}}); // the file has 220 bytes
     // From 2^31 on the seek runs forwards, with 0x800000DC to 2 GiB exactly.
-    for (const std::uint32_t length :
+    for (const uint32_t length :
          {221U, 1000U, 0x7FFFFFFFU, 0x80000000U, 0x80000001U, 0x800000DCU, 0xFFFFFF00U, 0xFFFFFFFFU}) {
         put_u32(block, block.size() - 4, length);
         EXPECT_EQ(detail(block_alone(block)), refused) << length;

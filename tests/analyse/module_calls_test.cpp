@@ -2,7 +2,7 @@
 #include "analyse/analyse.h"
 #include "file_op/open_table.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <string>
 #include <vector>
@@ -20,7 +20,7 @@ namespace option = analysis::option;
 class module_calls : public analysis::fixture {
 protected:
     // The calls of one analysis, the file's number and the recording's path left out.
-    std::vector<std::string> calls_of(const bytes& recording, std::uint32_t options) const {
+    std::vector<std::string> calls_of(const bytes& recording, uint32_t options) const {
         const std::string name = put(recording);
         module_probe::reset();
         report_of(name, options);
@@ -110,7 +110,7 @@ TEST_F(module_calls, of_the_index_detail) {
 TEST_F(module_calls, do_not_depend_on_the_rows) {
     const bytes recording = small_recording();
     const std::vector<std::string> without_rows = calls_of(recording, option::s);
-    for (const std::uint32_t options : {0x00U, option::i, option::u, option::m, option::i | option::m})
+    for (const uint32_t options : {0x00U, option::i, option::u, option::m, option::i | option::m})
         EXPECT_EQ(calls_of(recording, options), without_rows) << options;
     EXPECT_EQ(calls_of(recording, option::a), calls_of(recording, option::t));
 }
@@ -137,8 +137,8 @@ TEST_F(module_calls, of_a_quota_that_ends_the_walk) {
     const bytes recording = analysis::unfinished({{.number = 1}, {.number = 2}});
     const std::string name = put(recording);
     module_probe::reset();
-    std::uint32_t count = 0;
-    std::uint32_t position = 88;
+    uint32_t count = 0;
+    uint32_t position = 88;
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position) >= 0, true);
     // No seek to the start: Stat, Open, Seek, Read, Tell, Read, Close.
     EXPECT_EQ(module_probe::count(), 7);
@@ -246,7 +246,7 @@ protected:
     }
 
     // Runs the analysis and gives back what a close that failed has left in the layer.
-    void survive(const std::string& name, std::uint32_t options) {
+    void survive(const std::string& name, uint32_t options) {
         report_of(name, options);
         resources used = resources_in_use();
         EXPECT_EQ(used.recordings, 0);
@@ -264,7 +264,7 @@ protected:
     }
 };
 
-constexpr std::uint32_t everything = option::a | option::u | option::m;
+constexpr uint32_t everything = option::a | option::u | option::m;
 
 TEST_F(failing_module, leaves_nothing_behind_when_one_call_fails) {
     const std::string name = put(eventful_recording());
@@ -295,7 +295,7 @@ TEST_F(failing_module, leaves_nothing_behind_when_reads_are_cut) {
     const std::string name = put(eventful_recording());
     for (int nth = 1; nth <= 25; ++nth) {
         SCOPED_TRACE(nth);
-        for (const std::uint32_t moved : {1U, 3U, 31U}) {
+        for (const uint32_t moved : {1U, 3U, 31U}) {
             module_probe::reset();
             module_probe::cut("Read", nth, moved);
             survive(name, everything);
@@ -309,8 +309,7 @@ TEST_F(failing_module, leaves_nothing_behind_when_reads_are_cut) {
 TEST_F(failing_module, that_gives_nonsense_is_survived) {
     const std::string name = put(eventful_recording());
     for (const char* operation : {"Seek", "Tell"})
-        for (const std::int64_t nonsense :
-             {INT64_MIN, std::int64_t{INT32_MIN}, std::int64_t{0}, std::int64_t{INT32_MAX}})
+        for (const int64_t nonsense : {INT64_MIN, int64_t{INT32_MIN}, int64_t{0}, int64_t{INT32_MAX}})
             for (int nth = 1; nth <= 16; ++nth) {
                 SCOPED_TRACE(testing::Message() << operation << " " << nth << " gives " << nonsense);
                 module_probe::reset();

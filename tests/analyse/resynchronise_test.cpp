@@ -2,7 +2,7 @@
 #include "analyse/analyse.h"
 #include "analyse/frame_user_data.h"
 #include "tests/analyse/analysis_fixture.hpp"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <string>
 
@@ -25,7 +25,7 @@ constexpr const char* poor = "IT IS a POOR FILE :(\n";
 
 class resynchronise : public analysis::fixture {
 protected:
-    std::string rows(const bytes& recording, std::uint32_t options = option::a) const {
+    std::string rows(const bytes& recording, uint32_t options = option::a) const {
         return below_heading(report(recording, options));
     }
 
@@ -33,9 +33,9 @@ protected:
     static std::vector<std::string> search_starts() {
         std::vector<std::string> starts;
         const std::vector<std::string> calls = module_probe::calls();
-        for (std::size_t i = 1; i < calls.size(); ++i)
+        for (size_t i = 1; i < calls.size(); ++i)
             if (calls[i].find(", 1048576)") != std::string::npos) {
-                const std::size_t from = calls[i - 1].find(", ") + 2;
+                const size_t from = calls[i - 1].find(", ") + 2;
                 starts.push_back(calls[i - 1].substr(from, calls[i - 1].find(", ", from) - from));
             }
         return starts;
@@ -43,17 +43,17 @@ protected:
 };
 
 // A record of the right length that is no frame: class -1, a P-frame by its kind.
-bytes garbage(std::uint32_t number = 90, std::uint32_t time_stamp = 9000) {
+bytes garbage(uint32_t number = 90, uint32_t time_stamp = 9000) {
     bytes record = frame_record({.number = number, .time_stamp = time_stamp, .kind = 1});
     put_u32(record, 0, 0xFFFFFFFF);
     return record;
 }
 
-bytes i_frame(std::uint32_t number, std::uint32_t time_stamp) {
+bytes i_frame(uint32_t number, uint32_t time_stamp) {
     return frame_record({.number = number, .time_stamp = time_stamp, .kind = 0});
 }
 
-bytes p_frame(std::uint32_t number, std::uint32_t time_stamp) {
+bytes p_frame(uint32_t number, uint32_t time_stamp) {
     return frame_record({.number = number, .time_stamp = time_stamp, .kind = 1});
 }
 
@@ -72,7 +72,7 @@ TEST_F(resynchronise, searches_from_4_bytes_behind_the_start_of_the_bad_header) 
 }
 
 // The header of an I-frame `distance` bytes behind the start of something bad.
-bytes with_i_frame_behind(std::size_t distance) {
+bytes with_i_frame_behind(size_t distance) {
     return of_pieces(9, {bytes(distance, 0xFF), i_frame(3, 1080)});
 }
 
@@ -98,16 +98,16 @@ TEST_F(resynchronise, the_frame_found_is_counted) {
     EXPECT_EQ(text("EndFrame"), "4\n");
     const bytes found_last = of_pieces(0x80000000, {garbage(), i_frame(3, 1080)});
     const std::string name = put(found_last);
-    std::uint32_t count = 0;
-    std::uint32_t position = 0;
+    uint32_t count = 0;
+    uint32_t position = 0;
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 0);
     EXPECT_EQ(position, 88U + 132 + 132);
 }
 
 TEST_F(resynchronise, the_frame_found_adds_stream_time) {
     const std::string name = put(of_pieces(0, {p_frame(1, 1000), garbage(), i_frame(3, 4000)}));
-    std::uint32_t count = 1;
-    std::uint32_t position = 0;
+    uint32_t count = 1;
+    uint32_t position = 0;
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 3);
 }
 
@@ -137,8 +137,8 @@ TEST_F(resynchronise, an_inserted_frame_found_leads_on_without_being_counted) {
     const bytes inserted = frame_record({.number = 3, .time_stamp = 1080, .kind = 0, .tag = 0x7788});
     const bytes recording = of_pieces(0, {garbage(), inserted, p_frame(4, 1120), p_frame(5, 1160)});
     const std::string name = put(recording);
-    std::uint32_t count = 0;
-    std::uint32_t position = 0;
+    uint32_t count = 0;
+    uint32_t position = 0;
     g_Opt = option::a;
     EXPECT_EQ(
         analysis::printed([&] { EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 0); }),
@@ -176,7 +176,7 @@ TEST_F(resynchronise, a_frame_found_that_can_be_read_no_more_ends_the_walk) {
 }
 
 TEST_F(resynchronise, nothing_found_ends_the_walk) {
-    for (const std::size_t size : {32, 35, 36, 100})
+    for (const size_t size : {32, 35, 36, 100})
         EXPECT_EQ(rows(of_pieces(9, {bytes(size, 0xFF)})),
                   row("-1", "00000058", "P", -1, -1, 65535, 65535, -1, -1, "-1"));
 }
@@ -213,7 +213,7 @@ TEST_F(resynchronise, behind_a_good_trailer_nothing_is_left_to_be_found) {
     // The index-looking frame stands in the middle; the file is left 4 bytes before its end.
     const bytes recording =
         of_pieces(9, {p_frame(1, 1000), index_frame_header(32), i_frame(3, 1080), trailer(52)});
-    for (const std::uint32_t options : {option::s, option::i, option::u, option::m, 0x00U}) {
+    for (const uint32_t options : {option::s, option::i, option::u, option::m, 0x00U}) {
         module_probe::reset();
         EXPECT_THAT(report(recording, options), testing::EndsWith(well_done)) << options;
         EXPECT_EQ(text("EndFrame"), "1\n") << options;

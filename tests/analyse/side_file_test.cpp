@@ -9,10 +9,10 @@ namespace {
 class side_file : public analysis::fixture {
 protected:
     // The value and the result of reading a file with this content into 77.
-    std::pair<std::int32_t, std::int32_t> read_back(const std::string& content) const {
+    std::pair<int32_t, int32_t> read_back(const std::string& content) const {
         folder().write_text("side", content);
-        std::int32_t value = 77;
-        const std::int32_t items = myReadFile("side", &value);
+        int32_t value = 77;
+        const int32_t items = myReadFile("side", &value);
         return {items, value};
     }
 };
@@ -37,8 +37,8 @@ TEST_F(side_file, is_replaced_as_a_whole) {
 }
 
 TEST_F(side_file, is_read_back) {
-    std::int32_t value = 0;
-    for (const std::int32_t each : {0, 1, -1, INT32_MAX, INT32_MIN}) {
+    int32_t value = 0;
+    for (const int32_t each : {0, 1, -1, INT32_MAX, INT32_MIN}) {
         ASSERT_EQ(myWriteFile("EndFrame", each), 1);
         EXPECT_EQ(myReadFile("EndFrame", &value), 1);
         EXPECT_EQ(value, each);
@@ -66,7 +66,7 @@ TEST_F(side_file, leaves_the_value_alone_without_a_number) {
 }
 
 TEST_F(side_file, that_cannot_be_opened_gives_minus_1) {
-    std::int32_t value = 77;
+    int32_t value = 77;
     EXPECT_EQ(myReadFile("missing", &value), -1);
     EXPECT_EQ(value, 77);
     EXPECT_FALSE(exists("missing"));

@@ -16,15 +16,15 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-constexpr std::int64_t frame_size = 0x100000; // the longest frame there may be
-constexpr std::int64_t file_header_size = 88;
+constexpr int64_t frame_size = 0x100000; // the longest frame there may be
+constexpr int64_t file_header_size = 88;
 
-std::int64_t position_of(std::uint32_t frame) {
+int64_t position_of(uint32_t frame) {
     return file_header_size + frame * frame_size;
 }
 
 // The header alone of an I-frame of 1 MiB; number and time stamp (40 ms apart) start at 1.
-recording::bytes long_frame_header(std::uint32_t index) {
+recording::bytes long_frame_header(uint32_t index) {
     recording::bytes header(32, 0);
     recording::put_u32(header, 0, 0x02000000);
     recording::put_u32(header, 4, frame_size);
@@ -35,11 +35,11 @@ recording::bytes long_frame_header(std::uint32_t index) {
 }
 
 // Frames of 1 MiB and an index of two records at the end.
-std::string write_recording(program_folder& folder, std::uint32_t frames) {
+std::string write_recording(program_folder& folder, uint32_t frames) {
     const std::string path = folder.files.file("long.kmr");
     sparse_file file(path);
     file.put(0, recording::file_header(frames));
-    for (std::uint32_t i = 0; i < frames; ++i)
+    for (uint32_t i = 0; i < frames; ++i)
         file.put(position_of(i), long_frame_header(i));
     file.put(position_of(frames),
              recording::index_block(
@@ -86,7 +86,7 @@ TEST(beyond_2_gib, the_search_behind_a_bad_header_ends_without_a_frame) {
         // number, so no place lies in front of the end and nothing is searched.
         sparse_file file(path);
         file.put(0, recording::file_header(2560));
-        for (std::uint32_t i : {0u, 1u, 3u})
+        for (uint32_t i : {0u, 1u, 3u})
             file.put(position_of(i), long_frame_header(i));
         file.set_size(position_of(2560));
     }
@@ -122,14 +122,14 @@ TEST(beyond_2_gib, a_size_that_is_a_multiple_of_4_gib_searches_nothing) {
         file.put(0, recording::file_header(100));
         file.put(position_of(0), long_frame_header(0));
         file.put(position_of(2), long_frame_header(2));
-        file.set_size(std::int64_t{1} << 32);
+        file.set_size(int64_t{1} << 32);
     }
     EXPECT_THAT(rows_of(folder.run({"-a", "-f", path})), SizeIs(2)); // the good frame and the empty header
 }
 
 TEST(beyond_2_gib, an_export_copies_all_of_it) {
     program_folder folder;
-    const std::int64_t size = (std::int64_t{1} << 31) + 4097;
+    const int64_t size = (int64_t{1} << 31) + 4097;
     const std::string path = folder.files.file("long.kmr");
     sparse_file(path).set_size(size);
     EXPECT_THAT(folder.run({"-f", path, "-o/dev/null"}),
@@ -138,8 +138,8 @@ TEST(beyond_2_gib, an_export_copies_all_of_it) {
 
 TEST(beyond_2_gib, a_query_finds_what_stands_there_in_the_index_file) {
     program_folder folder;
-    constexpr std::int64_t record_size = 184;
-    constexpr std::int64_t count = 16'000'000; // nearly 3 GiB
+    constexpr int64_t record_size = 184;
+    constexpr int64_t count = 16'000'000; // nearly 3 GiB
     recording::bytes record(record_size, 0);
     recording::put_u32(record, 4, 1000);
     const std::string path_text = "rec/last.kmr";

@@ -8,11 +8,11 @@ namespace {
 using ::testing::Contains;
 using ::testing::HasSubstr;
 
-std::vector<std::string> report_of_times(const std::vector<std::uint32_t>& times) {
+std::vector<std::string> report_of_times(const std::vector<uint32_t>& times) {
     recording::bytes file = recording::file_header(1);
     recording::append(file, recording::frame_record({}));
     std::vector<recording::index_record> records;
-    for (const std::uint32_t time : times)
+    for (const uint32_t time : times)
         records.push_back({.time = time, .position = 88});
     recording::append(file, recording::index_block(records));
     board::program_folder folder;

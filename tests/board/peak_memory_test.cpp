@@ -18,13 +18,13 @@ long peak_kib(board::program_folder& folder, const std::vector<std::string>& arg
                                            .timeout = std::chrono::seconds(300),
                                            .stdout_path = folder.files.file("report")});
     const std::string label = "VmHWM:";
-    const std::size_t at = said.err.rfind(label);
+    const size_t at = said.err.rfind(label);
     if (at == std::string::npos)
         throw std::runtime_error("no peak in: " + said.err);
     return std::stol(said.err.substr(at + label.size()));
 }
 
-recording::frame with_user_data(std::uint32_t number) {
+recording::frame with_user_data(uint32_t number) {
     recording::bytes video = {0, 0, 0, 1, 6, 0xF0, 16, 'Z', 'N', 'S', 'T', 1,
                               0, 8, 0, 1, 2, 4,    0,  'a', 'b', 'c', 'd'};
     video.resize(1000, 0xAA);
@@ -33,7 +33,7 @@ recording::frame with_user_data(std::uint32_t number) {
 
 recording::bytes long_recording() {
     std::vector<recording::frame> frames;
-    for (std::uint32_t i = 1; i <= 5000; ++i)
+    for (uint32_t i = 1; i <= 5000; ++i)
         frames.push_back(with_user_data(i));
     return recording::sound(frames);
 }

@@ -22,12 +22,12 @@ public:
     sparse_file(const sparse_file&) = delete;
     sparse_file& operator=(const sparse_file&) = delete;
 
-    void put(std::int64_t offset, const recording::bytes& content) {
+    void put(int64_t offset, const recording::bytes& content) {
         const auto size = static_cast<ssize_t>(content.size());
         if (pwrite(descriptor_, content.data(), content.size(), static_cast<off_t>(offset)) != size)
             throw std::runtime_error("cannot write a large file");
     }
-    void set_size(std::int64_t size) {
+    void set_size(int64_t size) {
         if (ftruncate(descriptor_, static_cast<off_t>(size)) != 0)
             throw std::runtime_error("cannot make a large file");
     }

@@ -8,10 +8,10 @@ namespace {
 
 using recording::put_u32;
 
-bytes numbered(std::size_t size) {
+bytes numbered(size_t size) {
     bytes content(size);
-    for (std::size_t i = 0; i < size; ++i)
-        content[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    for (size_t i = 0; i < size; ++i)
+        content[i] = static_cast<uint8_t>(i * 7 + i / 251);
     return content;
 }
 
@@ -86,7 +86,7 @@ TEST_F(FileCopyTest, OffsetThatCannotBeReachedCopiesNothing) {
 
 TEST_F(FileCopyTest, FailedOrEmptyReadEndsTheCopy) {
     const std::string source = from(numbered(100'000));
-    for (const std::int64_t result : {0, -1}) {
+    for (const int64_t result : {0, -1}) {
         module_probe::reset();
         module_probe::fail("Read", 2, result);
         EXPECT_EQ(rec_CopyFileSegment(to_.c_str(), 0, source.c_str(), 0, 100'000), 65'536);
@@ -118,16 +118,16 @@ int interruptions = 0;
 decltype(vfs_module_operations::Read) module_read;
 decltype(vfs_module_operations::Write) module_write;
 
-std::int32_t interrupted_read(std::int32_t file, void* buffer, std::uint32_t count) {
+int32_t interrupted_read(int32_t file, void* buffer, uint32_t count) {
     errno = EINTR;
     return interruptions-- > 0 ? -1 : module_read(file, buffer, count);
 }
-std::int32_t interrupted_write(std::int32_t file, const void* buffer, std::uint32_t count) {
+int32_t interrupted_write(int32_t file, const void* buffer, uint32_t count) {
     errno = EINTR;
     return interruptions-- > 0 ? -1 : module_write(file, buffer, count);
 }
-std::int32_t full_write(std::int32_t file, const void* buffer, std::uint32_t count) {
-    const std::int32_t written = module_write(file, buffer, count);
+int32_t full_write(int32_t file, const void* buffer, uint32_t count) {
+    const int32_t written = module_write(file, buffer, count);
     errno = ENOSPC;
     return written;
 }
@@ -184,10 +184,10 @@ TEST_F(FileCopyTest, FileHeadIsTheFirst88Bytes) {
 class HeadFrameNumberTest : public RecordingTest {
 protected:
     // The file after the call, which is made on a stream of the given mode.
-    std::intptr_t write(std::int32_t number, std::int32_t first, std::int32_t last, const char* mode = "w+") {
+    intptr_t write(int32_t number, int32_t first, int32_t last, const char* mode = "w+") {
         vfs_file* const stream = vfs_fopen(0, path_.c_str(), mode);
         module_probe::reset();
-        const std::intptr_t result = rec_WriteHeadFrmNum(stream, number, first, last);
+        const intptr_t result = rec_WriteHeadFrmNum(stream, number, first, last);
         calls_ = short_calls();
         vfs_fclose(stream);
         return result;
@@ -223,7 +223,7 @@ TEST_F(HeadFrameNumberTest, WithoutFlagsTheSameHeaderIsWritten) {
 TEST_F(HeadFrameNumberTest, NegativeNumberReturnsTheStream) {
     vfs_file* const stream = vfs_fopen(0, path_.c_str(), "w+");
     module_probe::reset();
-    EXPECT_EQ(rec_WriteHeadFrmNum(stream, -1, 1, 1), reinterpret_cast<std::intptr_t>(stream));
+    EXPECT_EQ(rec_WriteHeadFrmNum(stream, -1, 1, 1), reinterpret_cast<intptr_t>(stream));
     EXPECT_EQ(rec_WriteHeadFrmNum(nullptr, 5, 1, 1), 0);
     EXPECT_EQ(module_probe::count(), 0);
     vfs_fclose(stream);
@@ -252,7 +252,7 @@ TEST_F(HeadFrameNumberTest, ShortHeaderIsNotFilledUp) {
 }
 
 TEST_F(HeadFrameNumberTest, HeaderCutShortKeepsEveryOtherField) {
-    for (std::uint32_t size = 0; size < 88; ++size) {
+    for (uint32_t size = 0; size < 88; ++size) {
         put_recording(before_);
         vfs_file* const stream = vfs_fopen(0, path_.c_str(), "w+");
         module_probe::cut("Write", 1, size);
@@ -270,8 +270,8 @@ TEST_F(HeadFrameNumberTest, HeaderCutShortKeepsEveryOtherField) {
 
 class FileSizeTest : public RecordingTest {
 protected:
-    std::uint32_t size_ = 77;
-    std::int32_t ask(const std::string& name) { return rec_GetFileSize(name.c_str(), &size_); }
+    uint32_t size_ = 77;
+    int32_t ask(const std::string& name) { return rec_GetFileSize(name.c_str(), &size_); }
 };
 
 TEST_F(FileSizeTest, FullPathIsAskedAsItIs) {

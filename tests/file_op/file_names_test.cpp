@@ -16,7 +16,7 @@ const std::string disk_name = "H3cdef20150102opqrstIvwxyz0";
 const std::string usb_name = "Ua1def20150102opqrstIvwxyz0";
 const std::string network_name = "Nb2def20150102opqrstIvwxyz0";
 
-std::string with(std::string text, std::size_t position, char letter) {
+std::string with(std::string text, size_t position, char letter) {
     text.at(position) = letter;
     return text;
 }
@@ -29,8 +29,8 @@ public:
     operator char*() { return bytes_.data(); }
     std::string text() const { return bytes_.data(); }
     bool is_untouched() const { return bytes_ == buffer().bytes_; }
-    bool is_untouched_behind(std::size_t length) const {
-        for (std::size_t i = length + 1; i < bytes_.size(); ++i)
+    bool is_untouched_behind(size_t length) const {
+        for (size_t i = length + 1; i < bytes_.size(); ++i)
             if (bytes_[i] != '#')
                 return false;
         return true;
@@ -79,7 +79,7 @@ TEST(FileName, IsValidByMediumAndRecordTypeAlone) {
 
 TEST(FileName, IsNotValidWhenItEndsBeforeItsRecordType) {
     EXPECT_EQ(Common_IsValidFileName(nullptr), 0);
-    for (std::size_t length = 0; length < 21; ++length) {
+    for (size_t length = 0; length < 21; ++length) {
         // What stands behind the end would be a valid type.
         std::string name = disk_name;
         name[length] = '\0';
@@ -189,7 +189,7 @@ TEST(DiskDigit, IsReadInBase36OfEitherCase) {
     const std::string capitals = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (int c = 0; c < 256; ++c) {
         const char letter = static_cast<char>(c);
-        std::size_t value = digits.find(letter);
+        size_t value = digits.find(letter);
         if (value == std::string::npos)
             value = capitals.find(letter);
         const int expected = value == std::string::npos ? 0 : static_cast<int>(value);
@@ -203,7 +203,7 @@ TEST(DiskDigit, IsReadInBase36OfEitherCase) {
 TEST(DiskDigit, IsWrittenUpTo25) {
     const std::string digits = "0123456789abcdefghijklmnop";
     for (int value = 0; value < 26; ++value)
-        EXPECT_EQ(disk_ItoA(value), digits[static_cast<std::size_t>(value)]);
+        EXPECT_EQ(disk_ItoA(value), digits[static_cast<size_t>(value)]);
     EXPECT_EQ(disk_ItoA(9), '9');
     EXPECT_EQ(disk_ItoA(10), 'a');
     EXPECT_EQ(disk_ItoA(25), 'p');
@@ -256,7 +256,7 @@ TEST(MountPath, RefusalEmptiesTheBufferButNotForDisk24) {
 }
 
 int disk_of(const std::string& path) {
-    std::int32_t stored = 77;
+    int32_t stored = 77;
     const int result = disk_GetDiskNoFromPath(path.c_str(), &stored);
     EXPECT_EQ(stored, result) << path;
     EXPECT_EQ(disk_GetDiskNoFromPath(path.c_str(), nullptr), result) << path;
@@ -282,7 +282,7 @@ TEST(DiskNumber, IsMinus1InAnyOtherPath) {
     EXPECT_EQ(disk_of("/dev/scsi/hos"), -1);
     EXPECT_EQ(disk_of(" /mnt/cdrom7/x"), -1);
     EXPECT_EQ(disk_of(""), -1);
-    std::int32_t stored = 77;
+    int32_t stored = 77;
     EXPECT_EQ(disk_GetDiskNoFromPath(nullptr, &stored), -1);
     EXPECT_EQ(stored, -1);
 }

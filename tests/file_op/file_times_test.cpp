@@ -9,8 +9,8 @@ namespace {
 
 using recording::put_u32;
 
-constexpr char NAME[] = "H0000120150102030405C000001";
-constexpr char PLACE[] = "disks/host00/part1/H0000120150102030405C000001";
+constexpr char short_name[] = "H0000120150102030405C000001";
+constexpr char place[] = "disks/host00/part1/H0000120150102030405C000001";
 
 class FileTimesTest : public RecordingTest {
 protected:
@@ -21,8 +21,8 @@ protected:
     }
 
     struct answer {
-        std::int32_t status;
-        std::uint32_t time;
+        int32_t status;
+        uint32_t time;
         bool operator==(const answer&) const = default;
         friend std::ostream& operator<<(std::ostream& out, const answer& of) {
             return out << of.status << " at " << of.time;
@@ -31,28 +31,28 @@ protected:
 
     template <typename Service>
     static answer ask(Service service, const char* name) {
-        std::uint32_t time = 77;
-        const std::int32_t status = service(name, &time);
+        uint32_t time = 77;
+        const int32_t status = service(name, &time);
         return {status, time};
     }
 };
 
-bytes recording_with_index(std::uint32_t first_time = 500) {
+bytes recording_with_index(uint32_t first_time = 500) {
     return recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}, first_time);
 }
 
 // --- start ---
 
 TEST_F(FileTimesTest, StartOfAShortNameIsWhatTheFileSystemKeeps) {
-    put(PLACE, recording_with_index());
-    EXPECT_EQ(ask(rec_GetFileStartTime, NAME), (answer{REC_OK, 1420167845})); // 2015-01-02 03:04:05
+    put(place, recording_with_index());
+    EXPECT_EQ(ask(rec_GetFileStartTime, short_name), (answer{REC_OK, 1420167845})); // 2015-01-02 03:04:05
     EXPECT_EQ(module_probe::calls(),
               (call_log{"znfs_Stat(\"/dev/scsi/host00/part1/H0000120150102030405C000001\") = 0"}));
 }
 
 TEST_F(FileTimesTest, StartOfAShortNameIsNotLookedForOnOtherDisks) {
     put("disks/host01/part1/H0000120150102030405C000001", recording_with_index());
-    EXPECT_EQ(ask(rec_GetFileStartTime, NAME), (answer{REC_FAILED, 0}));
+    EXPECT_EQ(ask(rec_GetFileStartTime, short_name), (answer{REC_FAILED, 0}));
     EXPECT_EQ(module_probe::count(), 1);
 }
 
@@ -89,14 +89,14 @@ TEST_F(FileTimesTest, RecordThatSaysMinusOneOrIsTooShortHasNoStart) {
 
 TEST_F(FileTimesTest, EndOfAShortNameIsItsModificationTimeOnWhicheverDisk) {
     put("disks/host07/part1/H0000120150102030405L000001", recording_with_index());
-    EXPECT_EQ(ask(rec_GetFileStopTime, NAME), (answer{REC_OK, static_cast<std::uint32_t>(modified_)}));
+    EXPECT_EQ(ask(rec_GetFileStopTime, short_name), (answer{REC_OK, static_cast<uint32_t>(modified_)}));
 }
 
 TEST_F(FileTimesTest, EndOfAShortNameThatIsNowhere) {
-    EXPECT_EQ(ask(rec_GetFileStopTime, NAME), (answer{REC_NOT_FOUND, 0}));
+    EXPECT_EQ(ask(rec_GetFileStopTime, short_name), (answer{REC_NOT_FOUND, 0}));
     EXPECT_EQ(ask(rec_GetFileStopTime, ""), (answer{REC_NOT_FOUND, 0}));
     EXPECT_EQ(ask(rec_GetFileStopTime, nullptr), (answer{REC_NOT_FOUND, 0}));
-    EXPECT_EQ(rec_GetFileStopTime(NAME, nullptr), REC_FAILED);
+    EXPECT_EQ(rec_GetFileStopTime(short_name, nullptr), REC_FAILED);
 }
 
 TEST_F(FileTimesTest, EndOfAFullPathIsNeverKnown) {
@@ -123,13 +123,12 @@ TEST_F(FileTimesTest, EachFailedCallLeavesNoFileOpen) {
         module_probe::reset();
         module_probe::fail("*", n);
         const auto before = layer_descriptors();
-        std::uint32_t time = 77;
-        const std::int32_t status = rec_GetFileStartTime(path.c_str(), &time);
+        uint32_t time = 77;
+        const int32_t status = rec_GetFileStartTime(path.c_str(), &time);
         const bool failed =
             n <= 16 && n != 13; // the first close, and what lies behind the walk, changes nothing
         const call_log calls = short_calls();
-        if (n <= static_cast<int>(calls.size()) &&
-            calls[static_cast<std::size_t>(n) - 1].starts_with("Close")) {
+        if (n <= static_cast<int>(calls.size()) && calls[static_cast<size_t>(n) - 1].starts_with("Close")) {
             EXPECT_EQ(vfs_Close(1), 0); // the layer keeps a file whose close failed, for another try
             continue;
         }

@@ -26,9 +26,9 @@ const std::set<size> lobby = {{720, 1280}, {1080, 1920}, {1536, 2048}, {1440, 25
 kmr_file_header header(int rate, int width, int height) {
     kmr_file_header made;
     std::memset(&made, 0xEE, sizeof made);
-    made.FrameRate = static_cast<std::uint16_t>(rate);
-    made.Width = static_cast<std::uint16_t>(width);
-    made.Height = static_cast<std::uint16_t>(height);
+    made.FrameRate = static_cast<uint16_t>(rate);
+    made.Width = static_cast<uint16_t>(width);
+    made.Height = static_cast<uint16_t>(height);
     return made;
 }
 
@@ -49,7 +49,7 @@ kmr_frame_header ordinary() {
     return made;
 }
 
-int class_of(const kmr_frame_header& frame, std::uint32_t max_size = 0) {
+int class_of(const kmr_frame_header& frame, uint32_t max_size = 0) {
     return rec_ValidFrame(&frame, max_size);
 }
 
@@ -125,7 +125,7 @@ TEST(FrameClass, ZeroSyncWordIsEmptyOnlyWithZeroLength) {
 
 TEST(FrameClass, ForeignSyncWordIsInvalid) {
     kmr_frame_header frame = ordinary();
-    for (const std::uint32_t word : {0x01000000u, 0x02000001u, 0x00000002u, 0xFFFFFFFFu}) {
+    for (const uint32_t word : {0x01000000u, 0x02000001u, 0x00000002u, 0xFFFFFFFFu}) {
         frame.SyncWord = word;
         EXPECT_EQ(class_of(frame), -1) << std::hex << word;
         kmr_frame_header empty = {};

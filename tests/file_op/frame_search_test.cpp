@@ -15,19 +15,19 @@ using recording::bytes;
 using recording::frame;
 using recording::frame_record;
 
-constexpr std::size_t MEBIBYTE = 0x100000;
+constexpr size_t mebibyte = 0x100000;
 
-void place(bytes& file, std::size_t offset, const bytes& what) {
+void place(bytes& file, size_t offset, const bytes& what) {
     ASSERT_LE(offset + what.size(), file.size());
     std::copy(what.begin(), what.end(), file.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
-bytes first_of(bytes content, std::size_t length) {
+bytes first_of(bytes content, size_t length) {
     content.resize(length);
     return content;
 }
 
-bytes filler(std::size_t size) {
+bytes filler(size_t size) {
     return bytes(size, 0xFF);
 }
 
@@ -73,8 +73,8 @@ protected:
 class NextIFrameTest : public FrameSearchTest {
 protected:
     // The offset found, or nothing with the output as it was.
-    std::optional<std::uint32_t> next(vfs_file* file, std::int32_t start, std::int32_t end) {
-        std::uint32_t out = 0xEEEEEEEE;
+    std::optional<uint32_t> next(vfs_file* file, int32_t start, int32_t end) {
+        uint32_t out = 0xEEEEEEEE;
         const int result = rec_FindNextValidIFramefromLoc(file, end, start, &out);
         if (result == 0)
             return out;
@@ -83,8 +83,8 @@ protected:
         return std::nullopt;
     }
 
-    std::optional<std::uint32_t> next_in(const bytes& content, std::int32_t start = 0) {
-        return next(open(content), start, static_cast<std::int32_t>(content.size()));
+    std::optional<uint32_t> next_in(const bytes& content, int32_t start = 0) {
+        return next(open(content), start, static_cast<int32_t>(content.size()));
     }
 
     // Whether a header is found that stands at offset 10.
@@ -99,7 +99,7 @@ protected:
 
 TEST_F(NextIFrameTest, ArgumentsAreChecked) {
     vfs_file* file = open(filler(100));
-    std::uint32_t out = 7;
+    uint32_t out = 7;
     EXPECT_EQ(rec_FindNextValidIFramefromLoc(nullptr, 100, 0, &out), -1);
     EXPECT_EQ(rec_FindNextValidIFramefromLoc(file, 100, 0, nullptr), -1);
     EXPECT_EQ(rec_FindNextValidIFramefromLoc(file, 50, 50, &out), -1);
@@ -130,22 +130,22 @@ TEST_F(NextIFrameTest, FirstGoodHeaderIsTheAnswer) {
 }
 
 TEST_F(NextIFrameTest, FrameAtTheStartGivesUpItsChunk) {
-    bytes file = filler(2 * MEBIBYTE + 1000);
+    bytes file = filler(2 * mebibyte + 1000);
     place(file, 100, i_frame());
     place(file, 500, i_frame()); // same chunk: passed over
-    place(file, 100 + MEBIBYTE + 50, i_frame());
-    EXPECT_EQ(next_in(file, 100), 100u + MEBIBYTE + 50);
+    place(file, 100 + mebibyte + 50, i_frame());
+    EXPECT_EQ(next_in(file, 100), 100u + mebibyte + 50);
     EXPECT_EQ(module_probe::calls(),
               (call_log{"sznfs_Seek(3, 100, 0) = 100", "sznfs_Read(3, 1048576) = 1048576",
                         "sznfs_Read(3, 1048576) = 1048576"}));
 }
 
 TEST_F(NextIFrameTest, FrameAtTheStartOfALaterChunkGivesItUpToo) {
-    bytes file = filler(3 * MEBIBYTE);
-    place(file, MEBIBYTE, i_frame());
-    place(file, MEBIBYTE + 200, i_frame());
-    place(file, 2 * MEBIBYTE + 1, i_frame());
-    EXPECT_EQ(next_in(file), 2 * MEBIBYTE + 1);
+    bytes file = filler(3 * mebibyte);
+    place(file, mebibyte, i_frame());
+    place(file, mebibyte + 200, i_frame());
+    place(file, 2 * mebibyte + 1, i_frame());
+    EXPECT_EQ(next_in(file), 2 * mebibyte + 1);
 }
 
 TEST_F(NextIFrameTest, RejectedFrameAtTheStartDoesNotGiveUpItsChunk) {
@@ -156,39 +156,39 @@ TEST_F(NextIFrameTest, RejectedFrameAtTheStartDoesNotGiveUpItsChunk) {
 }
 
 TEST_F(NextIFrameTest, EndDecidesHowManyChunksAreRead) {
-    bytes file = filler(2 * MEBIBYTE);
-    place(file, MEBIBYTE + 5, i_frame());
-    EXPECT_EQ(next(open(file), 0, MEBIBYTE), std::nullopt);
+    bytes file = filler(2 * mebibyte);
+    place(file, mebibyte + 5, i_frame());
+    EXPECT_EQ(next(open(file), 0, mebibyte), std::nullopt);
     EXPECT_EQ(module_probe::calls(),
               (call_log{"sznfs_Seek(3, 0, 0) = 0", "sznfs_Read(3, 1048576) = 1048576"}));
-    EXPECT_EQ(next(open(file), 0, MEBIBYTE + 1), MEBIBYTE + 5);
-    EXPECT_EQ(next(open(file), 7, MEBIBYTE + 7), std::nullopt);
+    EXPECT_EQ(next(open(file), 0, mebibyte + 1), mebibyte + 5);
+    EXPECT_EQ(next(open(file), 7, mebibyte + 7), std::nullopt);
 }
 
 TEST_F(NextIFrameTest, HeaderCutByTheBorderOfChunksIsNotFound) {
-    for (const std::size_t cut : {1, 4, 16, 31}) {
-        bytes file = filler(2 * MEBIBYTE);
-        place(file, MEBIBYTE - cut, i_frame());
+    for (const size_t cut : {1, 4, 16, 31}) {
+        bytes file = filler(2 * mebibyte);
+        place(file, mebibyte - cut, i_frame());
         EXPECT_EQ(next_in(file), std::nullopt) << cut;
     }
-    bytes file = filler(2 * MEBIBYTE);
-    place(file, MEBIBYTE - 32, i_frame());
-    EXPECT_EQ(next_in(file), MEBIBYTE - 32);
+    bytes file = filler(2 * mebibyte);
+    place(file, mebibyte - 32, i_frame());
+    EXPECT_EQ(next_in(file), mebibyte - 32);
 }
 
 TEST_F(NextIFrameTest, HeaderNeedsItsThirtyTwoBytes) {
-    for (std::size_t length = 0; length <= 32; ++length) {
+    for (size_t length = 0; length <= 32; ++length) {
         bytes file = filler(100);
         const bytes header = i_frame();
         recording::append(file, first_of(header, length));
-        EXPECT_EQ(next_in(file), length == 32 ? std::optional<std::uint32_t>(100) : std::nullopt) << length;
+        EXPECT_EQ(next_in(file), length == 32 ? std::optional<uint32_t>(100) : std::nullopt) << length;
     }
 }
 
 TEST_F(NextIFrameTest, FewerThan32BytesEndTheSearch) {
-    EXPECT_EQ(next(open(filler(31)), 0, 10 * MEBIBYTE), std::nullopt);
+    EXPECT_EQ(next(open(filler(31)), 0, 10 * mebibyte), std::nullopt);
     EXPECT_EQ(module_probe::calls(), (call_log{"sznfs_Seek(3, 0, 0) = 0", "sznfs_Read(3, 1048576) = 31"}));
-    EXPECT_EQ(next(open(filler(32)), 0, 10 * MEBIBYTE), std::nullopt);
+    EXPECT_EQ(next(open(filler(32)), 0, 10 * mebibyte), std::nullopt);
     EXPECT_EQ(module_probe::calls(), (call_log{"sznfs_Seek(3, 0, 0) = 0", "sznfs_Read(3, 1048576) = 32",
                                                "sznfs_Read(3, 1048576) = 0"}));
 }
@@ -202,7 +202,7 @@ TEST_F(NextIFrameTest, OnlyTheLowByteOfTheKindMakesAnIFrame) {
 }
 
 TEST_F(NextIFrameTest, LengthsAreChecked) {
-    const auto header = [](std::uint32_t total, std::uint32_t video) {
+    const auto header = [](uint32_t total, uint32_t video) {
         bytes made = i_frame();
         recording::put_u32(made, 4, total);
         recording::put_u32(made, 20, video);
@@ -213,8 +213,8 @@ TEST_F(NextIFrameTest, LengthsAreChecked) {
     EXPECT_FALSE(is_found(header(32, 0))); // no more than a header
     EXPECT_TRUE(is_found(header(33, 1)));
     EXPECT_FALSE(is_found(header(34, 1)));
-    EXPECT_TRUE(is_found(header(MEBIBYTE, MEBIBYTE - 32)));
-    EXPECT_FALSE(is_found(header(MEBIBYTE + 1, MEBIBYTE - 31)));
+    EXPECT_TRUE(is_found(header(mebibyte, mebibyte - 32)));
+    EXPECT_FALSE(is_found(header(mebibyte + 1, mebibyte - 31)));
     EXPECT_TRUE(is_found(header_only({.audio_count = 2, .audio_size = 80})));
     EXPECT_TRUE(is_found(header_only({.time_stamp = 0}))); // neither time nor tag matter
     EXPECT_TRUE(is_found(header_only({.tag = 0x7788})));
@@ -222,16 +222,16 @@ TEST_F(NextIFrameTest, LengthsAreChecked) {
 
 TEST_F(NextIFrameTest, SearchGoesOnBehindEveryRejectedSyncWord) {
     bytes file = filler(500);
-    for (std::size_t i = 0; i < 40; i += 4)
+    for (size_t i = 0; i < 40; i += 4)
         recording::put_u32(file, 100 + i, 0x02000000);
     place(file, 140, i_frame());
     EXPECT_EQ(next_in(file), 140u);
 }
 
 TEST_F(NextIFrameTest, FoundFrameMayStandBehindTheLastChunksEnd) {
-    bytes file = filler(MEBIBYTE + 100);
-    place(file, MEBIBYTE - 32, i_frame());
-    EXPECT_EQ(next(open(file), 0, 1), MEBIBYTE - 32);
+    bytes file = filler(mebibyte + 100);
+    place(file, mebibyte - 32, i_frame());
+    EXPECT_EQ(next(open(file), 0, 1), mebibyte - 32);
 }
 
 TEST_F(NextIFrameTest, ShortReadCountsAsAWholeChunk) {
@@ -240,16 +240,16 @@ TEST_F(NextIFrameTest, ShortReadCountsAsAWholeChunk) {
     vfs_file* stream = open(file);
     module_probe::cut("Read", 1, 1000);
     // It stands 500 bytes into the second chunk, which counts from 1 MiB on.
-    EXPECT_EQ(next(stream, 0, 2 * MEBIBYTE), MEBIBYTE + 500);
+    EXPECT_EQ(next(stream, 0, 2 * mebibyte), mebibyte + 500);
 }
 
 TEST_F(NextIFrameTest, NothingIsTakenFromAnEarlierChunk) {
-    bytes file = filler(MEBIBYTE + 40);
+    bytes file = filler(mebibyte + 40);
     place(file, 0, i_frame()); // gives up its chunk
     place(file, 300, i_frame());
     EXPECT_EQ(next_in(file), std::nullopt);
     // Ten bytes of a header at the end of the file, whose other bytes the earlier chunk had at that place.
-    file.resize(MEBIBYTE + 300, 0xFF);
+    file.resize(mebibyte + 300, 0xFF);
     const bytes header = i_frame();
     recording::append(file, first_of(header, 10));
     EXPECT_EQ(next_in(file), std::nullopt);
@@ -270,13 +270,13 @@ TEST_F(NextIFrameTest, NegativeStartCountsModulo32Bits) {
 }
 
 TEST_F(NextIFrameTest, EveryModuleCallMayFail) {
-    bytes file = filler(2 * MEBIBYTE);
-    place(file, MEBIBYTE + 100, i_frame());
+    bytes file = filler(2 * mebibyte);
+    place(file, mebibyte + 100, i_frame());
     for (int nth = 1; nth <= 3; ++nth) {
         vfs_file* stream = open(file);
         module_probe::fail("*", nth);
-        EXPECT_EQ(next(stream, 0, 2 * MEBIBYTE),
-                  nth == 1 ? std::optional<std::uint32_t>(MEBIBYTE + 100) : std::nullopt);
+        EXPECT_EQ(next(stream, 0, 2 * mebibyte),
+                  nth == 1 ? std::optional<uint32_t>(mebibyte + 100) : std::nullopt);
     }
 }
 
@@ -284,8 +284,8 @@ TEST_F(NextIFrameTest, EveryModuleCallMayFail) {
 
 struct found_frame {
     int result;
-    std::uint32_t number;
-    std::int64_t offset;
+    uint32_t number;
+    int64_t offset;
     bool operator==(const found_frame&) const = default;
 };
 
@@ -293,15 +293,15 @@ std::ostream& operator<<(std::ostream& out, const found_frame& of) {
     return out << of.result << ": " << of.number << " at " << of.offset;
 }
 
-constexpr found_frame NOT_FOUND = {0, 77, -77}; // outputs as they were
+constexpr found_frame not_found = {0, 77, -77}; // outputs as they were
 
-found_frame find_one(const bytes& buffer, std::int32_t limit = 0) {
-    found_frame found = NOT_FOUND;
+found_frame find_one(const bytes& buffer, int32_t limit = 0) {
+    found_frame found = not_found;
     kmr_frame_header header;
     std::memset(&header, 0xEE, sizeof header);
     const kmr_frame_header before = header;
-    found.result = rec_FindOneFrame(buffer.data(), static_cast<std::int32_t>(buffer.size()), limit,
-                                    &found.number, &found.offset, &header);
+    found.result = rec_FindOneFrame(buffer.data(), static_cast<int32_t>(buffer.size()), limit, &found.number,
+                                    &found.offset, &header);
     if (found.result == 1)
         EXPECT_EQ(std::memcmp(&header, buffer.data() + found.offset, 32), 0);
     else
@@ -323,7 +323,7 @@ TEST(FindOneFrame, LastCompleteFrame) {
     EXPECT_EQ(find_one(buffer, 395), (found_frame{1, 8, 132})); // the third runs past the end
     EXPECT_EQ(find_one(buffer, 264), (found_frame{1, 8, 132}));
     EXPECT_EQ(find_one(buffer, 263), (found_frame{1, 7, 0}));
-    EXPECT_EQ(find_one(buffer, 131), NOT_FOUND);
+    EXPECT_EQ(find_one(buffer, 131), not_found);
 }
 
 TEST(FindOneFrame, TornFrameWhoseBytesEndEarly) {
@@ -336,16 +336,16 @@ TEST(FindOneFrame, TornFrameWhoseBytesEndEarly) {
 TEST(FindOneFrame, LimitBeforeTheFrameIsSigned) {
     bytes buffer = filler(1000);
     place(buffer, 500, frame_record({.number = 3}));
-    EXPECT_EQ(find_one(buffer, 10), NOT_FOUND); // 490 bytes too few, not four thousand million to spare
-    EXPECT_EQ(find_one(buffer, -1), NOT_FOUND);
-    EXPECT_EQ(find_one(buffer, -2147483647 - 1), NOT_FOUND);
+    EXPECT_EQ(find_one(buffer, 10), not_found); // 490 bytes too few, not four thousand million to spare
+    EXPECT_EQ(find_one(buffer, -1), not_found);
+    EXPECT_EQ(find_one(buffer, -2147483647 - 1), not_found);
     EXPECT_EQ(find_one(buffer, 632), (found_frame{1, 3, 500}));
-    EXPECT_EQ(find_one(buffer, 631), NOT_FOUND);
+    EXPECT_EQ(find_one(buffer, 631), not_found);
     EXPECT_EQ(find_one(buffer, 2147483647), (found_frame{1, 3, 500}));
 }
 
 TEST(FindOneFrame, NumberZeroEndsTheScan) {
-    EXPECT_EQ(find_one(joined({{.number = 0}, {.number = 8}})), NOT_FOUND);
+    EXPECT_EQ(find_one(joined({{.number = 0}, {.number = 8}})), not_found);
     EXPECT_EQ(find_one(joined({{.number = 7}, {.number = 0}, {.number = 9}})), (found_frame{1, 7, 0}));
 }
 
@@ -374,37 +374,37 @@ TEST(FindOneFrame, OnlyOrdinaryFramesAreCandidates) {
     }
     bytes damaged = good;
     recording::put_u32(damaged, 4, 133);
-    EXPECT_EQ(find_one(damaged), NOT_FOUND);
+    EXPECT_EQ(find_one(damaged), not_found);
     recording::put_u32(damaged, 4, 0x100001);
     recording::put_u32(damaged, 20, 0x100001 - 32);
-    EXPECT_EQ(find_one(damaged), NOT_FOUND);
+    EXPECT_EQ(find_one(damaged), not_found);
 }
 
 TEST(FindOneFrame, EveryBytePositionIsLookedAt) {
-    for (std::size_t offset = 0; offset <= 40; ++offset) {
+    for (size_t offset = 0; offset <= 40; ++offset) {
         bytes buffer = filler(72);
         place(buffer, offset, header_only({.number = 3}));
-        EXPECT_EQ(find_one(buffer), (found_frame{1, 3, static_cast<std::int64_t>(offset)}));
+        EXPECT_EQ(find_one(buffer), (found_frame{1, 3, static_cast<int64_t>(offset)}));
     }
 }
 
 TEST(FindOneFrame, HeaderMustLieInTheBuffer) {
     const bytes header = header_only({.number = 3});
-    for (std::size_t length = 0; length < 32; ++length) {
-        EXPECT_EQ(find_one(first_of(header, length)), NOT_FOUND);
+    for (size_t length = 0; length < 32; ++length) {
+        EXPECT_EQ(find_one(first_of(header, length)), not_found);
         bytes behind = filler(32);
         recording::append(behind, first_of(header, length));
-        EXPECT_EQ(find_one(behind), NOT_FOUND) << length;
+        EXPECT_EQ(find_one(behind), not_found) << length;
     }
     EXPECT_EQ(find_one(header), (found_frame{1, 3, 0}));
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     EXPECT_EQ(rec_FindOneFrame(header.data(), -1, 0, &number, nullptr, nullptr), 0);
     EXPECT_EQ(rec_FindOneFrame(nullptr, 0, 0, &number, nullptr, nullptr), 0);
 }
 
 TEST(FindOneFrame, OffsetAndHeaderAreOptional) {
     const bytes buffer = joined({{.number = 7}, {.number = 8}});
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     EXPECT_EQ(rec_FindOneFrame(buffer.data(), 264, 0, &number, nullptr, nullptr), 1);
     EXPECT_EQ(number, 8u);
 }
@@ -414,7 +414,7 @@ TEST(FindOneFrame, OffsetAndHeaderAreOptional) {
 class LastFrameTest : public FrameSearchTest {
 protected:
     found_frame last(vfs_file* file) {
-        found_frame found = NOT_FOUND;
+        found_frame found = not_found;
         kmr_frame_header header = {};
         found.result = rec_SeekLastFrame(file, &found.offset, &header);
         found.number = header.FrameNo;
@@ -427,7 +427,7 @@ protected:
 };
 
 TEST_F(LastFrameTest, NullFile) {
-    std::int64_t offset = 5;
+    int64_t offset = 5;
     EXPECT_EQ(rec_SeekLastFrame(nullptr, &offset, nullptr), -1);
     EXPECT_EQ(offset, 5);
 }
@@ -474,10 +474,10 @@ TEST_F(LastFrameTest, OffsetCountsFromItsBlock) {
 }
 
 TEST_F(LastFrameTest, HeaderAcrossTheBorderOfBlocksIsFoundWhole) {
-    for (const std::size_t offset : {67264 - 31, 67264 - 14, 67264 - 1}) {
+    for (const size_t offset : {67264 - 31, 67264 - 14, 67264 - 1}) {
         bytes file = filler(100000);
         place(file, offset, frame_record({.number = 9}));
-        EXPECT_EQ(last_in(file), (found_frame{9, 9, static_cast<std::int64_t>(offset) - 34528}));
+        EXPECT_EQ(last_in(file), (found_frame{9, 9, static_cast<int64_t>(offset) - 34528}));
     }
 }
 
@@ -521,7 +521,7 @@ TEST_F(LastFrameTest, EmptyFileAndOptionalOutputs) {
 }
 
 TEST_F(LastFrameTest, SizeThatIsNotKnownOrBeyond2GibLeavesTheBlockAtTheStart) {
-    for (const std::int64_t told : {-1LL, -2147483648LL, -2147483647LL}) {
+    for (const int64_t told : {-1LL, -2147483648LL, -2147483647LL}) {
         vfs_file* file = open(joined({{.number = 12}}));
         module_probe::fail("Tell", 1, told);
         EXPECT_EQ(last(file), (found_frame{12, 12, 0})) << told;
@@ -562,10 +562,10 @@ class SearchIFrameTest : public FrameSearchTest {
 protected:
     struct walked {
         int status;
-        std::uint32_t pos = 0xEEEEEEEE;
-        std::uint32_t count = 0;
-        std::uint32_t time = 0;
-        std::int64_t position = 0; // of the descriptor afterwards
+        uint32_t pos = 0xEEEEEEEE;
+        uint32_t count = 0;
+        uint32_t time = 0;
+        int64_t position = 0; // of the descriptor afterwards
         bool operator==(const walked&) const = default;
         friend std::ostream& operator<<(std::ostream& out, const walked& of) {
             return out << of.status << ", pos " << of.pos << ", count " << of.count << ", time " << of.time
@@ -574,7 +574,7 @@ protected:
     };
 
     // Walks from `start`; the log holds the walk's own calls.
-    walked walk(vfs_file* file, std::int32_t start, std::uint32_t count = 0, std::uint32_t time = 0) {
+    walked walk(vfs_file* file, int32_t start, uint32_t count = 0, uint32_t time = 0) {
         EXPECT_EQ(vfs_Seek(file->iFd, start, SEEK_SET), start);
         if (keeps_plans_)
             start_plans_();
@@ -588,7 +588,7 @@ protected:
         return result;
     }
 
-    walked walk_in(const bytes& content, std::uint32_t count = 0, std::uint32_t time = 0) {
+    walked walk_in(const bytes& content, uint32_t count = 0, uint32_t time = 0) {
         return walk(open(content), 0, count, time);
     }
 
@@ -597,7 +597,7 @@ protected:
         start_plans_ = plan;
     }
 
-    static constexpr std::uint32_t UNTOUCHED = 0xEEEEEEEE;
+    static constexpr uint32_t untouched = 0xEEEEEEEE;
     kmr_frame_header header_ = {};
     call_log calls_;
     bool keeps_plans_ = false;
@@ -624,25 +624,25 @@ TEST_F(SearchIFrameTest, IFrameAtOnce) {
 
 TEST_F(SearchIFrameTest, OnlyTheLowByteOfTheKindMakesAnIFrame) {
     EXPECT_EQ(walk_in(joined({{.time_stamp = 7, .kind = 0x100}})).status, 1001);
-    EXPECT_EQ(walk_in(joined({{.time_stamp = 7, .kind = 0x101}})), (walked{1099, UNTOUCHED, 1, 7, 132}));
+    EXPECT_EQ(walk_in(joined({{.time_stamp = 7, .kind = 0x101}})), (walked{1099, untouched, 1, 7, 132}));
 }
 
 TEST_F(SearchIFrameTest, PartialHeaderIsSteppedBackOver) {
     const bytes record = joined({{}});
-    for (std::size_t length = 1; length < 32; ++length) {
+    for (size_t length = 1; length < 32; ++length) {
         const bytes part = first_of(record, length);
-        EXPECT_EQ(walk_in(part, 5, 900), (walked{1099, UNTOUCHED, 5, 900, 0})) << length;
+        EXPECT_EQ(walk_in(part, 5, 900), (walked{1099, untouched, 5, 900, 0})) << length;
         const std::string n = std::to_string(length);
         EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = " + n, "sznfs_Seek(3, -" + n + ", 1) = 0"}));
     }
 }
 
 TEST_F(SearchIFrameTest, EndOfTheFileIsNotSteppedBackOver) {
-    EXPECT_EQ(walk_in({}, 5, 900), (walked{1099, UNTOUCHED, 5, 900, 0}));
+    EXPECT_EQ(walk_in({}, 5, 900), (walked{1099, untouched, 5, 900, 0}));
     EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = 0"}));
     // Behind a P-frame: its header has been counted and its time kept.
     EXPECT_EQ(walk_in(joined({{.time_stamp = 950, .kind = 1}}), 5, 900),
-              (walked{1099, UNTOUCHED, 6, 950, 132}));
+              (walked{1099, untouched, 6, 950, 132}));
     EXPECT_EQ(calls_,
               (call_log{"sznfs_Read(3, 32) = 32", "sznfs_Seek(3, 100, 1) = 132", "sznfs_Read(3, 32) = 0"}));
 }
@@ -652,7 +652,7 @@ TEST_F(SearchIFrameTest, FailedReadIsNotSteppedBackOver) {
         module_probe::reset();
         module_probe::fail("Read", 1, -4);
     });
-    EXPECT_EQ(walk_in(joined({{}}), 5, 900), (walked{1099, UNTOUCHED, 5, 900, 0}));
+    EXPECT_EQ(walk_in(joined({{}}), 5, 900), (walked{1099, untouched, 5, 900, 0}));
     EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = -4"}));
 }
 
@@ -662,7 +662,7 @@ TEST_F(SearchIFrameTest, HeaderThatIsNoneIsSteppedBackOver) {
     bytes no_sync = joined({{.time_stamp = 1000}});
     recording::put_u32(no_sync, 0, 0x02000001);
     for (const bytes& content : {no_length, no_sync, bytes(32, 0), filler(32)}) {
-        EXPECT_EQ(walk_in(content), (walked{1099, UNTOUCHED, 1, 0, 0}));
+        EXPECT_EQ(walk_in(content), (walked{1099, untouched, 1, 0, 0}));
         EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = 32", "sznfs_Seek(3, -32, 1) = 0"}));
     }
 }
@@ -676,14 +676,14 @@ TEST_F(SearchIFrameTest, LengthsNeedNotAgree) {
 TEST_F(SearchIFrameTest, FirstTimeStampIsAcceptedWhateverItIs) {
     const bytes content = joined({{.time_stamp = 0x90000000}});
     EXPECT_EQ(walk_in(content, 0, 5), (walked{1001, 0, 1, 0x90000000, 32}));
-    EXPECT_EQ(walk_in(content, 5, 5), (walked{1099, UNTOUCHED, 6, 5, 0}));
+    EXPECT_EQ(walk_in(content, 5, 5), (walked{1099, untouched, 6, 5, 0}));
     EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = 32", "sznfs_Seek(3, -32, 1) = 0"}));
     EXPECT_EQ(walk_in(content, 1, 5).status, 1099);
     EXPECT_EQ(walk_in(content, 0xFFFFFFFF, 5).status, 1099); // counts to 0, not to 1
 }
 
 TEST_F(SearchIFrameTest, TimeStampsAdvanceByAtMostTenHours) {
-    const auto status = [this](std::uint32_t stamp, std::uint32_t before) {
+    const auto status = [this](uint32_t stamp, uint32_t before) {
         return walk_in(joined({{.time_stamp = stamp}}), 5, before).status;
     };
     EXPECT_EQ(status(1000, 1000), 1001);
@@ -700,7 +700,7 @@ TEST_F(SearchIFrameTest, TimeIsComparedFromHeaderToHeader) {
                                   {.time_stamp = 36001000, .kind = 1},
                                   {.time_stamp = 72001000, .kind = 1},
                                   {.time_stamp = 72000999}});
-    EXPECT_EQ(walk_in(content), (walked{1099, UNTOUCHED, 4, 72001000, 396}));
+    EXPECT_EQ(walk_in(content), (walked{1099, untouched, 4, 72001000, 396}));
 }
 
 TEST_F(SearchIFrameTest, LengthShorterThanAHeaderStepsBackInsideIt) {
@@ -717,13 +717,13 @@ TEST_F(SearchIFrameTest, LengthShorterThanAHeaderStepsBackInsideIt) {
 
 TEST_F(SearchIFrameTest, LengthOf2GibAndMoreIsRefused) {
     bytes content = joined({{.time_stamp = 1000, .kind = 1}});
-    for (const std::uint32_t length : {0x80000000u, 0x80000020u, 0xFFFFFFFFu}) {
+    for (const uint32_t length : {0x80000000u, 0x80000020u, 0xFFFFFFFFu}) {
         recording::put_u32(content, 4, length);
-        EXPECT_EQ(walk_in(content), (walked{1099, UNTOUCHED, 1, 0, 0}));
+        EXPECT_EQ(walk_in(content), (walked{1099, untouched, 1, 0, 0}));
         EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = 32", "sznfs_Seek(3, -32, 1) = 0"}));
     }
     recording::put_u32(content, 4, 0x7FFFFFFF);
-    EXPECT_EQ(walk_in(content), (walked{1099, UNTOUCHED, 1, 1000, 0x7FFFFFFF}));
+    EXPECT_EQ(walk_in(content), (walked{1099, untouched, 1, 1000, 0x7FFFFFFF}));
     EXPECT_EQ(calls_, (call_log{"sznfs_Read(3, 32) = 32", "sznfs_Seek(3, 2147483615, 1) = 2147483647",
                                 "sznfs_Read(3, 32) = 0"}));
 }
@@ -735,7 +735,7 @@ TEST_F(SearchIFrameTest, FailedSeeksAreNotLookedAt) {
     });
     // The payload is read as the next header.
     EXPECT_EQ(walk_in(joined({{.time_stamp = 1000, .kind = 1}, {.time_stamp = 1040}})),
-              (walked{1099, UNTOUCHED, 2, 1000, 32}));
+              (walked{1099, untouched, 2, 1000, 32}));
     EXPECT_EQ(walk_in(joined({{.time_stamp = 1000}})), (walked{1001, 0xFFFFFFDF, 1, 1000, 32})); // -1 - 32
 }
 
@@ -749,13 +749,13 @@ TEST_F(SearchIFrameTest, PositionsBeyond2GibAreGivenInFull) {
     stream_ = vfs_fopen(0, path.c_str(), "rb");
     EXPECT_EQ(vfs_Seek(stream_->iFd, 0x58000000, SEEK_SET), 0x58000000);
     EXPECT_EQ(vfs_Seek(stream_->iFd, 0x58000000, SEEK_CUR), 0xB0000000);
-    std::uint32_t pos = 0, count = 0, time = 0;
+    uint32_t pos = 0, count = 0, time = 0;
     EXPECT_EQ(rec_SearchIFrame(&header_, stream_->iFd, &pos, &count, &time), 1001);
     EXPECT_EQ(pos, 0xB0000000u);
 }
 
 TEST_F(SearchIFrameTest, BadDescriptor) {
-    std::uint32_t pos = 1, count = 2, time = 3;
+    uint32_t pos = 1, count = 2, time = 3;
     EXPECT_EQ(rec_SearchIFrame(&header_, 0, &pos, &count, &time), 1099);
     EXPECT_EQ(rec_SearchIFrame(&header_, 1024, &pos, &count, &time), 1099);
     EXPECT_EQ(pos, 1u);

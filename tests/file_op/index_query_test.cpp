@@ -15,7 +15,7 @@ using recording::put_u32;
 // 88 bytes of header, 120 bytes of frames, an index of three records: 208 + 292 = 500 bytes.
 bytes three_records() {
     bytes file = recording::file_header(3);
-    for (std::uint32_t i = 0; i < 3; ++i)
+    for (uint32_t i = 0; i < 3; ++i)
         recording::append(file, recording::frame_record(small_frame(i + 1, 1000 * i + 1000, I)));
     recording::append(file, index_block({{.time = 100, .position = 88, .tag = "goal"},
                                          {.time = 200, .position = 128},
@@ -23,13 +23,13 @@ bytes three_records() {
     return file;
 }
 
-constexpr std::size_t BLOCK = 208;
-constexpr std::size_t FILE_SIZE = 500;
+constexpr size_t block_offset = 208;
+constexpr size_t file_size = 500;
 
 struct seen_record {
-    std::uint32_t time;
-    std::int32_t size;
-    std::int32_t end;
+    uint32_t time;
+    int32_t size;
+    int32_t end;
     bool operator==(const seen_record&) const = default;
 };
 
@@ -39,14 +39,14 @@ std::ostream& operator<<(std::ostream& out, const seen_record& of) {
 
 struct collector {
     std::vector<seen_record> seen = {};
-    std::int32_t answer = 0;
-    std::size_t answer_from = 0; // the first record that is answered so, counted from 0
+    int32_t answer = 0;
+    size_t answer_from = 0; // the first record that is answered so, counted from 0
 };
 
-std::int32_t collect(const void* record, std::int32_t size, std::int32_t end, void* context) {
+int32_t collect(const void* record, int32_t size, int32_t end, void* context) {
     auto& into = *static_cast<collector*>(context);
-    std::uint32_t time = 0;
-    std::memcpy(&time, record, std::min<std::size_t>(4, static_cast<std::size_t>(size)));
+    uint32_t time = 0;
+    std::memcpy(&time, record, std::min<size_t>(4, static_cast<size_t>(size)));
     into.seen.push_back({time, size, end});
     return into.seen.size() > into.answer_from ? into.answer : 7;
 }
@@ -56,18 +56,18 @@ protected:
     // All outputs, filled with a mark that says "not stored".
     struct place {
         kmr_frame_header header = {};
-        std::uint32_t block = 77;
-        std::uint32_t size = 77;
-        std::uint32_t count = 77;
-        std::uint32_t first = 77;
+        uint32_t block = 77;
+        uint32_t size = 77;
+        uint32_t count = 77;
+        uint32_t first = 77;
     };
 
-    static std::int32_t locate(const std::string& name, place& out) {
+    static int32_t locate(const std::string& name, place& out) {
         return rec_GetIFrameIndexInfo(name.c_str(), &out.header, &out.block, &out.size, &out.count,
                                       &out.first);
     }
 
-    std::int32_t locate_in(const bytes& content, place& out) { return locate(put_recording(content), out); }
+    int32_t locate_in(const bytes& content, place& out) { return locate(put_recording(content), out); }
 
     void expect_no_index(const bytes& content) {
         place out;
@@ -93,16 +93,16 @@ protected:
 // --- locating ---
 
 TEST_F(IndexQueryTest, IndexIsLocatedFromTheEnd) {
-    ASSERT_EQ(three_records().size(), FILE_SIZE);
+    ASSERT_EQ(three_records().size(), file_size);
     place out;
     EXPECT_EQ(locate_in(three_records(), out), 0);
     EXPECT_EQ(out.header.SyncWord, 0x02000000u);
     EXPECT_EQ(out.header.FrameSize, 292u);
     EXPECT_EQ(out.header.FrameNo, 2u); // tags
-    EXPECT_EQ(out.block, BLOCK);
+    EXPECT_EQ(out.block, block_offset);
     EXPECT_EQ(out.size, 80u);
     EXPECT_EQ(out.count, 3u);
-    EXPECT_EQ(out.first, BLOCK + 44);
+    EXPECT_EQ(out.first, block_offset + 44);
     EXPECT_EQ(short_calls(), locating_);
 }
 
@@ -137,35 +137,35 @@ TEST_F(IndexQueryTest, ShortNameIsLookedForOnEveryDisk) {
     write_on_disk("05", "H0000120150102030405L000001", three_records());
     place out;
     EXPECT_EQ(locate("H0000120150102030405C000001", out), 0);
-    EXPECT_EQ(out.block, BLOCK);
+    EXPECT_EQ(out.block, block_offset);
 }
 
 TEST_F(IndexQueryTest, TrailerAndHeadDecide) {
     bytes wrong_magic = three_records();
-    put_u32(wrong_magic, FILE_SIZE - 8, 0x0123ABCE);
+    put_u32(wrong_magic, file_size - 8, 0x0123ABCE);
     expect_no_index(wrong_magic);
 
     bytes wrong_sync = three_records();
-    put_u32(wrong_sync, BLOCK, 0x02000001);
+    put_u32(wrong_sync, block_offset, 0x02000001);
     expect_no_index(wrong_sync);
 
     bytes wrong_length = three_records();
-    put_u32(wrong_length, BLOCK + 4, 291);
+    put_u32(wrong_length, block_offset + 4, 291);
     expect_no_index(wrong_length);
 
-    for (const std::uint32_t length :
+    for (const uint32_t length :
          {0u, 1u, 31u, 291u, 293u, 501u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFF0u, ~0u}) {
         bytes elsewhere = three_records();
-        put_u32(elsewhere, FILE_SIZE - 4, length);
+        put_u32(elsewhere, file_size - 4, length);
         expect_no_index(elsewhere);
     }
-    for (std::size_t size = 0; size < FILE_SIZE; ++size)
+    for (size_t size = 0; size < file_size; ++size)
         expect_no_index(part(three_records(), 0, size));
 }
 
 TEST_F(IndexQueryTest, RejectedHeadIsLeftInTheHeader) {
     bytes wrong_sync = three_records();
-    put_u32(wrong_sync, BLOCK, 5);
+    put_u32(wrong_sync, block_offset, 5);
     place out;
     EXPECT_EQ(locate_in(wrong_sync, out), -1);
     EXPECT_EQ(out.header.SyncWord, 5u);
@@ -190,7 +190,7 @@ TEST_F(IndexQueryTest, HeadWithoutRoomForItsNumbersIsNoIndex) {
 
 TEST_F(IndexQueryTest, EachFailedCallIsNoIndex) {
     const std::string path = put_recording(three_records());
-    for (std::size_t n = 1; n < locating_.size(); ++n) {
+    for (size_t n = 1; n < locating_.size(); ++n) {
         module_probe::reset();
         module_probe::fail("*", static_cast<int>(n));
         place out;
@@ -208,7 +208,7 @@ TEST_F(IndexQueryTest, RecordsAreHandedOverInFileOrder) {
     EXPECT_EQ(rec_IndexQuery(path.c_str(), 1, collect, &all, &header), 0);
     EXPECT_EQ(all.seen, (std::vector<seen_record>{{100, 80, 332}, {200, 80, 412}, {300, 80, 492}}));
     EXPECT_EQ(header.Frame.FrameSize, 292u);
-    EXPECT_EQ(header.BlockOffset, BLOCK);
+    EXPECT_EQ(header.BlockOffset, block_offset);
     EXPECT_EQ(sizeof header, 36u);
     EXPECT_EQ(short_calls(), located_and({"Open(0, rec, 0) = 3", "Seek(3, 252, 0) = 252",
                                           "Read(3, 240) = 240", "Close(3) = 0"}));
@@ -233,7 +233,7 @@ TEST_F(IndexQueryTest, NameThatCannotBeResolvedIs0AndMissingIndexIs3) {
 
 TEST_F(IndexQueryTest, MinusOneEndsTheWalkInEveryMode) {
     const std::string path = put_recording(three_records());
-    for (std::int32_t mode = 0; mode < 4; ++mode) {
+    for (int32_t mode = 0; mode < 4; ++mode) {
         collector second{.answer = -1, .answer_from = 1};
         EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr), 0);
         EXPECT_EQ(second.seen.size(), 2u);
@@ -242,7 +242,7 @@ TEST_F(IndexQueryTest, MinusOneEndsTheWalkInEveryMode) {
 
 TEST_F(IndexQueryTest, TwoEndsTheWalkInModeZeroOnly) {
     const std::string path = put_recording(three_records());
-    for (std::int32_t mode = 0; mode < 4; ++mode) {
+    for (int32_t mode = 0; mode < 4; ++mode) {
         collector second{.answer = 2, .answer_from = 1};
         EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr), mode == 0 ? 1 : 0);
         EXPECT_EQ(second.seen.size(), mode == 0 ? 2u : 3u);
@@ -251,7 +251,7 @@ TEST_F(IndexQueryTest, TwoEndsTheWalkInModeZeroOnly) {
 
 TEST_F(IndexQueryTest, OtherAnswersGoOn) {
     const std::string path = put_recording(three_records());
-    for (const std::int32_t answer : {0, 1, 3, -2, 1000}) {
+    for (const int32_t answer : {0, 1, 3, -2, 1000}) {
         collector all{.answer = answer};
         EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
         EXPECT_EQ(all.seen.size(), 3u);
@@ -260,13 +260,13 @@ TEST_F(IndexQueryTest, OtherAnswersGoOn) {
 
 TEST_F(IndexQueryTest, ModeThreeDoesNotWalkAnIndexWithoutTags) {
     bytes file = three_records();
-    put_u32(file, BLOCK + 12, 0);
+    put_u32(file, block_offset + 12, 0);
     const std::string path = put_recording(file);
     collector all;
     rec_index_header header = {};
     EXPECT_EQ(rec_IndexQuery(path.c_str(), 3, collect, &all, &header), 0);
     EXPECT_TRUE(all.seen.empty());
-    EXPECT_EQ(header.BlockOffset, BLOCK);
+    EXPECT_EQ(header.BlockOffset, block_offset);
     EXPECT_EQ(short_calls(), locating_);
     EXPECT_EQ(rec_IndexQuery(path.c_str(), 2, collect, &all, &header), 0);
     EXPECT_EQ(all.seen.size(), 3u);
@@ -274,7 +274,7 @@ TEST_F(IndexQueryTest, ModeThreeDoesNotWalkAnIndexWithoutTags) {
 
 TEST_F(IndexQueryTest, RecordsAreReadInBatchesOf128) {
     std::vector<index_record> records(300);
-    for (std::uint32_t i = 0; i < 300; ++i)
+    for (uint32_t i = 0; i < 300; ++i)
         records[i].time = i;
     bytes file = recording::file_header(0);
     recording::append(file, index_block(records)); // 52 + 24,000 bytes behind the header
@@ -282,8 +282,8 @@ TEST_F(IndexQueryTest, RecordsAreReadInBatchesOf128) {
     collector all;
     EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
     ASSERT_EQ(all.seen.size(), 300u);
-    for (std::uint32_t i = 0; i < 300; ++i)
-        EXPECT_EQ(all.seen[i], (seen_record{i, 80, static_cast<std::int32_t>(88 + 44 + 80 * (i + 1))}));
+    for (uint32_t i = 0; i < 300; ++i)
+        EXPECT_EQ(all.seen[i], (seen_record{i, 80, static_cast<int32_t>(88 + 44 + 80 * (i + 1))}));
     const call_log calls = short_calls();
     EXPECT_EQ(call_log(calls.end() - 5, calls.end()),
               (call_log{"Seek(3, 132, 0) = 132", "Read(3, 10240) = 10240", "Read(3, 10240) = 10240",
@@ -302,33 +302,33 @@ TEST_F(IndexQueryTest, ShortBatchEndsTheWalkWithoutItsRecords) {
 }
 
 TEST_F(IndexQueryTest, RecordsMayBeLongerOrShorterThanUsual) {
-    for (const std::uint32_t size : {1u, 79u, 81u, 100u, 240u}) {
+    for (const uint32_t size : {1u, 79u, 81u, 100u, 240u}) {
         bytes file = three_records();
-        put_u32(file, BLOCK + 32, 240 / size);
-        put_u32(file, BLOCK + 36, size);
+        put_u32(file, block_offset + 32, 240 / size);
+        put_u32(file, block_offset + 36, size);
         const std::string path = put_recording(file);
         collector all;
         EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
         ASSERT_EQ(all.seen.size(), 240 / size);
-        EXPECT_EQ(all.seen.back().size, static_cast<std::int32_t>(size));
-        EXPECT_EQ(all.seen.back().end, static_cast<std::int32_t>(252 + 240 / size * size));
+        EXPECT_EQ(all.seen.back().size, static_cast<int32_t>(size));
+        EXPECT_EQ(all.seen.back().end, static_cast<int32_t>(252 + 240 / size * size));
     }
 }
 
 TEST_F(IndexQueryTest, NumbersBeyondTheFileAreNotWalked) {
-    constexpr std::uint32_t values[] = {0,   1,   2,          3,          79,         80,        81,
-                                        128, 129, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
-    for (const std::uint32_t count : values) {
-        for (const std::uint32_t size : values) {
+    constexpr uint32_t values[] = {0,   1,   2,          3,          79,         80,        81,
+                                   128, 129, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
+    for (const uint32_t count : values) {
+        for (const uint32_t size : values) {
             bytes file = three_records();
-            put_u32(file, BLOCK + 32, count);
-            put_u32(file, BLOCK + 36, size);
+            put_u32(file, block_offset + 32, count);
+            put_u32(file, block_offset + 36, size);
             const std::string path = put_recording(file);
             collector all;
             EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
             for (const seen_record& each : all.seen) {
-                EXPECT_EQ(each.size, static_cast<std::int32_t>(size));
-                EXPECT_LE(each.end, static_cast<std::int32_t>(FILE_SIZE));
+                EXPECT_EQ(each.size, static_cast<int32_t>(size));
+                EXPECT_LE(each.end, static_cast<int32_t>(file_size));
             }
         }
     }
@@ -343,20 +343,20 @@ TEST_F(IndexQueryTest, FailureOfTheSecondOpenSeekOrReadIs0) {
         rec_index_header header = {};
         EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, &header), 0);
         EXPECT_TRUE(all.seen.empty());
-        EXPECT_EQ(header.BlockOffset, BLOCK);
+        EXPECT_EQ(header.BlockOffset, block_offset);
     }
 }
 
 // --- callbacks ---
 
-kmr_index_record record_at(std::uint32_t time, const char* tag = "") {
+kmr_index_record record_at(uint32_t time, const char* tag = "") {
     kmr_index_record record = {};
     record.TimeNow = time;
     std::strncpy(record.TagName, tag, sizeof record.TagName);
     return record;
 }
 
-rec_index_context asking_for(std::int32_t key) {
+rec_index_context asking_for(int32_t key) {
     return {0, 1, -1, -1, key, "new", {}};
 }
 
@@ -373,8 +373,8 @@ TEST(IndexCallbackTest, ContextHasItsFieldsInOrder) {
 TEST(IndexCallbackTest, ShortRecordsStopEveryCallback) {
     const kmr_index_record record = record_at(100);
     rec_index_context context = asking_for(100);
-    std::uint32_t time = 5;
-    for (const std::int32_t size : {79, 0, -1, INT32_MIN}) {
+    uint32_t time = 5;
+    for (const int32_t size : {79, 0, -1, INT32_MIN}) {
         EXPECT_EQ(_rec_TimeCompare(&record, size, 80, &context), -1);
         EXPECT_EQ(_rec_WholeCompare(&record, size, 80, &context), -1);
         EXPECT_EQ(_rec_GetStartTm(&record, size, 80, &time), -1);
@@ -387,7 +387,7 @@ TEST(IndexCallbackTest, ShortRecordsStopEveryCallback) {
 
 TEST(IndexCallbackTest, StartTimeIsTheFirstRecords) {
     const kmr_index_record record = record_at(0x89ABCDEF);
-    std::uint32_t time = 5;
+    uint32_t time = 5;
     EXPECT_EQ(_rec_GetStartTm(&record, 80, 80, &time), -1);
     EXPECT_EQ(time, 0x89ABCDEFu);
 }
@@ -418,13 +418,13 @@ TEST(IndexCallbackTest, ChosenRecordWithoutTagStopsTheWalk) {
 }
 
 TEST(IndexCallbackTest, FirstRecordDecidesAtOnceWhenItIsNotBelow) {
-    for (const std::uint32_t time : {100u, 101u}) {
+    for (const uint32_t time : {100u, 101u}) {
         rec_index_context context = asking_for(100);
         const kmr_index_record record = record_at(time);
         EXPECT_EQ(_rec_TimeCompare(&record, 80, 80, &context), -1);
         EXPECT_EQ(context.iState, 1);
         EXPECT_EQ(context.iPosition, 80);
-        EXPECT_EQ(context.iTime, static_cast<std::int32_t>(time));
+        EXPECT_EQ(context.iTime, static_cast<int32_t>(time));
     }
     rec_index_context context = asking_for(100);
     const kmr_index_record tagged = record_at(100, "one");
@@ -483,13 +483,13 @@ TEST(IndexCallbackTest, RecordsNeedNoAlignment) {
 
 class FirstIFrameTest : public IndexQueryTest {
 protected:
-    std::uint32_t offset_ = 77;
-    std::int32_t find(const std::string& name) { return rec_GetFristIframelocByFile(name.c_str(), &offset_); }
+    uint32_t offset_ = 77;
+    int32_t find(const std::string& name) { return rec_GetFristIframelocByFile(name.c_str(), &offset_); }
 };
 
 TEST_F(FirstIFrameTest, IndexTellsIt) {
     bytes file = three_records();
-    put_u32(file, BLOCK + 44 + 4, 12345);
+    put_u32(file, block_offset + 44 + 4, 12345);
     EXPECT_EQ(find(put_recording(file)), 0);
     EXPECT_EQ(offset_, 12345u);
     EXPECT_EQ(short_calls(), located_and({"Open(0, rec, 0) = 3", "Seek(3, 252, 0) = 252", "Read(3, 80) = 80",

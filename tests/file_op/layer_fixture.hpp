@@ -3,7 +3,7 @@
 #pragma once
 
 #include "libvfs/vfs.h"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 #include "tests/support/scratch.hpp"
 
 #include <gtest/gtest.h>

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr char NAME_C[] =
+constexpr char name_c[] =
     "H2cdef20150102opqrstCvwxyz0"; // the record type stands at 20, at 43 of the full path
 
 std::string on(const std::string& disk, char letter, const std::string& tail = "vwxyz0") {
@@ -34,7 +34,7 @@ located locate(const std::string& path, vfs_stat_record* record = nullptr) {
     std::strcpy(buffer, path.c_str());
     vfs_stat_record own = {};
     const int result = rec_Stat(buffer, record != nullptr ? record : &own);
-    for (std::size_t i = path.size() + 1; i < sizeof buffer; ++i)
+    for (size_t i = path.size() + 1; i < sizeof buffer; ++i)
         EXPECT_EQ(buffer[i], '#') << i;
     return {result, buffer};
 }
@@ -42,7 +42,7 @@ located locate(const std::string& path, vfs_stat_record* record = nullptr) {
 class LocateTest : public LayerTest {};
 
 TEST_F(LocateTest, FileThatIsThereIsFoundAtOnce) {
-    const std::string path = write_on_disk("02", NAME_C, recording::bytes(123, 1));
+    const std::string path = write_on_disk("02", name_c, recording::bytes(123, 1));
     vfs_stat_record record = {};
     EXPECT_EQ(locate(path, &record), (located{0, path}));
     EXPECT_EQ(record.Size, 123);
@@ -51,7 +51,7 @@ TEST_F(LocateTest, FileThatIsThereIsFoundAtOnce) {
 
 TEST_F(LocateTest, PathThatNeedsNoChangeIsNotWrittenTo) {
     static const char constant[] = "/dev/scsi/host02/part1/H2cdef20150102opqrstCvwxyz0";
-    write_on_disk("02", NAME_C);
+    write_on_disk("02", name_c);
     vfs_stat_record record = {};
     EXPECT_EQ(rec_Stat(const_cast<char*>(constant), &record), 0);
 }
@@ -63,7 +63,7 @@ TEST_F(LocateTest, OtherLetterOnTheSameDisk) {
 }
 
 TEST_F(LocateTest, EveryOtherLetterBecomesC) {
-    write_on_disk("02", NAME_C);
+    write_on_disk("02", name_c);
     for (const char letter : {'L', 'I', 'N', 'B', 'c', '7'})
         EXPECT_EQ(locate(on("02", letter)), (located{0, on("02", 'C')})) << letter;
 }
@@ -82,7 +82,7 @@ TEST_F(LocateTest, OtherDiskAndOtherLetter) {
 }
 
 TEST_F(LocateTest, OtherDiskAndSameLetter) {
-    write_on_disk("01", NAME_C);
+    write_on_disk("01", name_c);
     EXPECT_EQ(locate(on("00", 'C')), (located{0, on("01", 'C')}));
     EXPECT_EQ(module_probe::calls(), (call_log{stat_of(on("00", 'C')), stat_of(on("00", 'L')),
                                                stat_of(on("01", 'L')), stat_of(on("01", 'C'), 0)}));
@@ -97,7 +97,7 @@ TEST_F(LocateTest, UnknownLetterSettlesBetweenCAndL) {
 }
 
 TEST_F(LocateTest, LastDiskIs23) {
-    write_on_disk("23", NAME_C);
+    write_on_disk("23", name_c);
     EXPECT_EQ(locate(on("07", 'C')), (located{0, on("23", 'C')}));
     module_probe::reset();
     write_on_disk("24", "H2cdef20150102opqrstCother0");
@@ -113,7 +113,7 @@ TEST_F(LocateTest, NowhereIsNotFound) {
 }
 
 TEST_F(LocateTest, DiskNumberThatNoDiskHasIsTriedFirst) {
-    write_on_disk("00", NAME_C);
+    write_on_disk("00", name_c);
     EXPECT_EQ(locate(on("99", 'C')), (located{0, on("00", 'C')}));
     EXPECT_EQ(module_probe::calls(), (call_log{stat_of(on("99", 'C')), stat_of(on("99", 'L')),
                                                stat_of(on("00", 'L')), stat_of(on("00", 'C'), 0)}));
@@ -136,14 +136,14 @@ TEST_F(LocateTest, MissingPictureGivesTheLastResultOfTheFileSystem) {
 }
 
 TEST_F(LocateTest, AnythingButZeroIsAFailure) {
-    write_on_disk("02", NAME_C);
+    write_on_disk("02", name_c);
     write_on_disk("02", "H2cdef20150102opqrstLvwxyz0");
     module_probe::fail("Stat", 1, 5);
     EXPECT_EQ(locate(on("02", 'C')), (located{0, on("02", 'L')}));
 }
 
 TEST_F(LocateTest, FailureOnTheFilesOwnDiskIsNotMadeGood) {
-    write_on_disk("02", NAME_C);
+    write_on_disk("02", name_c);
     module_probe::fail("Stat", 1);
     EXPECT_EQ(locate(on("02", 'C')), (located{1026, on("02", 'C')})); // its own disk is not tried again
     EXPECT_EQ(module_probe::calls().size(), 48u);
@@ -192,7 +192,7 @@ TEST_F(LocateTest, PathHasLessThan128Characters) {
 }
 
 TEST_F(LocateTest, StatRecordIsOptional) {
-    write_on_disk("04", NAME_C);
+    write_on_disk("04", name_c);
     char path[128];
     std::strcpy(path, on("02", 'C').c_str());
     EXPECT_EQ(rec_Stat(path, nullptr), 0);
@@ -201,9 +201,9 @@ TEST_F(LocateTest, StatRecordIsOptional) {
 
 // A module whose recordings have channels, which plain files have not.
 int32_t stat_with_channel(const char* path, vfs_stat_record* record) {
-    for (const std::uint8_t* byte = record->Reserved0; byte < record->Reserved0 + sizeof *record; ++byte)
+    for (const uint8_t* byte = record->Reserved0; byte < record->Reserved0 + sizeof *record; ++byte)
         EXPECT_EQ(*byte, 0);
-    record->Channel = static_cast<std::int32_t>(std::strlen(path)) - 100;
+    record->Channel = static_cast<int32_t>(std::strlen(path)) - 100;
     return std::strstr(path, "odd") != nullptr ? -2 : std::strstr(path, "missing") != nullptr ? -1 : 0;
 }
 
@@ -215,7 +215,7 @@ protected:
             entry.Operations.Stat = stat_with_channel;
     }
     void TearDown() override {
-        for (std::size_t i = 0; i < 2; ++i)
+        for (size_t i = 0; i < 2; ++i)
             g_stvfsmnt.Entries[i].Operations.Stat = original_[i];
         LayerTest::TearDown();
     }

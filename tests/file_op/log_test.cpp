@@ -12,13 +12,13 @@
 
 namespace {
 
-constexpr char ESC[] = "\x1B";
+constexpr char esc[] = "\x1B";
 
 std::string stamp_of(std::time_t when) {
     std::tm local = {};
     localtime_r(&when, &local);
     std::array<char, 32> text;
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y/%m/%d %H:%M:%S", &local);
+    const size_t length = std::strftime(text.data(), text.size(), "%Y/%m/%d %H:%M:%S", &local);
     return {text.data(), length};
 }
 
@@ -38,13 +38,13 @@ std::string console(Print print) {
 }
 
 std::string yellow(const std::string& message) {
-    return ESC + std::string("[1;33m[TIME PID]") + ESC + "[0;39m" + message;
+    return esc + std::string("[1;33m[TIME PID]") + esc + "[0;39m" + message;
 }
 std::string red(const std::string& message) {
-    return ESC + std::string("[1;31m[TIME PID]") + ESC + "[0;39m" + message;
+    return esc + std::string("[1;31m[TIME PID]") + esc + "[0;39m" + message;
 }
 std::string cyan(const std::string& message) {
-    return ESC + std::string("[1;36m") + message + ESC + "[0;39m\r\n";
+    return esc + std::string("[1;36m") + message + esc + "[0;39m\r\n";
 }
 
 class LogTest : public testing::Test {
@@ -66,20 +66,20 @@ protected:
 // --- outputs ---
 
 TEST_F(LogTest, LevelZeroIsYellowWithTimeAndProcess) {
-    std::int32_t count = 0;
+    int32_t count = 0;
     EXPECT_EQ(console([&] { count = zn_printf_alone(0, "abc"); }), yellow("abc\r\n"));
     EXPECT_EQ(count, 5);
     EXPECT_FALSE(std::filesystem::exists("printf.txt"));
 }
 
 TEST_F(LogTest, ErrorLevelIsRed) {
-    std::int32_t count = 0;
+    int32_t count = 0;
     EXPECT_EQ(console([&] { count = zn_printf_alone(0xFF0000, "%s=%d", "x", 5); }), red("x=5\r\n"));
     EXPECT_EQ(count, 5);
 }
 
 TEST_F(LogTest, PlainLevelIsCyanWithoutTime) {
-    std::int32_t count = 0;
+    int32_t count = 0;
     EXPECT_EQ(console([&] { count = zn_printf_alone(0x12345678, "abc"); }), cyan("abc\r\n"));
     EXPECT_EQ(count, 5); // neither the colours nor their line end
 }
@@ -93,7 +93,7 @@ TEST_F(LogTest, OtherLevelsAppendToTheFile) {
 }
 
 TEST_F(LogTest, LevelsBesideTheNamedOnesGoToTheFile) {
-    for (const std::uint32_t level : {1u, 0xFEFFFFu, 0xFF0001u, 0x12345677u, 0x12345679u})
+    for (const uint32_t level : {1u, 0xFEFFFFu, 0xFF0001u, 0x12345677u, 0x12345679u})
         EXPECT_EQ(zn_printf_alone(level, "x"), 3);
     EXPECT_EQ(log_file().size(), 5 * std::string("[TIME]x\r\n").size());
 }
@@ -119,9 +119,9 @@ TEST_F(LogTest, EveryMessageEndsWithTwoCharacters) {
         {"a\n", "a\n\r"},       {"a\r", "a\r\n"},         {"\na", "\na\r\n"},
     };
     for (const auto& [format, printed] : endings) {
-        std::int32_t count = 0;
+        int32_t count = 0;
         EXPECT_EQ(console([&, text = format] { count = zn_printf_alone(0, text); }), yellow(printed));
-        EXPECT_EQ(count, static_cast<std::int32_t>(std::string(printed).size()));
+        EXPECT_EQ(count, static_cast<int32_t>(std::string(printed).size()));
         EXPECT_EQ(console([&, text = format] { zn_printf_alone(0x12345678, text); }), cyan(printed));
     }
 }
@@ -138,8 +138,8 @@ TEST_F(LogTest, ArgumentsOfEveryKind) {
 // --- failures ---
 
 TEST_F(LogTest, NullFormat) {
-    std::int32_t count = 0;
-    for (const std::uint32_t level : {0u, 0xFF0000u, 0x12345678u, 7u})
+    int32_t count = 0;
+    for (const uint32_t level : {0u, 0xFF0000u, 0x12345678u, 7u})
         EXPECT_EQ(console([&] { count += zn_printf_alone(level, nullptr); }), "");
     EXPECT_EQ(count, -4);
     EXPECT_FALSE(std::filesystem::exists("printf.txt"));
@@ -147,7 +147,7 @@ TEST_F(LogTest, NullFormat) {
 
 TEST_F(LogTest, LogFileThatCannotBeOpened) {
     std::filesystem::create_directory("printf.txt");
-    std::int32_t count = 0;
+    int32_t count = 0;
     EXPECT_EQ(console([&] { count = zn_printf_alone(7, "x"); }), "");
     EXPECT_EQ(count, -1);
 }

@@ -18,17 +18,17 @@ bool is_granted() {
 
 // The linker leads the services' own allocations here; those of the C and C++ libraries go past.
 extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_realloc(void* memory, std::size_t size);
-int __real_posix_memalign(void** memory, std::size_t alignment, std::size_t size);
+void* __real_malloc(size_t size);
+void* __real_realloc(void* memory, size_t size);
+int __real_posix_memalign(void** memory, size_t alignment, size_t size);
 
-void* __wrap_malloc(std::size_t size) {
+void* __wrap_malloc(size_t size) {
     return is_granted() ? __real_malloc(size) : nullptr;
 }
-void* __wrap_realloc(void* memory, std::size_t size) {
+void* __wrap_realloc(void* memory, size_t size) {
     return is_granted() ? __real_realloc(memory, size) : nullptr;
 }
-int __wrap_posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
+int __wrap_posix_memalign(void** memory, size_t alignment, size_t size) {
     return is_granted() ? __real_posix_memalign(memory, alignment, size) : 12;
 }
 
@@ -48,9 +48,9 @@ protected:
 
     // The result of a call that is granted that many allocations.
     template <typename Call>
-    static std::int64_t granted(int allocations, Call call) {
+    static int64_t granted(int allocations, Call call) {
         allocations_left = allocations;
-        const std::int64_t result = call();
+        const int64_t result = call();
         allocations_left = -1;
         return result;
     }
@@ -63,7 +63,7 @@ protected:
 TEST_F(NoMemoryTest, Log) {
     const scratch::folder folder;
     testing::internal::CaptureStdout();
-    for (const std::uint32_t level : {0u, 0xFF0000u, 0x12345678u, 7u})
+    for (const uint32_t level : {0u, 0xFF0000u, 0x12345678u, 7u})
         EXPECT_EQ(granted(0, [&] { return zn_printf_alone(level, "x"); }), -2);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_FALSE(std::filesystem::exists("printf.txt"));
@@ -71,11 +71,11 @@ TEST_F(NoMemoryTest, Log) {
 
 TEST_F(NoMemoryTest, IndexQueryAndTags) {
     rec_tag_entry entry = {};
-    std::uint32_t time = 77;
+    uint32_t time = 77;
     EXPECT_EQ(granted(0, [&] { return rec_IndexQuery(path_.c_str(), 1, _rec_GetStartTm, &time, nullptr); }),
               0);
     EXPECT_EQ(time, 77u);
-    std::int32_t key = 50;
+    int32_t key = 50;
     EXPECT_EQ(granted(0, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), -1);
     EXPECT_EQ(granted(1, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), -1);
     EXPECT_EQ(scratch::read_file(path_), before_);
@@ -85,7 +85,7 @@ TEST_F(NoMemoryTest, IndexQueryAndTags) {
 }
 
 TEST_F(NoMemoryTest, RepairLeavesTheFileAlone) {
-    std::uint32_t walked = 77;
+    uint32_t walked = 77;
     EXPECT_EQ(granted(0, [&] { return rec_MakeUpIframeIndex(path_.c_str(), 0, &walked, 5); }), REC_FAILED);
     EXPECT_EQ(granted(0, [&] { return rec_RecoverRecordSize(path_.c_str(), 5); }), -1);
     EXPECT_EQ(walked, 77u);
@@ -95,12 +95,12 @@ TEST_F(NoMemoryTest, RepairLeavesTheFileAlone) {
 
 TEST_F(NoMemoryTest, RepairKeepsWhatWasFoundWhenTheArrayCannotGrow) {
     bytes file = recording::file_header(452);
-    for (std::uint32_t i = 0; i < 452; ++i)
+    for (uint32_t i = 0; i < 452; ++i)
         recording::append(file, recording::frame_record(small_frame(i + 1, 1000 + i, I)));
     path_ = put_recording(file);
     EXPECT_EQ(granted(1, [&] { return rec_RecoverRecordSize(path_.c_str(), 5); }), 0);
     const bytes after = scratch::read_file(path_);
-    const std::size_t block = 88 + 451 * 40; // the walk has passed the frame that found no room
+    const size_t block = 88 + 451 * 40; // the walk has passed the frame that found no room
     ASSERT_EQ(after.size(), block + 52 + 450 * 80);
     EXPECT_EQ(get_u32(after, block + 32), 450u);
     EXPECT_EQ(get_u32(after, block + 40), 450u);

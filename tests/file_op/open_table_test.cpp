@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr char SHORT_NAME[] = "H2cdef20150102opqrstCvwxyz0";
-constexpr char FULL_PATH[] = "/dev/scsi/host02/part1/H2cdef20150102opqrstCvwxyz0";
+constexpr char short_name[] = "H2cdef20150102opqrstCvwxyz0";
+constexpr char full_path[] = "/dev/scsi/host02/part1/H2cdef20150102opqrstCvwxyz0";
 
 std::string quoted(const std::string& text) {
     return '"' + text + '"';
@@ -103,14 +103,14 @@ TEST_F(OpenTableTest, OpensAFullPathAsItStands) {
 }
 
 TEST_F(OpenTableTest, OpensAShortNameOnItsDisk) {
-    write_on_disk("02", SHORT_NAME, recording::bytes(99, 1));
+    write_on_disk("02", short_name, recording::bytes(99, 1));
     vfs_file* handle = nullptr;
-    EXPECT_EQ(open(handle, SHORT_NAME), 1001);
+    EXPECT_EQ(open(handle, short_name), 1001);
     EXPECT_EQ(stat_.Size, 99);
-    EXPECT_STREQ(tOpenFile[0].cPath, FULL_PATH);
-    EXPECT_EQ(module_probe::calls(), (call_log{"sznfs_Stat(" + quoted(SHORT_NAME) + ") = -1",
-                                               "znfs_Stat(" + quoted(FULL_PATH) + ") = 0",
-                                               "znfs_Open(0, " + quoted(FULL_PATH) + ", 0) = 3"}));
+    EXPECT_STREQ(tOpenFile[0].cPath, full_path);
+    EXPECT_EQ(module_probe::calls(), (call_log{"sznfs_Stat(" + quoted(short_name) + ") = -1",
+                                               "znfs_Stat(" + quoted(full_path) + ") = 0",
+                                               "znfs_Open(0, " + quoted(full_path) + ", 0) = 3"}));
     EXPECT_EQ(rec_CloseFile(&handle), 1001);
 }
 
@@ -118,40 +118,40 @@ TEST_F(OpenTableTest, OpensAShortNameWhereverTheDiskWent) {
     write_on_disk("00", "H2cdef20150102opqrstLvwxyz0");
     const std::string found = "/dev/scsi/host00/part1/H2cdef20150102opqrstLvwxyz0";
     vfs_file* handle = nullptr;
-    EXPECT_EQ(open(handle, SHORT_NAME), 1001);
+    EXPECT_EQ(open(handle, short_name), 1001);
     EXPECT_EQ(tOpenFile[0].cPath, found);
     EXPECT_EQ(module_probe::calls().back(), "znfs_Open(0, " + quoted(found) + ", 0) = 3");
     EXPECT_EQ(rec_CloseFile(&handle), 1001);
 }
 
 TEST_F(OpenTableTest, HostFileOfThatShortNameWins) {
-    write_on_disk("02", SHORT_NAME, recording::bytes(99, 1));
-    folder_.write(SHORT_NAME, recording::bytes(11, 1));
+    write_on_disk("02", short_name, recording::bytes(99, 1));
+    folder_.write(short_name, recording::bytes(11, 1));
     vfs_file* handle = nullptr;
-    EXPECT_EQ(open(handle, SHORT_NAME), 1001);
+    EXPECT_EQ(open(handle, short_name), 1001);
     EXPECT_EQ(stat_.Size, 11);
-    EXPECT_STREQ(tOpenFile[0].cPath, SHORT_NAME);
+    EXPECT_STREQ(tOpenFile[0].cPath, short_name);
     EXPECT_EQ(rec_CloseFile(&handle), 1001);
 }
 
 TEST_F(OpenTableTest, StatRecordIsOptional) {
-    write_on_disk("03", SHORT_NAME);
+    write_on_disk("03", short_name);
     vfs_file* handle = nullptr;
-    EXPECT_EQ(rec_OpenFile(&handle, SHORT_NAME, nullptr), 1001);
+    EXPECT_EQ(rec_OpenFile(&handle, short_name, nullptr), 1001);
     EXPECT_EQ(rec_CloseFile(&handle), 1001);
 }
 
 TEST_F(OpenTableTest, NameThatCannotBeCompleted) {
     vfs_file* handle = untouched_;
     EXPECT_EQ(open(handle, "no name"), 1010);
-    EXPECT_EQ(open(handle, std::string(SHORT_NAME) + "x"), 1010);
+    EXPECT_EQ(open(handle, std::string(short_name) + "x"), 1010);
     EXPECT_EQ(rec_OpenFile(&handle, nullptr, &stat_), 1010);
     EXPECT_EQ(handle, untouched_);
 }
 
 TEST_F(OpenTableTest, NameThatIsNotFound) {
     vfs_file* handle = untouched_;
-    EXPECT_EQ(open(handle, SHORT_NAME), 1026);
+    EXPECT_EQ(open(handle, short_name), 1026);
     EXPECT_EQ(open(handle, "H2cdef20150102opqrstBvw.jpg"), -1); // the file system's own result
     module_probe::fail("Stat", 25, -9);
     EXPECT_EQ(open(handle, "H2cdef20150102opqrstBvw.jpg"), -9);
@@ -173,22 +173,22 @@ TEST_F(OpenTableTest, NameWhosePathHasNoDisk) {
 }
 
 TEST_F(OpenTableTest, FileThatCannotBeOpenedLeavesANullHandle) {
-    write_on_disk("02", SHORT_NAME);
+    write_on_disk("02", short_name);
     module_probe::fail("Open", 1, -5);
     vfs_file* handle = untouched_;
-    EXPECT_EQ(open(handle, SHORT_NAME), 1099);
+    EXPECT_EQ(open(handle, short_name), 1099);
     EXPECT_EQ(handle, nullptr);
 }
 
 TEST_F(OpenTableTest, EveryModuleCallMayFail) {
-    write_on_disk("03", SHORT_NAME);
+    write_on_disk("03", short_name);
     // Stat of the name, of disk 02 twice, 00 twice, 01 twice, of disk 03 with L and with C; Open.
     const int expected[] = {1001, 1001, 1001, 1001, 1001, 1001, 1001, 1001, 1026, 1099};
     for (int nth = 1; nth <= 10; ++nth) {
         module_probe::reset();
         module_probe::fail("*", nth);
         vfs_file* handle = untouched_;
-        EXPECT_EQ(open(handle, SHORT_NAME), expected[nth - 1]) << nth;
+        EXPECT_EQ(open(handle, short_name), expected[nth - 1]) << nth;
         EXPECT_TRUE(is_unlocked());
         if (expected[nth - 1] == 1001) {
             EXPECT_EQ(rec_CloseFile(&handle), 1001);
@@ -268,7 +268,7 @@ TEST_F(OpenTableTest, CloseClearsWhatTheEntryHolds) {
     vfs_file* handle = nullptr;
     ASSERT_EQ(open(handle, folder_.write("recording", {})), 1001);
     rec_open_entry& entry = tOpenFile[0];
-    for (std::uint32_t& word : entry.uiState)
+    for (uint32_t& word : entry.uiState)
         word = 5;
     entry.uiWords[0] = entry.uiWords[1] = 6;
     entry.pFrameBuf = std::malloc(100);
@@ -278,7 +278,7 @@ TEST_F(OpenTableTest, CloseClearsWhatTheEntryHolds) {
     EXPECT_EQ(entry.pHandle, nullptr);
     for (const char letter : entry.cPath)
         EXPECT_EQ(letter, '\0');
-    for (const std::uint32_t word : entry.uiState)
+    for (const uint32_t word : entry.uiState)
         EXPECT_EQ(word, 0u);
     EXPECT_EQ(entry.uiWords[0], 0u);
     EXPECT_EQ(entry.uiWords[1], 0u);
@@ -305,7 +305,7 @@ TEST_F(OpenTableTest, WorkBufferOfUpTo0xFFFFFBytes) {
         ASSERT_EQ(open(handle, path), 1001);
         EXPECT_EQ(rec_SetBuf(handle, size), 1001) << size;
         ASSERT_NE(tOpenFile[0].pWorkBuf, nullptr);
-        std::memset(tOpenFile[0].pWorkBuf, 1, static_cast<std::size_t>(size));
+        std::memset(tOpenFile[0].pWorkBuf, 1, static_cast<size_t>(size));
         EXPECT_EQ(rec_CloseFile(&handle), 1001);
     }
 }
@@ -345,7 +345,7 @@ TEST_F(OpenTableTest, StopFlag) {
 
 // --- The file header ---
 
-kmr_file_header header_of(std::uint8_t fill) {
+kmr_file_header header_of(uint8_t fill) {
     kmr_file_header header;
     std::memset(&header, fill, sizeof header);
     return header;
@@ -377,10 +377,10 @@ TEST_F(OpenTableTest, HeaderOfAFileByName) {
 }
 
 TEST_F(OpenTableTest, HeaderNameIsNotCompleted) {
-    write_on_disk("02", SHORT_NAME, recording::sound({{}}));
+    write_on_disk("02", short_name, recording::sound({{}}));
     kmr_file_header header = header_of(0xEE);
-    EXPECT_EQ(rec_ReadFileHeader(nullptr, SHORT_NAME, &header), 1033);
-    EXPECT_EQ(rec_ReadFileHeader(nullptr, FULL_PATH, &header), 1001);
+    EXPECT_EQ(rec_ReadFileHeader(nullptr, short_name, &header), 1033);
+    EXPECT_EQ(rec_ReadFileHeader(nullptr, full_path, &header), 1001);
 }
 
 TEST_F(OpenTableTest, HeaderThatCannotBeOpened) {
@@ -395,7 +395,7 @@ TEST_F(OpenTableTest, HeaderThatCannotBeOpened) {
 }
 
 TEST_F(OpenTableTest, HeaderThatIsShort) {
-    for (const std::size_t length : {0, 1, 2, 87}) {
+    for (const size_t length : {0, 1, 2, 87}) {
         const std::string path = folder_.write("recording", recording::bytes(length, 0x11));
         kmr_file_header header = header_of(0);
         EXPECT_EQ(rec_ReadFileHeader(nullptr, path.c_str(), &header), 1045) << length;
@@ -472,7 +472,7 @@ TEST_F(OpenTableTest, LockIsHeldAcrossTheModulesCalls) {
     EXPECT_TRUE(is_unlocked());
     EXPECT_EQ(rec_CloseFile(&handle), 1001);
     EXPECT_TRUE(is_unlocked());
-    EXPECT_EQ(open(handle, SHORT_NAME), 1026);
+    EXPECT_EQ(open(handle, short_name), 1026);
     operations = before;
 }
 

@@ -20,8 +20,8 @@ using recording::get_u32;
 using recording::index_block;
 using recording::put_u32;
 
-constexpr int POWER_CUT = 77;
-constexpr int DONE = 0;
+constexpr int child_cut_off = 77;
+constexpr int child_done = 0;
 
 class PowerCutTest : public RecordingTest {
 protected:
@@ -32,13 +32,13 @@ protected:
             module_probe::reset();
             module_probe::stop_before(nth);
             operation();
-            _exit(DONE);
+            _exit(child_done);
         }
         int status = 0;
         EXPECT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_TRUE(WEXITSTATUS(status) == POWER_CUT || WEXITSTATUS(status) == DONE);
-        return WEXITSTATUS(status) == POWER_CUT;
+        EXPECT_TRUE(WEXITSTATUS(status) == child_cut_off || WEXITSTATUS(status) == child_done);
+        return WEXITSTATUS(status) == child_cut_off;
     }
 
     // Cuts the operation on `before` off at every call and has `check` look at the file. The number of calls.
@@ -56,7 +56,7 @@ protected:
 
 // --- tags ---
 
-constexpr std::size_t TAG_COUNT = 88 + 12;
+constexpr size_t tag_count_offset = 88 + 12;
 
 bytes tagged_records() {
     bytes file = recording::file_header(0);
@@ -64,16 +64,16 @@ bytes tagged_records() {
     return file;
 }
 
-std::uint32_t tags_that_stand(const bytes& file) {
-    std::uint32_t count = 0;
-    for (std::size_t record = 132; record + 80 <= file.size() - 8; record += 80)
+uint32_t tags_that_stand(const bytes& file) {
+    uint32_t count = 0;
+    for (size_t record = 132; record + 80 <= file.size() - 8; record += 80)
         count += file[record + 16] != 0;
     return count;
 }
 
 class TagPowerCutTest : public PowerCutTest {
 protected:
-    void modify(std::int32_t operation, std::int32_t key, const char* text) const {
+    void modify(int32_t operation, int32_t key, const char* text) const {
         rec_TagModify(operation, path_.c_str(), &key, text);
     }
     bytes content() const { return scratch::read_file(path_); }
@@ -87,14 +87,14 @@ TEST_F(TagPowerCutTest, AddedTagIsNeverCountedBeforeItStands) {
     modify(REC_TAG_ADD, 150, "kick-off");
     const bytes after = content();
     bytes tag_only = after;
-    put_u32(tag_only, TAG_COUNT, 1);
+    put_u32(tag_only, tag_count_offset, 1);
     std::vector<bytes> seen;
     const int calls = cut_off_everywhere(
         "mnt/rec", before, [&] { modify(REC_TAG_ADD, 150, "kick-off"); },
         [&](int nth) {
             const bytes left = content();
             EXPECT_TRUE(left == before || left == tag_only || left == after) << nth;
-            EXPECT_LE(get_u32(left, TAG_COUNT), tags_that_stand(left)) << nth;
+            EXPECT_LE(get_u32(left, tag_count_offset), tags_that_stand(left)) << nth;
             seen.push_back(left);
         });
     EXPECT_EQ(calls, 24);
@@ -105,8 +105,8 @@ TEST_F(TagPowerCutTest, AddedTagIsNeverCountedBeforeItStands) {
 TEST_F(TagPowerCutTest, ReplacedOrChangedTagIsOldOrNew) {
     const bytes before = tagged_records();
     struct change {
-        std::int32_t operation;
-        std::int32_t key;
+        int32_t operation;
+        int32_t key;
     };
     for (const auto& [operation, key] : {change{REC_TAG_ADD, 300}, change{REC_TAG_CHANGE, 200}}) {
         put_recording(before);
@@ -117,7 +117,7 @@ TEST_F(TagPowerCutTest, ReplacedOrChangedTagIsOldOrNew) {
             [&](int nth) {
                 const bytes left = content();
                 EXPECT_TRUE(left == before || left == after) << nth;
-                EXPECT_EQ(get_u32(left, TAG_COUNT), tags_that_stand(left)) << nth;
+                EXPECT_EQ(get_u32(left, tag_count_offset), tags_that_stand(left)) << nth;
             });
     }
 }
@@ -130,7 +130,7 @@ TEST_F(TagPowerCutTest, RemovalThatIsDoneAgainCountsRight) {
     modify(REC_TAG_REMOVE, 200, "");
     const bytes after = content();
     bytes tag_gone = after;
-    put_u32(tag_gone, TAG_COUNT, 1);
+    put_u32(tag_gone, tag_count_offset, 1);
     cut_off_everywhere(
         "mnt/rec", before, [&] { modify(REC_TAG_REMOVE, 200, ""); },
         [&](int nth) {
@@ -143,13 +143,13 @@ TEST_F(TagPowerCutTest, RemovalThatIsDoneAgainCountsRight) {
 
 // --- repair ---
 
-recording::frame nth_frame(std::uint32_t number, std::uint32_t stamp) {
+recording::frame nth_frame(uint32_t number, uint32_t stamp) {
     return small_frame(number, stamp + 1600 * (number - 1), number % 2 == 1 ? I : P);
 }
 
-bytes frames(std::uint32_t count, std::uint32_t stamp) {
+bytes frames(uint32_t count, uint32_t stamp) {
     bytes file = recording::file_header(count);
-    for (std::uint32_t number = 1; number <= count; ++number)
+    for (uint32_t number = 1; number <= count; ++number)
         recording::append(file, frame_record(nth_frame(number, stamp)));
     return file;
 }
@@ -159,7 +159,7 @@ bytes with_old_index(bytes file) {
     return file;
 }
 
-bytes without_last(bytes file, std::size_t count) {
+bytes without_last(bytes file, size_t count) {
     file.resize(file.size() - count);
     return file;
 }
@@ -183,7 +183,7 @@ protected:
 
     std::vector<bytes> damaged_files() const {
         std::vector<bytes> files;
-        for (const std::uint32_t stamp : {1000u, 0u, 0xFFFFFF00u}) {
+        for (const uint32_t stamp : {1000u, 0u, 0xFFFFFF00u}) {
             files.push_back(frames(4, stamp));
             files.push_back(with_old_index(frames(4, stamp)));
             files.push_back(without_last(with_old_index(frames(4, stamp)), 1));
@@ -221,11 +221,11 @@ TEST_F(RepairPowerCutTest, SoDoesOneThatRaisesThePictureSize) {
 
 TEST_F(RepairPowerCutTest, IndexWrittenInPartAtAnyByteIsReplaced) {
     const std::string path = folder_.file("mnt/rec");
-    for (const std::uint32_t stamp : {1000u, 0u, 0xFFFFFF00u}) {
+    for (const uint32_t stamp : {1000u, 0u, 0xFFFFFF00u}) {
         put_recording(frames(4, stamp));
         EXPECT_EQ(rec_RecoverRecordSize(path.c_str(), 5000), 0);
         const bytes whole = scratch::read_file(path);
-        for (std::size_t size = 88 + 160; size < whole.size(); ++size) {
+        for (size_t size = 88 + 160; size < whole.size(); ++size) {
             put_recording(part(whole, 0, size));
             EXPECT_EQ(rec_RecoverRecordSize(path.c_str(), 5000), 0);
             EXPECT_EQ(scratch::read_file(path), whole) << size;

@@ -15,32 +15,32 @@ using recording::index_block;
 using recording::index_record;
 using recording::put_u32;
 
-constexpr std::int32_t START = 5000;
-constexpr std::size_t HEADER = 88;
+constexpr int32_t start_time = 5000;
+constexpr size_t header_size = 88;
 
 bytes frames_of(const std::vector<frame>& frames) {
-    bytes file = recording::file_header(static_cast<std::uint32_t>(frames.size()));
+    bytes file = recording::file_header(static_cast<uint32_t>(frames.size()));
     for (const frame& each : frames)
         recording::append(file, frame_record(each));
     return file;
 }
 
 // Two I-frames with a P-frame behind each; the stamps start at `stamp` and rise by 1.6 seconds.
-std::vector<frame> four_frames(std::uint32_t stamp = 1000) {
+std::vector<frame> four_frames(uint32_t stamp = 1000) {
     return {small_frame(1, stamp, I), small_frame(2, stamp + 1600, P), small_frame(3, stamp + 3200, I),
             small_frame(4, stamp + 4800, P)};
 }
 
 // What an undisturbed repair of four_frames gives: 88 + 160 bytes and an index of two records.
-bytes repaired_four_frames(std::uint32_t stamp = 1000) {
+bytes repaired_four_frames(uint32_t stamp = 1000) {
     bytes file = frames_of(four_frames(stamp));
     recording::append(file, index_block({{.time = 5000, .position = 88}, {.time = 5003, .position = 168}}));
     return file;
 }
 
-std::vector<frame> only_i_frames(std::uint32_t count) {
+std::vector<frame> only_i_frames(uint32_t count) {
     std::vector<frame> frames;
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (uint32_t i = 0; i < count; ++i)
         frames.push_back(small_frame(i + 1, 1000 + 40 * i, I));
     return frames;
 }
@@ -50,11 +50,9 @@ protected:
     std::string path_ = folder_.file("mnt/rec");
 
     bytes content() const { return scratch::read_file(path_); }
-    std::int32_t recover(std::int32_t start = START) const {
-        return rec_RecoverRecordSize(path_.c_str(), start);
-    }
-    std::int32_t make_index(std::int32_t minimum_size = 0) {
-        return rec_MakeUpIframeIndex(path_.c_str(), minimum_size, &walked_, START);
+    int32_t recover(int32_t start = start_time) const { return rec_RecoverRecordSize(path_.c_str(), start); }
+    int32_t make_index(int32_t minimum_size = 0) {
+        return rec_MakeUpIframeIndex(path_.c_str(), minimum_size, &walked_, start_time);
     }
 
     bytes repaired(const bytes& damaged) const {
@@ -64,7 +62,7 @@ protected:
         return content();
     }
 
-    std::uint32_t walked_ = 77;
+    uint32_t walked_ = 77;
 };
 
 // --- what is written ---
@@ -119,8 +117,8 @@ TEST_F(RebuildTest, TagsOfTheOldIndexAreGone) {
 
 TEST_F(RebuildTest, NumbersOfIFramesAroundTheArraysSteps) {
     struct expectation {
-        std::uint32_t frames;
-        std::uint32_t capacity;
+        uint32_t frames;
+        uint32_t capacity;
     };
     for (const auto& [count, capacity] : {expectation{0, 450},
                                           {1, 450},
@@ -132,7 +130,7 @@ TEST_F(RebuildTest, NumbersOfIFramesAroundTheArraysSteps) {
                                           {10000, 10350}}) {
         const std::vector<frame> frames = only_i_frames(count);
         std::vector<index_record> records;
-        for (std::uint32_t i = 0; i < count; ++i)
+        for (uint32_t i = 0; i < count; ++i)
             records.push_back({.time = 5000 + 40 * i / 1000, .position = 88 + 40 * i});
         bytes expected = frames_of(frames);
         recording::append(expected, index_block(records, capacity));
@@ -146,8 +144,8 @@ TEST_F(RebuildTest, RepairedFileAnswersTheIndexQuery) {
     put_recording(frames_of(only_i_frames(451)));
     EXPECT_EQ(recover(), 0);
     kmr_frame_header header = {};
-    std::uint32_t block = 0;
-    std::uint32_t count = 0;
+    uint32_t block = 0;
+    uint32_t count = 0;
     EXPECT_EQ(rec_GetIFrameIndexInfo(path_.c_str(), &header, &block, nullptr, &count, nullptr), 0);
     EXPECT_EQ(block, 88u + 451 * 40);
     EXPECT_EQ(count, 451u);
@@ -174,17 +172,16 @@ TEST_F(RebuildTest, FrameKindIsItsLowByte) {
 // --- where the file is cut ---
 
 TEST_F(RebuildTest, FileCutOffAnywhereKeepsItsWholeFrames) {
-    for (const std::uint32_t stamp :
-         {1000u, 0u, 0xFFFFFF00u}) { // ordinary, at zero, around the end of 32 bits
+    for (const uint32_t stamp : {1000u, 0u, 0xFFFFFF00u}) { // ordinary, at zero, around the end of 32 bits
         const bytes whole = recording::sound(four_frames(stamp), 17);
-        for (std::size_t size = HEADER; size <= whole.size(); ++size) {
-            const std::size_t complete = std::min<std::size_t>((size - HEADER) / 40, 4);
+        for (size_t size = header_size; size <= whole.size(); ++size) {
+            const size_t complete = std::min<size_t>((size - header_size) / 40, 4);
             std::vector<index_record> records;
             if (complete >= 1)
                 records.push_back({.time = 5000, .position = 88});
             if (complete >= 3)
                 records.push_back({.time = 5003, .position = 168});
-            bytes expected = part(whole, 0, HEADER + 40 * complete);
+            bytes expected = part(whole, 0, header_size + 40 * complete);
             recording::append(expected, index_block(records));
             ASSERT_EQ(repaired(part(whole, 0, size)), expected) << stamp << " " << size;
         }
@@ -195,14 +192,14 @@ TEST_F(RebuildTest, TornIFrameIsNotIndexedAndNeedsNoRoom) {
     bytes torn = frames_of(only_i_frames(451));
     torn.pop_back();
     const bytes after = repaired(torn);
-    const std::size_t block = 88 + 450 * 40;
+    const size_t block = 88 + 450 * 40;
     EXPECT_EQ(get_u32(after, block + 32), 450u);
     EXPECT_EQ(get_u32(after, block + 40), 450u);
     EXPECT_EQ(after.size(), block + 52 + 450 * 80);
 }
 
 TEST_F(RebuildTest, FileWithoutAWholeHeaderIsLeftAlone) {
-    for (const std::size_t size : {0u, 1u, 87u}) {
+    for (const size_t size : {0u, 1u, 87u}) {
         put_recording(bytes(size, 1));
         EXPECT_EQ(recover(), -1);
         EXPECT_EQ(modification_time(path_), modified_);
@@ -291,7 +288,7 @@ TEST_F(RebuildTest, SmallPictureIsRaisedToTheMinimum) {
 }
 
 TEST_F(RebuildTest, LargeEnoughPictureStays) {
-    for (const std::int32_t minimum : {0, -1, 1920 << 16 | 1080, 1920 << 16 | 1079}) {
+    for (const int32_t minimum : {0, -1, 1920 << 16 | 1080, 1920 << 16 | 1079}) {
         put_recording(frames_of(four_frames()));
         EXPECT_EQ(make_index(minimum), REC_OK);
         EXPECT_EQ(content(), repaired_four_frames());
@@ -322,7 +319,7 @@ TEST_F(RebuildTest, NumberWalkedCountsEveryHeaderThatWasRead) {
     put_recording(recording::file_header(0));
     EXPECT_EQ(make_index(), REC_OK);
     EXPECT_EQ(walked_, 0u);
-    EXPECT_EQ(rec_MakeUpIframeIndex(path_.c_str(), 0, nullptr, START), REC_OK);
+    EXPECT_EQ(rec_MakeUpIframeIndex(path_.c_str(), 0, nullptr, start_time), REC_OK);
 }
 
 TEST_F(RebuildTest, StartTimeIsAskedOfTheFileSystem) {
@@ -345,16 +342,16 @@ TEST_F(RebuildTest, StartTimeThatIsNotToBeHadIsZero) {
 
 TEST_F(RebuildTest, StartTimesBeyond2038ArePossible) {
     put_recording(frames_of(four_frames()));
-    EXPECT_EQ(recover(static_cast<std::int32_t>(0xFFFFFFFE)), 0);
+    EXPECT_EQ(recover(static_cast<int32_t>(0xFFFFFFFE)), 0);
     EXPECT_EQ(get_u32(content(), 248 + 44), 0xFFFFFFFEu);
     EXPECT_EQ(get_u32(content(), 248 + 44 + 80), 1u);
 }
 
 TEST_F(RebuildTest, NoSuchFile) {
-    EXPECT_EQ(rec_RecoverRecordSize(nullptr, START), -1);
+    EXPECT_EQ(rec_RecoverRecordSize(nullptr, start_time), -1);
     EXPECT_EQ(recover(), REC_NOT_FOUND);
     EXPECT_EQ(short_calls(), (call_log{"Stat(rec) = -1"}));
-    EXPECT_EQ(rec_MakeUpIframeIndex(nullptr, 0, &walked_, START), REC_CANNOT_OPEN);
+    EXPECT_EQ(rec_MakeUpIframeIndex(nullptr, 0, &walked_, start_time), REC_CANNOT_OPEN);
     EXPECT_EQ(make_index(), REC_CANNOT_OPEN); // its folder is missing
     EXPECT_EQ(walked_, 77u);
 }
@@ -370,13 +367,13 @@ TEST_F(RebuildTest, WhatEachFailedCallLeaves) {
         recording::append(file, index({{.time = 5000, .position = 88}}));
         return file;
     }();
-    const auto cut_at = [&](std::size_t end, const std::vector<index_record>& records) {
+    const auto cut_at = [&](size_t end, const std::vector<index_record>& records) {
         bytes file = part(before, 0, end);
         recording::append(file, index(records));
         return file;
     };
     // An index that lacks the bytes from `from` on for `count` bytes.
-    const auto index_without = [&](std::size_t from, std::size_t count) {
+    const auto index_without = [&](size_t from, size_t count) {
         bytes file = done;
         file.erase(file.begin() + static_cast<std::ptrdiff_t>(168 + from),
                    file.begin() + static_cast<std::ptrdiff_t>(168 + from + count));
@@ -384,7 +381,7 @@ TEST_F(RebuildTest, WhatEachFailedCallLeaves) {
     };
     struct failure {
         int call; // as listed in ModuleCallsOfARepair
-        std::int32_t result;
+        int32_t result;
         bytes left;
     };
     const std::vector<index_record> one = {{.time = 5000, .position = 88}};
@@ -422,7 +419,7 @@ TEST_F(RebuildTest, StatusOfEachFailure) {
     struct failure {
         const char* operation;
         int nth;
-        std::int32_t status;
+        int32_t status;
     };
     for (const auto& [operation, nth, status] : {failure{"Open", 1, REC_CANNOT_OPEN},
                                                  {"Read", 1, REC_CANNOT_OPEN},
@@ -464,38 +461,38 @@ protected:
     void put_large_frames(int count) {
         put_recording(recording::file_header(0));
         bytes header = part(frame_record(small_frame(1, 1000, I)), 0, 32);
-        put_u32(header, 4, SIZE);
+        put_u32(header, 4, frame_size);
         std::FILE* const file = std::fopen(path_.c_str(), "rb+");
         for (int i = 0; i < count; ++i) {
-            fseeko(file, static_cast<off_t>(HEADER + std::uint64_t{SIZE} * static_cast<std::uint64_t>(i)),
+            fseeko(file, static_cast<off_t>(header_size + uint64_t{frame_size} * static_cast<uint64_t>(i)),
                    SEEK_SET);
             EXPECT_EQ(std::fwrite(header.data(), 1, header.size(), file), header.size());
         }
         std::fclose(file);
-        ASSERT_EQ(truncate(path_.c_str(), static_cast<off_t>(HEADER + std::uint64_t{SIZE} *
-                                                                          static_cast<std::uint64_t>(count))),
+        ASSERT_EQ(truncate(path_.c_str(), static_cast<off_t>(header_size + uint64_t{frame_size} *
+                                                                               static_cast<uint64_t>(count))),
                   0);
     }
 
-    static constexpr std::uint32_t SIZE = 2'000'000'000;
+    static constexpr uint32_t frame_size = 2'000'000'000;
 };
 
 TEST_F(LargeRebuildTest, FramesBeyond2GiBAreKept) {
     put_large_frames(2);
     EXPECT_EQ(recover(), 0);
-    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 2 * std::uint64_t{SIZE} + 52 + 160);
+    EXPECT_EQ(std::filesystem::file_size(path_), header_size + 2 * uint64_t{frame_size} + 52 + 160);
     kmr_frame_header header = {};
-    std::uint32_t block = 0;
-    std::uint32_t count = 0;
+    uint32_t block = 0;
+    uint32_t count = 0;
     EXPECT_EQ(rec_GetIFrameIndexInfo(path_.c_str(), &header, &block, nullptr, &count, nullptr), 0);
-    EXPECT_EQ(block, HEADER + 2 * SIZE);
+    EXPECT_EQ(block, header_size + 2 * frame_size);
     EXPECT_EQ(count, 2u);
 }
 
 TEST_F(LargeRebuildTest, FramesBeyond4GiBHaveNoOffsetAndNothingIsTouched) {
     put_large_frames(4);
     EXPECT_EQ(make_index(), REC_SHORT_READ);
-    EXPECT_EQ(std::filesystem::file_size(path_), HEADER + 4 * std::uint64_t{SIZE});
+    EXPECT_EQ(std::filesystem::file_size(path_), header_size + 4 * uint64_t{frame_size});
 }
 
 } // namespace

@@ -57,18 +57,18 @@ protected:
     }
 };
 
-inline std::string text(std::size_t number) {
+inline std::string text(size_t number) {
     return std::to_string(number);
 }
 
-inline bytes part(const bytes& of, std::size_t from, std::size_t to) {
+inline bytes part(const bytes& of, size_t from, size_t to) {
     return {of.begin() + static_cast<std::ptrdiff_t>(from), of.begin() + static_cast<std::ptrdiff_t>(to)};
 }
 
 // A small frame: 8 bytes of video, so 40 bytes in all.
-inline recording::frame small_frame(std::uint32_t number, std::uint32_t stamp, std::uint32_t kind) {
+inline recording::frame small_frame(uint32_t number, uint32_t stamp, uint32_t kind) {
     return {.number = number, .time_stamp = stamp, .kind = kind, .video = bytes(8, 0xAA)};
 }
 
-inline constexpr std::uint32_t I = 0;
-inline constexpr std::uint32_t P = 1;
+inline constexpr uint32_t I = 0;
+inline constexpr uint32_t P = 1;

@@ -33,10 +33,10 @@ bytes indexed(const std::vector<index_record>& records) {
     return file;
 }
 
-constexpr std::size_t BLOCK = 88;
-constexpr std::size_t TAG_COUNT = BLOCK + 12;
+constexpr size_t block_offset = 88;
+constexpr size_t tag_count_offset = block_offset + 12;
 
-std::size_t tag_of(std::size_t record) {
+size_t tag_of(size_t record) {
     return 148 + 80 * record;
 }
 
@@ -45,15 +45,15 @@ bytes three_records() {
     return indexed({{.time = 100}, {.time = 200, .tag = "goal"}, {.time = 300}});
 }
 
-void put_tag(bytes& file, std::size_t record, const std::string& tag) {
+void put_tag(bytes& file, size_t record, const std::string& tag) {
     std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(tag_of(record)), 64, 0);
     std::copy(tag.begin(), tag.end(), file.begin() + static_cast<std::ptrdiff_t>(tag_of(record)));
 }
 
 // Records at 10, 20, 30, ..., of which the first `tagged` have a tag.
-bytes many_records(std::uint32_t count, std::uint32_t tagged) {
+bytes many_records(uint32_t count, uint32_t tagged) {
     std::vector<index_record> records(count);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i) {
         records[i].time = 10 * (i + 1);
         if (i < tagged)
             records[i].tag = "tag " + std::to_string(i);
@@ -70,18 +70,18 @@ protected:
 
     std::string path_ = folder_.file("mnt/rec");
 
-    std::int32_t modify(std::int32_t operation, std::int32_t& key, const char* tag) const {
+    int32_t modify(int32_t operation, int32_t& key, const char* tag) const {
         return rec_TagModify(operation, path_.c_str(), &key, tag);
     }
-    std::int32_t modify_at(std::int32_t operation, std::int32_t key, const char* tag) const {
+    int32_t modify_at(int32_t operation, int32_t key, const char* tag) const {
         return modify(operation, key, tag);
     }
     bytes content() const { return scratch::read_file(path_); }
 
     // Time and text of what was found, "100 goal".
-    std::vector<std::string> find(const char* text, std::int32_t maximum = 100) const {
-        std::vector<rec_tag_entry> entries(static_cast<std::size_t>(maximum));
-        entries.resize(static_cast<std::size_t>(rec_TagQuery(path_.c_str(), text, entries.data(), maximum)));
+    std::vector<std::string> find(const char* text, int32_t maximum = 100) const {
+        std::vector<rec_tag_entry> entries(static_cast<size_t>(maximum));
+        entries.resize(static_cast<size_t>(rec_TagQuery(path_.c_str(), text, entries.data(), maximum)));
         std::vector<std::string> found;
         for (const rec_tag_entry& entry : entries)
             found.push_back(std::to_string(entry.uiTime) + " " + entry.cTagName);
@@ -134,7 +134,7 @@ TEST_F(TagQueryTest, NoIndexNoTags) {
 
 TEST_F(TagQueryTest, CountOfZeroHidesTags) {
     bytes file = three_records();
-    put_u32(file, TAG_COUNT, 0);
+    put_u32(file, tag_count_offset, 0);
     put_recording(file);
     EXPECT_EQ(find(""), names{});
 }
@@ -158,7 +158,7 @@ TEST_F(TagQueryTest, TagWithoutTerminatorEndsWithItsField) {
 
 TEST_F(TagQueryTest, RecordsOfLessThan80BytesHaveNoTags) {
     bytes file = three_records();
-    put_u32(file, BLOCK + 36, 79);
+    put_u32(file, block_offset + 36, 79);
     put_recording(file);
     EXPECT_EQ(find(""), names{});
 }
@@ -186,12 +186,12 @@ TEST(TagCallbackTest, SkipsAndStoresAnswerTheCount) {
 
 TEST_F(TagModifyTest, AddedTagGoesToTheRecordBeforeTheTime) {
     put_recording(three_records());
-    std::int32_t key = 150; // from 101 to 200: the record at 100
+    int32_t key = 150; // from 101 to 200: the record at 100
     EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), 0);
     EXPECT_EQ(key, 100);
     bytes expected = three_records();
     put_tag(expected, 0, "kick-off");
-    put_u32(expected, TAG_COUNT, 2);
+    put_u32(expected, tag_count_offset, 2);
     EXPECT_EQ(dates(path_), original_dates());
     EXPECT_EQ(content(), expected);
 }
@@ -214,7 +214,7 @@ TEST_F(TagModifyTest, ModuleCallsOfAnAddition) {
 
 TEST_F(TagModifyTest, AddedTagReplacesTheOneThatIsThere) {
     put_recording(three_records());
-    std::int32_t key = 300;
+    int32_t key = 300;
     EXPECT_EQ(modify(REC_TAG_ADD, key, "save"), 0);
     EXPECT_EQ(key, 200);
     bytes expected = three_records();
@@ -228,14 +228,14 @@ TEST_F(TagModifyTest, AddedTagReplacesTheOneThatIsThere) {
 
 TEST_F(TagModifyTest, TimeBeforeAllRecordsTagsTheFirst) {
     put_recording(three_records());
-    std::int32_t key = 5;
+    int32_t key = 5;
     EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), 0);
     EXPECT_EQ(key, 100);
 }
 
 TEST_F(TagModifyTest, TimeBehindAllRecordsIsRefused) {
     put_recording(three_records());
-    std::int32_t key = 301;
+    int32_t key = 301;
     EXPECT_EQ(modify(REC_TAG_ADD, key, "late"), -1);
     EXPECT_EQ(key, 301);
     expect_untouched(three_records());
@@ -245,7 +245,7 @@ TEST_F(TagModifyTest, TheSixtyFifthTagIsRefused) {
     const bytes full = many_records(70, 64);
     put_recording(full);
     EXPECT_EQ(modify_at(REC_TAG_ADD, 645, "new"), 0); // replaces the one at 640
-    EXPECT_EQ(get_u32(content(), TAG_COUNT), 64u);
+    EXPECT_EQ(get_u32(content(), tag_count_offset), 64u);
     put_recording(full);
     syncs = 0;
     EXPECT_EQ(modify_at(REC_TAG_ADD, 655, "new"), 1);
@@ -255,9 +255,9 @@ TEST_F(TagModifyTest, TheSixtyFifthTagIsRefused) {
 }
 
 TEST_F(TagModifyTest, CountBeyondTheLimitIsTheLimit) {
-    for (const std::uint32_t count : {64u, 65u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    for (const uint32_t count : {64u, 65u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         bytes file = three_records();
-        put_u32(file, TAG_COUNT, count);
+        put_u32(file, tag_count_offset, count);
         put_recording(file);
         EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "new"), 1);
         expect_untouched(file);
@@ -269,30 +269,30 @@ TEST_F(TagModifyTest, TextOf64CharactersFillsTheField) {
     EXPECT_EQ(modify_at(REC_TAG_ADD, 150, std::string(70, 'x').c_str()), 0);
     bytes expected = three_records();
     put_tag(expected, 0, std::string(64, 'x'));
-    put_u32(expected, TAG_COUNT, 2);
+    put_u32(expected, tag_count_offset, 2);
     EXPECT_EQ(content(), expected);
 }
 
 TEST_F(TagModifyTest, ShortNameIsTaggedOnTheDiskWhereItIs) {
     path_ = "disks/host05/part1/H0000120150102030405L000001";
     put(path_, three_records());
-    std::int32_t key = 150;
+    int32_t key = 150;
     EXPECT_EQ(rec_TagModify(REC_TAG_ADD, "H0000120150102030405C000001", &key, "kick-off"), 0);
     EXPECT_EQ(key, 100);
     EXPECT_EQ(dates(path_), original_dates());
-    EXPECT_EQ(get_u32(content(), TAG_COUNT), 2u);
+    EXPECT_EQ(get_u32(content(), tag_count_offset), 2u);
 }
 
 // --- removing and changing ---
 
 TEST_F(TagModifyTest, RemovedTagLeavesZeros) {
     put_recording(three_records());
-    std::int32_t key = 200;
+    int32_t key = 200;
     EXPECT_EQ(modify(REC_TAG_REMOVE, key, "ignored"), 0);
     EXPECT_EQ(key, -1);
     bytes expected = three_records();
     put_tag(expected, 1, "");
-    put_u32(expected, TAG_COUNT, 0);
+    put_u32(expected, tag_count_offset, 0);
     EXPECT_EQ(dates(path_), original_dates());
     EXPECT_EQ(content(), expected);
     const call_log calls = short_calls();
@@ -303,7 +303,7 @@ TEST_F(TagModifyTest, RemovedTagLeavesZeros) {
 
 TEST_F(TagModifyTest, RemovalNeverCountsBelowZero) {
     bytes file = three_records();
-    put_u32(file, TAG_COUNT, 0);
+    put_u32(file, tag_count_offset, 0);
     put_recording(file);
     EXPECT_EQ(modify_at(REC_TAG_REMOVE, 200, ""), 0);
     put_tag(file, 1, "");
@@ -312,7 +312,7 @@ TEST_F(TagModifyTest, RemovalNeverCountsBelowZero) {
 
 TEST_F(TagModifyTest, ChangedTagLeavesTheCount) {
     put_recording(three_records());
-    std::int32_t key = 200;
+    int32_t key = 200;
     EXPECT_EQ(modify(REC_TAG_CHANGE, key, "save"), 0);
     EXPECT_EQ(key, -1);
     bytes expected = three_records();
@@ -327,8 +327,8 @@ TEST_F(TagModifyTest, ChangedTagLeavesTheCount) {
 
 TEST_F(TagModifyTest, KeyThatIsNoRecordsTimeIsRefused) {
     put_recording(three_records());
-    for (const std::int32_t operation : {REC_TAG_REMOVE, REC_TAG_CHANGE}) {
-        std::int32_t key = 199;
+    for (const int32_t operation : {REC_TAG_REMOVE, REC_TAG_CHANGE}) {
+        int32_t key = 199;
         EXPECT_EQ(modify(operation, key, "x"), -1);
         EXPECT_EQ(key, 199);
     }
@@ -337,7 +337,7 @@ TEST_F(TagModifyTest, KeyThatIsNoRecordsTimeIsRefused) {
 
 TEST_F(TagModifyTest, BadArgumentsAreRefused) {
     put_recording(three_records());
-    std::int32_t key = 200;
+    int32_t key = 200;
     EXPECT_EQ(rec_TagModify(0, nullptr, &key, "x"), -1);
     EXPECT_EQ(rec_TagModify(0, path_.c_str(), &key, nullptr), -1);
     EXPECT_EQ(rec_TagModify(1, path_.c_str(), &key, nullptr), -1);
@@ -359,17 +359,17 @@ TEST_F(TagModifyTest, RecordingWithoutAnIndex) {
 
 TEST_F(TagModifyTest, RecordsOfLessThan80BytesAreRefused) {
     bytes file = three_records();
-    put_u32(file, BLOCK + 36, 79);
+    put_u32(file, block_offset + 36, 79);
     put_recording(file);
-    for (std::int32_t operation = 0; operation < 3; ++operation)
+    for (int32_t operation = 0; operation < 3; ++operation)
         EXPECT_EQ(modify_at(operation, 100, "x"), -1);
     expect_untouched(file);
 }
 
 TEST_F(TagModifyTest, LongRecordsCarryTheTagInTheirLast64Bytes) {
     bytes file = three_records();
-    put_u32(file, BLOCK + 32, 2);
-    put_u32(file, BLOCK + 36, 120); // the first one ends at 252
+    put_u32(file, block_offset + 32, 2);
+    put_u32(file, block_offset + 36, 120); // the first one ends at 252
     put_recording(file);
     EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "x"), 0);
     std::fill_n(file.begin() + 188, 64, 0);
@@ -378,20 +378,20 @@ TEST_F(TagModifyTest, LongRecordsCarryTheTagInTheirLast64Bytes) {
 }
 
 TEST_F(TagModifyTest, NoNumberOfAnIndexLeadsOutsideOfTheBlock) {
-    constexpr std::uint32_t values[] = {0,  1,   2,   3,   79,         80,         81,
-                                        82, 120, 240, 241, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-    for (const std::uint32_t count : values) {
-        for (const std::uint32_t size : values) {
-            for (std::int32_t operation = 0; operation < 3; ++operation) {
+    constexpr uint32_t values[] = {0,  1,   2,   3,   79,         80,         81,
+                                   82, 120, 240, 241, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+    for (const uint32_t count : values) {
+        for (const uint32_t size : values) {
+            for (int32_t operation = 0; operation < 3; ++operation) {
                 bytes file = three_records();
-                put_u32(file, BLOCK + 32, count);
-                put_u32(file, BLOCK + 36, size);
+                put_u32(file, block_offset + 32, count);
+                put_u32(file, block_offset + 36, size);
                 put_recording(file);
                 modify_at(operation, 100, "x");
                 const bytes after = content();
                 ASSERT_EQ(after.size(), file.size());
-                EXPECT_EQ(part(after, 0, TAG_COUNT), part(file, 0, TAG_COUNT));
-                EXPECT_EQ(part(after, TAG_COUNT + 4, 132), part(file, TAG_COUNT + 4, 132));
+                EXPECT_EQ(part(after, 0, tag_count_offset), part(file, 0, tag_count_offset));
+                EXPECT_EQ(part(after, tag_count_offset + 4, 132), part(file, tag_count_offset + 4, 132));
             }
         }
     }
@@ -401,8 +401,8 @@ TEST_F(TagModifyTest, NoNumberOfAnIndexLeadsOutsideOfTheBlock) {
 
 TEST_F(TagModifyTest, SixtyFourTagsAreAddedFoundReplacedChangedAndRemoved) {
     put_recording(many_records(70, 0));
-    for (std::int32_t i = 1; i <= 64; ++i) {
-        std::int32_t key = 10 * i + 1;
+    for (int32_t i = 1; i <= 64; ++i) {
+        int32_t key = 10 * i + 1;
         char tag[64] = {};
         std::snprintf(tag, sizeof tag, "moment %02d", i);
         EXPECT_EQ(modify(REC_TAG_ADD, key, tag), 0);
@@ -417,10 +417,10 @@ TEST_F(TagModifyTest, SixtyFourTagsAreAddedFoundReplacedChangedAndRemoved) {
     EXPECT_EQ(modify_at(REC_TAG_CHANGE, 170, "changed"), 0);
     EXPECT_EQ(find("changed"), names{"170 changed"});
     EXPECT_EQ(find("").size(), 64u);
-    EXPECT_EQ(get_u32(content(), TAG_COUNT), 64u);
-    for (std::int32_t i = 1; i <= 64; ++i) {
+    EXPECT_EQ(get_u32(content(), tag_count_offset), 64u);
+    for (int32_t i = 1; i <= 64; ++i) {
         EXPECT_EQ(modify_at(REC_TAG_REMOVE, 10 * i, ""), 0);
-        EXPECT_EQ(get_u32(content(), TAG_COUNT), static_cast<std::uint32_t>(64 - i));
+        EXPECT_EQ(get_u32(content(), tag_count_offset), static_cast<uint32_t>(64 - i));
     }
     EXPECT_EQ(content(), many_records(70, 0));
     EXPECT_EQ(modification_time(path_), modified_);
@@ -432,10 +432,10 @@ TEST_F(TagModifyTest, WhatEachFailedCallOfAnAdditionLeaves) {
     bytes tag_only = three_records();
     put_tag(tag_only, 0, "kick-off");
     bytes done = tag_only;
-    put_u32(done, TAG_COUNT, 2);
+    put_u32(done, tag_count_offset, 2);
     struct failure {
         int call; // as listed in ModuleCallsOfAnAddition
-        std::int32_t result;
+        int32_t result;
         const bytes& left;
         bool restores_dates;
     };
@@ -452,7 +452,7 @@ TEST_F(TagModifyTest, WhatEachFailedCallOfAnAdditionLeaves) {
         module_probe::reset();
         module_probe::fail("*", each.call);
         syncs = 0;
-        std::int32_t key = 150;
+        int32_t key = 150;
         EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), each.result) << each.call;
         EXPECT_EQ(key, 150);
         EXPECT_EQ(modification_time(path_), modified_) << each.call;
@@ -510,7 +510,7 @@ TEST_F(LargeTagTest, IndexBeyond2GiBIsReachedInTwoSteps) {
 TEST_F(LargeTagTest, FileBeyond4GiBIsLeftAlone) {
     put_behind(5'000'000'000);
     const auto before = modification_time(path_);
-    for (std::int32_t operation = 0; operation < 3; ++operation)
+    for (int32_t operation = 0; operation < 3; ++operation)
         EXPECT_LT(modify_at(operation, 100, "far"), 0);
     EXPECT_EQ(modification_time(path_), before);
 }

@@ -10,10 +10,10 @@
 #include <numeric>
 
 extern "C" {
-std::size_t c_sizeof_file_header(void);
-std::size_t c_sizeof_frame_header(void);
-std::size_t c_sizeof_index_record(void);
-int c_is_i_frame(std::uint32_t kind);
+size_t c_sizeof_file_header(void);
+size_t c_sizeof_frame_header(void);
+size_t c_sizeof_index_record(void);
+int c_is_i_frame(uint32_t kind);
 }
 
 namespace {
@@ -21,8 +21,8 @@ namespace {
 // A record whose byte at each offset is that offset.
 template <typename Record>
 Record numbered() {
-    std::uint8_t bytes[sizeof(Record)];
-    std::iota(std::begin(bytes), std::end(bytes), std::uint8_t{0});
+    uint8_t bytes[sizeof(Record)];
+    std::iota(std::begin(bytes), std::end(bytes), uint8_t{0});
     Record record;
     std::memcpy(&record, bytes, sizeof record);
     return record;
@@ -117,7 +117,7 @@ TEST(Format, NumbersOfTheFormat) {
 }
 
 TEST(Format, SyncWordIsThreeZerosAndATwoOnDisk) {
-    const std::uint8_t expected[] = {0, 0, 0, 2};
+    const uint8_t expected[] = {0, 0, 0, 2};
     EXPECT_EQ(std::memcmp(&KMR_SYNC_WORD, expected, 4), 0);
 }
 

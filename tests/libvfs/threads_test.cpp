@@ -8,15 +8,15 @@
 
 namespace {
 
-constexpr int THREADS = 4;
-constexpr int ROUNDS = 100;
+constexpr int thread_count = 4;
+constexpr int round_count = 100;
 
 class threads : public layer_test {
 protected:
     template <typename Work>
     static void run(Work work) {
         std::vector<std::thread> running;
-        for (int thread = 0; thread < THREADS; ++thread)
+        for (int thread = 0; thread < thread_count; ++thread)
             running.emplace_back(work, thread);
         for (std::thread& each : running)
             each.join();
@@ -26,10 +26,10 @@ protected:
 TEST_F(threads, UseFilesOfTheirOwnUndisturbed) {
     std::atomic<int> mistakes = 0;
     run([&](int thread) {
-        const std::string content(10 + static_cast<std::size_t>(thread), static_cast<char>('a' + thread));
+        const std::string content(10 + static_cast<size_t>(thread), static_cast<char>('a' + thread));
         const auto path = thread % 2 == 0 ? write_plain(std::string("f") + std::to_string(thread), content)
                                           : write_disk(std::string("f") + std::to_string(thread), content);
-        for (int round = 0; round < ROUNDS; ++round) {
+        for (int round = 0; round < round_count; ++round) {
             vfs_file* const stream = vfs_fopen(0, path.c_str(), "rb");
             char buffer[32] = {};
             mistakes += stream == nullptr || vfs_fseek(stream, 2, SEEK_SET) != 0 ||
@@ -44,10 +44,10 @@ TEST_F(threads, UseFilesOfTheirOwnUndisturbed) {
 
 TEST_F(threads, NeverGetTheSameDescriptor) {
     const auto path = write_plain("x", "abc");
-    std::vector<std::vector<int32_t>> given(THREADS);
+    std::vector<std::vector<int32_t>> given(thread_count);
     run([&](int thread) {
         for (int i = 0; i < 20; ++i)
-            given[static_cast<std::size_t>(thread)].push_back(vfs_Open(0, path.c_str(), 0));
+            given[static_cast<size_t>(thread)].push_back(vfs_Open(0, path.c_str(), 0));
     });
     std::set<int32_t> all;
     for (const auto& each : given)
@@ -58,12 +58,12 @@ TEST_F(threads, NeverGetTheSameDescriptor) {
 }
 
 TEST_F(threads, NeverGetTheSameDirectoryHandle) {
-    for (int thread = 0; thread < THREADS; ++thread)
+    for (int thread = 0; thread < thread_count; ++thread)
         for (int file = 0; file <= thread; ++file)
             write_disk("sda1/" + std::to_string(thread) + "/" + std::to_string(file), "");
     std::atomic<int> mistakes = 0;
     run([&](int thread) {
-        for (int round = 0; round < ROUNDS; ++round) {
+        for (int round = 0; round < round_count; ++round) {
             void* const handle = vfs_OpenDir(disk("sda1/" + std::to_string(thread)).c_str());
             int files = 0;
             while (handle != nullptr && vfs_ReadDir(handle) != nullptr)

@@ -1,7 +1,7 @@
 // Copying a recording out: what the modules are asked for, what the host file gets, what is printed.
 #include "file_op/open_table.h"
 #include "main/front_end.h"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 #include "tests/support/scratch.hpp"
 
 #include <fcntl.h>
@@ -60,8 +60,8 @@ protected:
 
     const bytes content = [] {
         bytes some(10000);
-        for (std::size_t i = 0; i < some.size(); ++i)
-            some[i] = static_cast<std::uint8_t>(i * 31 + i / 256);
+        for (size_t i = 0; i < some.size(); ++i)
+            some[i] = static_cast<uint8_t>(i * 31 + i / 256);
         return some;
     }();
     const scratch::folder place;

@@ -1,6 +1,6 @@
 // The partitions' paths, and which module calls the start makes in which order.
 #include "main/front_end.h"
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
 #include <array>
 #include <climits>
@@ -14,18 +14,18 @@ namespace {
 
 using ::testing::ElementsAreArray;
 
-constexpr std::size_t path_size = 32;
+constexpr size_t path_size = 32;
 
 // The buffer's bytes after a call; it held 'x' throughout.
 struct outcome {
-    std::int32_t result;
+    int32_t result;
     std::string bytes;
 };
 
-outcome path_of(std::int32_t slot) {
+outcome path_of(int32_t slot) {
     std::array<char, path_size> buffer;
     buffer.fill('x');
-    const std::int32_t result = inner_GetVitualMountPath(buffer.data(), slot);
+    const int32_t result = inner_GetVitualMountPath(buffer.data(), slot);
     return {result, std::string(buffer.data(), buffer.size())};
 }
 
@@ -34,7 +34,7 @@ std::string written(const std::string& text) {
 }
 
 TEST(mount_path, has_two_digits_and_partition_1) {
-    const std::vector<std::pair<std::int32_t, std::string>> paths{
+    const std::vector<std::pair<int32_t, std::string>> paths{
         {0, "/dev/scsi/host00/part1"}, {1, "/dev/scsi/host01/part1"},  {7, "/dev/scsi/host07/part1"},
         {9, "/dev/scsi/host09/part1"}, {10, "/dev/scsi/host10/part1"}, {22, "/dev/scsi/host22/part1"},
         {23, "/dev/scsi/host23/part1"}};
@@ -50,7 +50,7 @@ TEST(mount_path, of_slot_24_is_refused_and_leaves_the_buffer) {
 }
 
 TEST(mount_path, of_any_other_slot_is_refused_and_empties_the_buffer) {
-    for (const std::int32_t slot : {-1, 25, 26, 100, -24, INT32_MIN, INT32_MAX}) {
+    for (const int32_t slot : {-1, 25, 26, 100, -24, INT32_MIN, INT32_MAX}) {
         EXPECT_EQ(path_of(slot).result, -1) << slot;
         EXPECT_EQ(path_of(slot).bytes, written("")) << slot;
     }

@@ -6,24 +6,24 @@
 
 namespace {
 
-std::int64_t expected_uptime() {
+int64_t expected_uptime() {
     tms unused;
-    const auto ticks = static_cast<std::int32_t>(times(&unused));
-    return static_cast<std::int64_t>(ticks) * 1000 / sysconf(_SC_CLK_TCK) + 300000;
+    const auto ticks = static_cast<int32_t>(times(&unused));
+    return static_cast<int64_t>(ticks) * 1000 / sysconf(_SC_CLK_TCK) + 300000;
 }
 
 TEST(uptime, is_the_tick_count_in_milliseconds_from_300000_on) {
-    const std::int64_t before = expected_uptime();
-    const std::int64_t uptime = get_uptime_ms();
-    const std::int64_t after = expected_uptime();
+    const int64_t before = expected_uptime();
+    const int64_t uptime = get_uptime_ms();
+    const int64_t after = expected_uptime();
     EXPECT_LE(before, uptime);
     EXPECT_LE(uptime, after);
 }
 
 TEST(uptime, runs_on) {
-    const std::int64_t start = get_uptime_ms();
+    const int64_t start = get_uptime_ms();
     usleep(60000);
-    const std::int64_t passed = get_uptime_ms() - start;
+    const int64_t passed = get_uptime_ms() - start;
     EXPECT_GE(passed, 50);
     EXPECT_LT(passed, 30000);
 }

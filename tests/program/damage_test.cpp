@@ -33,7 +33,7 @@ protected:
         EXPECT_EQ(scratch::read_file(place.path() / "damaged.kmr"), file);
     }
 
-    std::uint8_t noise() { return static_cast<std::uint8_t>(random()); }
+    uint8_t noise() { return static_cast<uint8_t>(random()); }
 
     const bytes sound = small_recording();
     viewer::place place;
@@ -41,25 +41,25 @@ protected:
 };
 
 TEST_F(damage, cut_at_every_byte) {
-    for (std::size_t size = 0; size <= sound.size(); ++size) {
+    for (size_t size = 0; size <= sound.size(); ++size) {
         SCOPED_TRACE(size);
         expect_survived(bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size)));
     }
 }
 
 TEST_F(damage, noise_in_every_block_of_16_bytes) {
-    for (std::size_t block = 0; block < sound.size(); block += 16) {
+    for (size_t block = 0; block < sound.size(); block += 16) {
         SCOPED_TRACE(block);
         bytes file = sound;
-        for (std::size_t i = block; i < std::min(block + 16, file.size()); ++i)
+        for (size_t i = block; i < std::min(block + 16, file.size()); ++i)
             file[i] = noise();
         expect_survived(file);
     }
 }
 
 TEST_F(damage, one_or_zero_bits_in_every_block_of_16_bytes) {
-    for (const std::uint8_t value : {std::uint8_t{0}, std::uint8_t{0xFF}})
-        for (std::size_t block = 0; block < sound.size(); block += 16) {
+    for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}})
+        for (size_t block = 0; block < sound.size(); block += 16) {
             SCOPED_TRACE(block);
             bytes file = sound;
             std::fill(file.begin() + static_cast<std::ptrdiff_t>(block),
@@ -73,10 +73,10 @@ TEST_F(damage, noise_from_end_to_end_with_sync_words_in_it) {
     for (int round = 0; round < 40; ++round) {
         SCOPED_TRACE(round);
         bytes file(2000);
-        for (std::uint8_t& each : file)
+        for (uint8_t& each : file)
             each = noise();
         recording::put_u32(file, 84, 200);
-        for (std::size_t at = 88; at + 32 < file.size(); at += 32 + noise() % 64) {
+        for (size_t at = 88; at + 32 < file.size(); at += 32 + noise() % 64) {
             recording::put_u32(file, at, 0x02000000);
             recording::put_u32(file, at + 4, 32 + noise());
             recording::put_u32(file, at + 8, noise() % 2);
@@ -89,13 +89,13 @@ TEST_F(damage, noise_from_end_to_end_with_sync_words_in_it) {
 
 // The head's count decides how many rows there are; behind the end of the file they show zeros.
 TEST_F(damage, an_index_that_counts_more_records_than_the_file_has) {
-    constexpr std::uint32_t count = 10000;
+    constexpr uint32_t count = 10000;
     bytes file = sound;
-    const std::size_t index_block = file.size() - recording::get_u32(file, file.size() - 4);
+    const size_t index_block = file.size() - recording::get_u32(file, file.size() - 4);
     recording::put_u32(file, index_block + 32, count);
     place.folder().write("damaged.kmr", file);
     const std::string report = place.report({"-f", "damaged.kmr", "-t"});
-    EXPECT_EQ(static_cast<std::uint32_t>(std::count(report.begin(), report.end(), '[')), count);
+    EXPECT_EQ(static_cast<uint32_t>(std::count(report.begin(), report.end(), '[')), count);
     EXPECT_THAT(report, HasSubstr("    9999\t[00:00:00]\t00000000\t"));
     EXPECT_THAT(report, HasSubstr(" 123abcd\t  800000\t\n"));
 }

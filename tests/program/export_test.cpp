@@ -9,10 +9,10 @@ namespace {
 
 using recording::bytes;
 
-bytes of_size(std::size_t size) {
+bytes of_size(size_t size) {
     bytes content(size);
-    for (std::size_t i = 0; i < size; ++i)
-        content[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    for (size_t i = 0; i < size; ++i)
+        content[i] = static_cast<uint8_t>(i * 7 + i / 251);
     return content;
 }
 
@@ -39,7 +39,7 @@ TEST_F(copy_out, prints_the_size_and_nothing_else) {
 }
 
 TEST_F(copy_out, of_every_size_around_a_block) {
-    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8192U}) {
+    for (const size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8192U}) {
         place.folder().write("in.kmr", of_size(size));
         EXPECT_EQ(place.report({"-f", "in.kmr", "-oout.kmr"}), "file size=" + std::to_string(size) + "\n");
         EXPECT_EQ(written("out.kmr"), of_size(size));

@@ -4,15 +4,15 @@ namespace recordings {
 namespace {
 
 // Offsets in a frame header.
-constexpr std::size_t frame_size = 4;
-constexpr std::size_t video_size = 20;
-constexpr std::size_t tag = 30;
+constexpr size_t frame_size = 4;
+constexpr size_t video_size = 20;
+constexpr size_t tag = 30;
 
 // Offsets of frames in eight_frames().
-constexpr std::size_t third = 88 + 2 * 132;
-constexpr std::size_t fourth = 88 + 3 * 132;
+constexpr size_t third = 88 + 2 * 132;
+constexpr size_t fourth = 88 + 3 * 132;
 
-bytes five_cut_at(std::size_t size) {
+bytes five_cut_at(size_t size) {
     bytes file = recording::sound(five_frames());
     cut(file, size);
     return file;
@@ -28,13 +28,13 @@ bytes torn_large_frame() {
     return file;
 }
 
-bytes damaged_at(std::size_t frame, std::size_t field, std::uint32_t value) {
+bytes damaged_at(size_t frame, size_t field, uint32_t value) {
     bytes file = eight_frames();
     recording::put_u32(file, frame + field, value);
     return file;
 }
 
-bytes filled(std::size_t offset, std::size_t size, std::uint8_t value) {
+bytes filled(size_t offset, size_t size, uint8_t value) {
     bytes file = eight_frames();
     fill(file, offset, size, value);
     return file;

@@ -6,23 +6,23 @@
 namespace recordings {
 namespace {
 
-constexpr std::size_t frame_rate = 0;
-constexpr std::size_t mode = 6;
-constexpr std::size_t cover_word = 24;
-constexpr std::size_t frame_number_difference = 60;
-constexpr std::size_t frame_count = 84;
+constexpr size_t frame_rate = 0;
+constexpr size_t mode = 6;
+constexpr size_t cover_word = 24;
+constexpr size_t frame_number_difference = 60;
+constexpr size_t frame_count = 84;
 
 bytes sound() {
     return recording::sound(five_frames());
 }
 
-bytes with_frame_count(std::uint32_t count) {
+bytes with_frame_count(uint32_t count) {
     bytes file = sound();
     recording::put_u32(file, frame_count, count);
     return file;
 }
 
-void put_text(bytes& file, std::size_t offset, std::string_view text) {
+void put_text(bytes& file, size_t offset, std::string_view text) {
     std::copy(text.begin(), text.end(), file.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
@@ -47,7 +47,7 @@ bytes every_field() {
     return file;
 }
 
-bytes with_mode(std::uint16_t value) {
+bytes with_mode(uint16_t value) {
     bytes file = sound();
     recording::put_u16(file, mode, value);
     return file;

@@ -3,33 +3,33 @@
 namespace recordings {
 namespace {
 
-constexpr std::uint32_t start_time = 1420167845; // 2015-01-02 03:04:05 UTC
+constexpr uint32_t start_time = 1420167845; // 2015-01-02 03:04:05 UTC
 
 // The index block of five_frames().
-constexpr std::size_t block = 948;
-constexpr std::size_t record_count = block + 32;
-constexpr std::size_t record_size = block + 36;
+constexpr size_t block = 948;
+constexpr size_t record_count = block + 32;
+constexpr size_t record_size = block + 36;
 
 bytes five() {
     return recording::sound(five_frames());
 }
 
-bytes five_cut_at(std::size_t size) {
+bytes five_cut_at(size_t size) {
     bytes file = five();
     cut(file, size);
     return file;
 }
 
-bytes with_word(std::size_t offset, std::uint32_t value) {
+bytes with_word(size_t offset, uint32_t value) {
     bytes file = five();
     recording::put_u32(file, offset, value);
     return file;
 }
 
-bytes with_trailer_magic(std::uint32_t value) {
+bytes with_trailer_magic(uint32_t value) {
     return with_word(five().size() - 8, value);
 }
-bytes with_trailer_length(std::uint32_t value) {
+bytes with_trailer_length(uint32_t value) {
     return with_word(five().size() - 4, value);
 }
 
@@ -96,7 +96,7 @@ bytes index_reached_twice() {
     bytes file = recording::file_header(1);
     recording::append(file, recording::frame_record({.tag = 0x7788}));
     recording::append(file, recording::index_block({{.time = start_time, .position = 88}}));
-    recording::put_u32(file, file.size() - 4, static_cast<std::uint32_t>(file.size()));
+    recording::put_u32(file, file.size() - 4, static_cast<uint32_t>(file.size()));
     return file;
 }
 

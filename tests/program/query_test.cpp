@@ -8,7 +8,7 @@ namespace {
 using recording::bytes;
 
 struct entry {
-    std::uint32_t time;
+    uint32_t time;
     std::string path;
     std::string name = "video.kmr";
 };
@@ -17,7 +17,7 @@ struct entry {
 bytes index_file(const std::vector<entry>& entries) {
     bytes file(72, 0xEE);
     for (const entry& each : entries) {
-        const std::size_t record = file.size();
+        const size_t record = file.size();
         file.resize(record + 184, 0);
         recording::put_u32(file, record + 4, each.time);
         std::copy(each.name.begin(), each.name.end(),
@@ -91,7 +91,7 @@ TEST_F(query, ends_a_path_with_its_field) {
 TEST_F(query, prints_the_first_3000_of_more_matches) {
     std::string expected;
     std::vector<entry> entries;
-    for (std::uint32_t i = 0; i < 3001; ++i) {
+    for (uint32_t i = 0; i < 3001; ++i) {
         entries.push_back({i, "path" + std::to_string(i)});
         if (i < 3000)
             expected += "/dev/mmcblk0p2/path" + std::to_string(i) + "\n";

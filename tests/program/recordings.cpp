@@ -17,16 +17,16 @@ std::vector<frame> five_frames() {
 
 bytes eight_frames() {
     std::vector<frame> frames;
-    for (std::uint32_t number = 1; number <= 8; ++number)
+    for (uint32_t number = 1; number <= 8; ++number)
         frames.push_back({.number = number, .time_stamp = number * 1000, .kind = number % 3 == 1 ? 0U : 1U});
     return recording::sound(frames);
 }
 
-void cut(bytes& file, std::size_t size) {
+void cut(bytes& file, size_t size) {
     file.resize(size);
 }
 
-void fill(bytes& file, std::size_t offset, std::size_t size, std::uint8_t value) {
+void fill(bytes& file, size_t offset, size_t size, uint8_t value) {
     std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(offset), size, value);
 }
 

@@ -36,7 +36,7 @@ std::vector<frame> five_frames();
 // bytes stands at 1144, the file ends at 1436.
 bytes eight_frames();
 
-void cut(bytes& file, std::size_t size);
-void fill(bytes& file, std::size_t offset, std::size_t size, std::uint8_t value);
+void cut(bytes& file, size_t size);
+void fill(bytes& file, size_t offset, size_t size, uint8_t value);
 
 } // namespace recordings

@@ -10,9 +10,9 @@ namespace {
 
 class side_files : public ::testing::Test {
 protected:
-    void write_frames(std::uint32_t first, std::uint32_t last) {
+    void write_frames(uint32_t first, uint32_t last) {
         std::vector<recording::frame> frames;
-        for (std::uint32_t number = first; number <= last; ++number)
+        for (uint32_t number = first; number <= last; ++number)
             frames.push_back({.number = number, .time_stamp = number * 40});
         place.folder().write("frames.kmr", recording::sound(frames));
     }

@@ -8,12 +8,12 @@ namespace {
 const bytes h264_marker{0x00, 0x00, 0x00, 0x01, 0x06, 0xF0};
 const bytes h265_marker{0x00, 0x00, 0x00, 0x01, 0x4E, 0x01, 0xF0};
 
-void append_u16(bytes& to, std::size_t value) {
-    to.push_back(static_cast<std::uint8_t>(value));
-    to.push_back(static_cast<std::uint8_t>(value >> 8));
+void append_u16(bytes& to, size_t value) {
+    to.push_back(static_cast<uint8_t>(value));
+    to.push_back(static_cast<uint8_t>(value >> 8));
 }
 
-bytes segment(std::uint16_t flag, const bytes& payload) {
+bytes segment(uint16_t flag, const bytes& payload) {
     bytes all;
     append_u16(all, flag);
     append_u16(all, payload.size());
@@ -22,8 +22,8 @@ bytes segment(std::uint16_t flag, const bytes& payload) {
 }
 
 // Magic, segment count and length field before the segments.
-bytes block(std::uint16_t count, const std::vector<bytes>& segments) {
-    std::size_t length = 0;
+bytes block(uint16_t count, const std::vector<bytes>& segments) {
+    size_t length = 0;
     for (const bytes& each : segments)
         length += each.size();
     bytes all{'Z', 'N', 'S', 'T'};
@@ -37,10 +37,10 @@ bytes block(std::uint16_t count, const std::vector<bytes>& segments) {
 // What stands at the start of a frame's video data, with some of the stream behind it.
 bytes message(const bytes& marker, const bytes& content) {
     bytes all = marker;
-    std::size_t rest = content.size();
+    size_t rest = content.size();
     for (; rest >= 255; rest -= 255)
         all.push_back(0xFF);
-    all.push_back(static_cast<std::uint8_t>(rest));
+    all.push_back(static_cast<uint8_t>(rest));
     recording::append(all, content);
     recording::append(all, {0x80, 0x00, 0x00, 0x00, 0x01, 0x65, 0xAA, 0xAA});
     return all;
@@ -65,7 +65,7 @@ bytes every_kind_of_message() {
     const bytes osd = segment(0xFED1, bytes(5, 'o'));
     const bytes unknown = segment(0x1234, bytes(3, '?'));
     bytes length_wrong = block(1, {osd});
-    length_wrong[6] = static_cast<std::uint8_t>(length_wrong[6] - 1);
+    length_wrong[6] = static_cast<uint8_t>(length_wrong[6] - 1);
     bytes magic_wrong = block(1, {osd});
     magic_wrong[3] = 'X';
     bytes segment_too_long = block(2, {osd, segment(0xFED4, bytes(7, 'g'))});
@@ -94,7 +94,7 @@ bytes every_kind_of_message() {
         message(h264_marker, block(1, {segment(0xFED9, {0x00, 0x00, 0x01, 0x00})})),
     };
     std::vector<frame> frames;
-    for (std::uint32_t number = 1; const bytes& video : videos) {
+    for (uint32_t number = 1; const bytes& video : videos) {
         frames.push_back(
             {.number = number, .time_stamp = number * 1000, .kind = number == 1 ? 0U : 1U, .video = video});
         ++number;

@@ -26,7 +26,7 @@ arguments words_of(const std::string& line) {
 
 // Takes the line at the beginning of the text away.
 std::string take_line(std::string& text) {
-    const std::size_t end = text.find('\n');
+    const size_t end = text.find('\n');
     const std::string line = text.substr(0, end);
     text.erase(0, end + 1);
     return line;
@@ -98,7 +98,7 @@ golden read_golden(const std::string& name) {
 }
 
 std::string replaced(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
         text.replace(at, what.size(), with);
     return text;
 }

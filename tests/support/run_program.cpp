@@ -142,7 +142,7 @@ void take(descriptor& from, std::string& to) {
     std::array<char, 65536> block;
     const ssize_t got = read(from.number(), block.data(), block.size());
     if (got > 0)
-        to.append(block.data(), static_cast<std::size_t>(got));
+        to.append(block.data(), static_cast<size_t>(got));
     else if (got == 0 || errno != EINTR)
         from.reset();
 }

@@ -13,15 +13,15 @@ using compose::split_access_units;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-auto unit(std::size_t offset, std::size_t size, bool i_frame) {
+auto unit(size_t offset, size_t size, bool i_frame) {
     return ::testing::AllOf(::testing::Field(&access_unit::offset, offset),
                             ::testing::Field(&access_unit::size, size),
                             ::testing::Field(&access_unit::i_frame, i_frame));
 }
 
-std::vector<std::size_t> i_frames_of(const std::vector<access_unit>& units) {
-    std::vector<std::size_t> numbers;
-    for (std::size_t i = 0; i < units.size(); ++i)
+std::vector<size_t> i_frames_of(const std::vector<access_unit>& units) {
+    std::vector<size_t> numbers;
+    for (size_t i = 0; i < units.size(); ++i)
         if (units[i].i_frame)
             numbers.push_back(i);
     return numbers;
@@ -77,7 +77,7 @@ TEST(AnnexB, H265SlicesOfOnePictureAreOneFrame) {
 TEST(AnnexB, EveryH265RandomAccessPictureIsAnIFrame) {
     for (int type = 0; type <= 23; ++type) {
         auto stream = hex("00000001 000180");
-        stream[4] = static_cast<std::uint8_t>(type << 1);
+        stream[4] = static_cast<uint8_t>(type << 1);
         EXPECT_THAT(split_access_units(stream, codec::h265), ElementsAre(unit(0, 7, type >= 16))) << type;
     }
 }

@@ -14,7 +14,7 @@ bytes with(const composer::words& more) {
     return make.recording_of(two_small_frames + more);
 }
 
-bytes filled(bytes file, std::size_t offset, std::size_t length, std::uint8_t value) {
+bytes filled(bytes file, size_t offset, size_t length, uint8_t value) {
     std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(offset), length, value);
     return file;
 }

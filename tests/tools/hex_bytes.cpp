@@ -9,7 +9,7 @@ recording::bytes hex(const std::string& digits) {
         pair += digit;
         if (pair.size() < 2)
             continue;
-        all.push_back(static_cast<std::uint8_t>(std::stoul(pair, nullptr, 16)));
+        all.push_back(static_cast<uint8_t>(std::stoul(pair, nullptr, 16)));
         pair.clear();
     }
     return all;

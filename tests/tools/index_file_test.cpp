@@ -8,7 +8,7 @@ namespace {
 
 using recording::bytes;
 
-bytes text_field(const std::string& text, std::size_t size) {
+bytes text_field(const std::string& text, size_t size) {
     bytes field(text.begin(), text.end());
     field.resize(size, 0);
     return field;

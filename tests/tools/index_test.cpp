@@ -10,8 +10,8 @@ using recording::bytes;
 using recording::get_u32;
 using recording::put_u32;
 
-constexpr std::size_t index_at = 163; // of two_small_frames
-constexpr std::size_t record_at = index_at + 44;
+constexpr size_t index_at = 163; // of two_small_frames
+constexpr size_t record_at = index_at + 44;
 
 // The small recording with something else than it has by itself.
 bytes with(const composer::words& more) {
@@ -47,7 +47,7 @@ TEST(Index, NoMoreThan64TagsAreCounted) {
 
 TEST(Index, CapacityCountsIn450s) {
     const composer make;
-    const auto capacity = [&](std::size_t frames) {
+    const auto capacity = [&](size_t frames) {
         const bytes file =
             make.recording_of({"--frames", std::to_string(frames), "--i-interval", "1", "--payload", "0"});
         return get_u32(file, 88 + frames * 32 + 40);
@@ -61,7 +61,7 @@ TEST(Index, TimesFollowTheStampsInWholeSeconds) {
     const composer make;
     const bytes file = make.recording_of({"--frames", "4", "--i-interval", "1", "--payload", "0",
                                           "--stamp-step", "999", "--start-epoch", "5000"});
-    const std::size_t records = 88 + 4 * 32 + 44;
+    const size_t records = 88 + 4 * 32 + 44;
     EXPECT_EQ(get_u32(file, records), 5000u);
     EXPECT_EQ(get_u32(file, records + 80), 5000u);
     EXPECT_EQ(get_u32(file, records + 160), 5001u);
@@ -119,7 +119,7 @@ TEST(Index, TheTrailerCanBeWrong) {
 TEST(Index, TheTrailerCanBeMissing) {
     bytes expected = with({});
     expected.resize(287);
-    put_u32(expected, 80, static_cast<std::uint32_t>(expected.size()));
+    put_u32(expected, 80, static_cast<uint32_t>(expected.size()));
     EXPECT_EQ(with({"--no-trailer"}), expected);
 }
 

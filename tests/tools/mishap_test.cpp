@@ -22,9 +22,9 @@ bytes with(const composer::words& more) {
     return make.recording_of(six_bare_frames + more);
 }
 
-std::vector<std::uint32_t> words_of_frames(const bytes& file, std::size_t field, std::size_t count) {
-    std::vector<std::uint32_t> values;
-    for (std::size_t i = 0; i < count; ++i)
+std::vector<uint32_t> words_of_frames(const bytes& file, size_t field, size_t count) {
+    std::vector<uint32_t> values;
+    for (size_t i = 0; i < count; ++i)
         values.push_back(get_u32(file, 88 + 32 * i + field));
     return values;
 }
@@ -39,7 +39,7 @@ TEST(Mishap, LostFramesLeaveAGapInNumbersAndStamps) {
 
 TEST(Mishap, ALostIFrameIsNotInTheIndex) {
     const bytes file = with({"--lose", "2:2"});
-    const std::size_t index = 88 + 4 * 32;
+    const size_t index = 88 + 4 * 32;
     EXPECT_EQ(get_u32(file, index + 32), 1u);
     EXPECT_EQ(get_u32(file, index + 44 + 4), 88u);
 }
@@ -68,15 +68,15 @@ TEST(Mishap, EncryptedFramesCarryTheFlag) {
     put_u16(expected, 88 + 32 * 2 + 30, 2);
     EXPECT_EQ(with({"--encrypt", "1-2"}), expected);
     const bytes all = with({"--encrypt", "all"});
-    for (std::size_t i = 0; i < 6; ++i)
+    for (size_t i = 0; i < 6; ++i)
         EXPECT_EQ(get_u32(all, 88 + 32 * i + 28), 0x00020000u);
 }
 
 TEST(Mishap, EveryFieldOfAFrameHeaderCanBeSet) {
     bytes expected = with({});
-    const std::uint32_t fields[] = {0x11111111, 0x22222222, 0x33333333, 0x44444444,
-                                    0x55555555, 0x66666666, 0x88887777, 0xAAAA9999};
-    for (std::size_t i = 0; i < std::size(fields); ++i)
+    const uint32_t fields[] = {0x11111111, 0x22222222, 0x33333333, 0x44444444,
+                               0x55555555, 0x66666666, 0x88887777, 0xAAAA9999};
+    for (size_t i = 0; i < std::size(fields); ++i)
         put_u32(expected, 88 + 32 * 2 + 4 * i, fields[i]);
     EXPECT_EQ(with({"--frame-field", "2.SyncWord=0x11111111",  "--frame-field", "2.FrameSize=0x22222222",
                     "--frame-field", "2.FrameKind=0x33333333", "--frame-field", "2.FrameNo=0x44444444",
@@ -95,13 +95,13 @@ TEST(Mishap, AGapIsGarbageWithoutZeros) {
     const bytes sound = with({});
     bytes file = with({"--gap-bytes", "2:1000"});
     const auto gap = file.begin() + 88 + 2 * 32;
-    EXPECT_EQ(std::count(gap, gap + 1000, std::uint8_t{0}), 0);
+    EXPECT_EQ(std::count(gap, gap + 1000, uint8_t{0}), 0);
     EXPECT_NE(bytes(gap, gap + 500), bytes(gap + 500, gap + 1000));
     // Without the gap all is as before, but for the size and the position of the I-frame behind it.
     file.erase(gap, gap + 1000);
     EXPECT_EQ(get_u32(file, 80), sound.size() + 1000);
-    put_u32(file, 80, static_cast<std::uint32_t>(sound.size()));
-    const std::size_t second_record = 88 + 6 * 32 + 44 + 80;
+    put_u32(file, 80, static_cast<uint32_t>(sound.size()));
+    const size_t second_record = 88 + 6 * 32 + 44 + 80;
     EXPECT_EQ(get_u32(file, second_record + 4), 88u + 3 * 32 + 1000);
     put_u32(file, second_record + 4, 88 + 3 * 32);
     EXPECT_EQ(file, sound);

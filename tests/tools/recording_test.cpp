@@ -11,7 +11,7 @@ namespace {
 using recording::bytes;
 using recording::get_u32;
 
-bytes slice(const bytes& from, std::size_t offset, std::size_t size) {
+bytes slice(const bytes& from, size_t offset, size_t size) {
     return {from.begin() + static_cast<std::ptrdiff_t>(offset),
             from.begin() + static_cast<std::ptrdiff_t>(offset + size)};
 }
@@ -43,7 +43,7 @@ TEST(Recording, IsWhatTheTestsOwnComposerSays) {
     bytes expected = recording::sound({{.number = 1, .time_stamp = 1000, .kind = 0, .video = i_video},
                                        {.number = 2, .time_stamp = 1040, .kind = 1, .video = p_video},
                                        {.number = 3, .time_stamp = 1080, .kind = 0, .video = i_video}});
-    recording::put_u32(expected, 80, static_cast<std::uint32_t>(expected.size()));
+    recording::put_u32(expected, 80, static_cast<uint32_t>(expected.size()));
     EXPECT_EQ(
         make.recording_of({"--frames", "3", "--i-interval", "2", "--payload", "20", "--p-payload", "10"}),
         expected);
@@ -128,9 +128,9 @@ TEST(Recording, VideoIsCarriedByteForByte) {
         const std::string clip = std::string(CLIPS) + "/" + name;
         const bytes file = make.recording_of({"--video", clip});
         bytes video;
-        std::size_t frames = 0;
-        std::size_t i_frames = 0;
-        std::size_t at = 88;
+        size_t frames = 0;
+        size_t i_frames = 0;
+        size_t at = 88;
         for (; get_u32(file, at + 16) != 0; at += get_u32(file, at + 4)) {
             recording::append(video, slice(file, at + 32, get_u32(file, at + 20)));
             ++frames;
@@ -182,9 +182,9 @@ TEST(Recording, SparseFillReadsAsZeros) {
                                        "--payload", "100000", "--audio",      "1x5000"};
     const bytes full = make.recording_of(arguments + composer::words{"--fill", "00"});
     bytes expected = full;
-    std::fill(expected.begin() + 88 + 32 + 6, expected.begin() + 88 + 32 + 105000, std::uint8_t{0});
+    std::fill(expected.begin() + 88 + 32 + 6, expected.begin() + 88 + 32 + 105000, uint8_t{0});
     std::fill(expected.begin() + 88 + 105032 + 32 + 6, expected.begin() + 88 + 105032 + 32 + 6000,
-              std::uint8_t{0});
+              uint8_t{0});
     EXPECT_EQ(make.recording_of(arguments + composer::words{"--sparse"}), expected);
 }
 
@@ -233,7 +233,7 @@ TEST(Recording, TheDemoHasAllThereIsToSee) {
     EXPECT_EQ(slice(file, 120, 6), hex("00000001 06F0"));
     EXPECT_EQ(slice(file, 88 + 24, 4), hex("0200 A000"));
     EXPECT_EQ(slice(file, file.size() - 8, 8), hex("CDAB2301 24010000"));
-    const std::size_t index = file.size() - 292;
+    const size_t index = file.size() - 292;
     EXPECT_EQ(get_u32(file, index + 12), 2u);
     EXPECT_EQ(slice(file, index + 44 + 16, 6), hex("5374617274 00"));
     EXPECT_EQ(slice(file, index + 44 + 160 + 16, 10), hex("446F6F72 20 6F70656E 00"));

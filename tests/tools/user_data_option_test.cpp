@@ -17,7 +17,7 @@ std::string letters_of(const composer::words& arguments) {
         composer::words{"--frames", "10", "--i-interval", "5", "--payload", "0", "--p-payload", "0"} +
         arguments);
     std::string letters;
-    for (std::size_t at = 88; letters.size() < 10; at += get_u32(file, at + 4))
+    for (size_t at = 88; letters.size() < 10; at += get_u32(file, at + 4))
         letters += get_u32(file, at + 20) == 0 ? '.' : static_cast<char>(file.at(at + 32 + 19));
     return letters;
 }
@@ -53,7 +53,7 @@ TEST(UserDataOptions, TheFrameHeaderCountsTheUnit) {
                   "00000001 6588 5555"));
 }
 
-bytes unit_of(const composer::words& arguments, std::size_t size) {
+bytes unit_of(const composer::words& arguments, size_t size) {
     const composer make;
     const bytes file = make.recording_of(two_small_frames + arguments);
     return {file.begin() + 120, file.begin() + 120 + static_cast<std::ptrdiff_t>(size)};

@@ -122,7 +122,7 @@ TEST(SeiUnit, RefusesMoreThanALengthFieldCanSay) {
     EXPECT_THROW(sei_unit(block, codec::h264), compose::usage_error);
 }
 
-void expect_segment(const std::string& text, std::uint16_t flag, const bytes& payload) {
+void expect_segment(const std::string& text, uint16_t flag, const bytes& payload) {
     const user_data_segment segment = parse_segment(text);
     EXPECT_EQ(segment.flag, flag) << text;
     EXPECT_EQ(segment.payload, payload) << text;

@@ -8,7 +8,7 @@
 namespace index_bytes {
 namespace {
 
-void put_text(bytes& to, std::size_t offset, std::size_t field, const std::string& text) {
+void put_text(bytes& to, size_t offset, size_t field, const std::string& text) {
     ASSERT_LE(text.size(), field);
     std::copy(text.begin(), text.end(), to.begin() + static_cast<std::ptrdiff_t>(offset));
     if (text.size() < field)
@@ -21,7 +21,7 @@ bytes record(const entry& of) {
     bytes all(184, 0xC3);
     all[0] = of.channel;
     all[1] = of.kind;
-    recording::put_u32(all, 4, static_cast<std::uint32_t>(of.time));
+    recording::put_u32(all, 4, static_cast<uint32_t>(of.time));
     put_text(all, 12, 104, of.name);
     put_text(all, 116, 68, of.path);
     return all;
@@ -34,13 +34,13 @@ bytes file(const std::vector<entry>& entries) {
     return all;
 }
 
-std::string path_of(std::size_t number) {
+std::string path_of(size_t number) {
     return std::string("p").append(std::to_string(number));
 }
 
-std::vector<entry> at_times(const std::vector<std::int32_t>& times) {
+std::vector<entry> at_times(const std::vector<int32_t>& times) {
     std::vector<entry> entries;
-    for (const std::int32_t time : times)
+    for (const int32_t time : times)
         entries.push_back({.time = time, .path = path_of(entries.size())});
     return entries;
 }
@@ -49,8 +49,8 @@ std::unique_ptr<rec_query_block> open_query() {
     auto query = std::make_unique<rec_query_block>();
     query->channel_filter = 255;
     query->kind_filter = 255;
-    query->start_time = std::numeric_limits<std::int32_t>::min();
-    query->end_time = std::numeric_limits<std::int32_t>::max();
+    query->start_time = std::numeric_limits<int32_t>::min();
+    query->end_time = std::numeric_limits<int32_t>::max();
     return query;
 }
 
@@ -67,7 +67,7 @@ std::vector<std::string> paths(const adt_dlist* of) {
         all.emplace_back(content, strnlen(content, 68));
         before = node;
     }
-    EXPECT_EQ(adt_dlist_size(of), static_cast<std::int32_t>(all.size()));
+    EXPECT_EQ(adt_dlist_size(of), static_cast<int32_t>(all.size()));
     if (!all.empty()) {
         EXPECT_EQ(adt_dlist_end(of), before);
     }

@@ -13,11 +13,11 @@ namespace index_bytes {
 using recording::bytes;
 
 struct entry {
-    std::int32_t time = 0;
+    int32_t time = 0;
     std::string path = {};
     std::string name = "video.kmr";
-    std::uint8_t channel = 1;
-    std::uint8_t kind = 2;
+    uint8_t channel = 1;
+    uint8_t kind = 2;
 };
 
 // 184 bytes; those that have no meaning are 0xC3. Name and path are followed by a NUL where their field has room.
@@ -25,9 +25,9 @@ bytes record(const entry& of);
 // The header (72 bytes 0xA5) and the records.
 bytes file(const std::vector<entry>& entries);
 // "p0", "p1" and so on: the paths of at_times.
-std::string path_of(std::size_t number);
+std::string path_of(size_t number);
 // Entries that differ in their time and path alone.
-std::vector<entry> at_times(const std::vector<std::int32_t>& times);
+std::vector<entry> at_times(const std::vector<int32_t>& times);
 
 // A block that lets every record of any time but the last second pass.
 std::unique_ptr<rec_query_block> open_query();

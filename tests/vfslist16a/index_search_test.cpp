@@ -26,7 +26,7 @@ protected:
         return paths(list_.get());
     }
 
-    std::vector<std::string> found_between(std::int32_t start, std::int32_t end, const bytes& content) {
+    std::vector<std::string> found_between(int32_t start, int32_t end, const bytes& content) {
         query_->start_time = start;
         query_->end_time = end;
         return found_in(content);
@@ -61,7 +61,7 @@ TEST_F(search, EqualTimesKeepTheOrderOfTheFile) {
 TEST_F(search, RecordsComeWithAllTheirBytes) {
     const bytes content = file(at_times({7}));
     found_in(content);
-    const auto* data = static_cast<const std::uint8_t*>(adt_dlist_getdata(adt_dlist_head(list_.get())));
+    const auto* data = static_cast<const uint8_t*>(adt_dlist_getdata(adt_dlist_head(list_.get())));
     EXPECT_EQ(bytes(data, data + 184), bytes(content.begin() + 72, content.end()));
 }
 
@@ -95,7 +95,7 @@ TEST_F(search, AFileOfOneRecordIsScannedFromItsStart) {
 
 TEST_F(search, ARecordThatIsCutOffIsNotOne) {
     const bytes whole = file(at_times({1, 2, 3}));
-    for (std::size_t missing = 1; missing <= 184; ++missing) {
+    for (size_t missing = 1; missing <= 184; ++missing) {
         list_ = empty_list();
         ASSERT_THAT(found_in(bytes(whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(missing))),
                     ElementsAre("p0", "p1"));
@@ -104,9 +104,9 @@ TEST_F(search, ARecordThatIsCutOffIsNotOne) {
 
 TEST_F(search, AFileMayEndAnywhereInItsReadBlocks) {
     // Around whole numbers of the 356 records that are read at a time.
-    for (const std::size_t count : {355u, 356u, 357u, 711u, 712u, 713u}) {
+    for (const size_t count : {355u, 356u, 357u, 711u, 712u, 713u}) {
         list_ = empty_list();
-        const auto found = found_in(file(at_times(std::vector<std::int32_t>(count, 4))));
+        const auto found = found_in(file(at_times(std::vector<int32_t>(count, 4))));
         ASSERT_EQ(found.size(), count);
         EXPECT_EQ(found.back(), path_of(count - 1));
     }
@@ -114,7 +114,7 @@ TEST_F(search, AFileMayEndAnywhereInItsReadBlocks) {
 
 TEST_F(search, AFileBeyondTwoGigabytesIsSearched) {
     // 20,000,000 records of 3.4 GiB, all but the last two a hole: time 0.
-    constexpr std::int64_t count = 20000000;
+    constexpr int64_t count = 20000000;
     const std::string path = folder_.file("large");
     const int file = open64(path.c_str(), O_WRONLY | O_CREAT, 0600);
     ASSERT_GE(file, 0);
@@ -171,7 +171,7 @@ TEST_F(search, FileTypeTwoTakesPictures) {
 }
 
 TEST_F(search, OtherFileTypesTakeNothing) {
-    for (const std::int32_t filter : {3, -1, 255, 257, 258}) {
+    for (const int32_t filter : {3, -1, 255, 257, 258}) {
         query_->file_type_filter = filter;
         EXPECT_THAT(found_in(file(names())), IsEmpty());
     }
@@ -266,12 +266,12 @@ TEST_F(search, RecordsThatDoNotMatchDoNotMoveTheCursor) {
 // --- Bisection ---
 
 // Where the scan begins, told by the rules alone.
-std::size_t scan_start(const std::vector<std::int32_t>& times, std::int32_t start) {
+size_t scan_start(const std::vector<int32_t>& times, int32_t start) {
     if (times.size() <= 1)
         return 0;
-    std::size_t low = 0;
-    std::size_t high = times.size();
-    std::size_t middle = high / 2;
+    size_t low = 0;
+    size_t high = times.size();
+    size_t middle = high / 2;
     while (true) {
         (times.at(middle) < start ? low : high) = middle;
         if ((low + high) / 2 == middle)
@@ -282,18 +282,18 @@ std::size_t scan_start(const std::vector<std::int32_t>& times, std::int32_t star
 
 TEST_F(search, InAnAscendingFileNothingIsMissed) {
     // All ascending files of up to 6 records with times 0 to 3.
-    for (std::size_t size = 0; size <= 6; ++size)
+    for (size_t size = 0; size <= 6; ++size)
         for (int code = 0; code < 4096; ++code) {
-            std::vector<std::int32_t> times;
-            for (std::size_t i = 0, rest = static_cast<std::size_t>(code); i < size; ++i, rest /= 4)
-                times.push_back(static_cast<std::int32_t>(rest % 4));
+            std::vector<int32_t> times;
+            for (size_t i = 0, rest = static_cast<size_t>(code); i < size; ++i, rest /= 4)
+                times.push_back(static_cast<int32_t>(rest % 4));
             if (!std::is_sorted(times.begin(), times.end()) || (code >> (2 * size)) != 0)
                 continue;
             const std::string path = folder_.write("index", file(at_times(times)));
             for (query_->start_time = -1; query_->start_time <= 4; ++query_->start_time)
                 for (query_->end_time = 0; query_->end_time <= 5; ++query_->end_time) {
                     std::vector<std::string> expected;
-                    for (std::size_t i = 0; i < size; ++i)
+                    for (size_t i = 0; i < size; ++i)
                         if (times[i] >= query_->start_time && times[i] < query_->end_time)
                             expected.push_back(path_of(i));
                     list_ = empty_list();
@@ -305,15 +305,15 @@ TEST_F(search, InAnAscendingFileNothingIsMissed) {
 
 TEST_F(search, InAFileWithoutOrderTheBisectionDecidesWhereItBegins) {
     // All files of up to 5 records with times 0 to 2, sorted or not.
-    for (std::size_t size = 0, codes = 1; size <= 5; ++size, codes *= 3)
-        for (std::size_t code = 0; code < codes; ++code) {
-            std::vector<std::int32_t> times;
-            for (std::size_t i = 0, rest = code; i < size; ++i, rest /= 3)
-                times.push_back(static_cast<std::int32_t>(rest % 3));
+    for (size_t size = 0, codes = 1; size <= 5; ++size, codes *= 3)
+        for (size_t code = 0; code < codes; ++code) {
+            std::vector<int32_t> times;
+            for (size_t i = 0, rest = code; i < size; ++i, rest /= 3)
+                times.push_back(static_cast<int32_t>(rest % 3));
             const std::string path = folder_.write("index", file(at_times(times)));
             for (query_->start_time = 0; query_->start_time <= 3; ++query_->start_time) {
                 std::vector<std::string> expected;
-                for (std::size_t i = scan_start(times, query_->start_time); i < size; ++i)
+                for (size_t i = scan_start(times, query_->start_time); i < size; ++i)
                     if (times[i] >= query_->start_time)
                         expected.push_back(path_of(i));
                 list_ = empty_list();

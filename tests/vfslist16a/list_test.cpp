@@ -147,10 +147,10 @@ TEST_F(list, DeletesInTheMiddle) {
 
 TEST_F(list, DeletingTheOnlyNodeLeavesAnEmptyListWithItsTail) {
     adt_dlist_node* only = add(nullptr, 1);
-    const auto address = reinterpret_cast<std::uintptr_t>(only);
+    const auto address = reinterpret_cast<uintptr_t>(only);
     EXPECT_EQ(adt_dlist_delete(list_, only), 1);
     EXPECT_EQ(adt_dlist_head(list_), nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(adt_dlist_end(list_)), address);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(adt_dlist_end(list_)), address);
     EXPECT_EQ(adt_dlist_size(list_), 0);
     EXPECT_EQ(adt_dlist_empty(list_), 1);
 }
@@ -182,7 +182,7 @@ TEST_F(list, GivesTheElementItself) {
 }
 
 TEST(list_elements, MayHaveAnySize) {
-    for (const std::uint32_t size : {0u, 1u, 3u, 184u, 4096u}) {
+    for (const uint32_t size : {0u, 1u, 3u, 184u, 4096u}) {
         const std::string element(size, 'e');
         adt_dlist* of = adt_dlist_create(size);
         adt_dlist_node* node = adt_dlist_add(of, nullptr, element.data());

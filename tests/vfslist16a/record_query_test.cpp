@@ -27,7 +27,7 @@ protected:
         EXPECT_EQ(REC_QueryFiles(block_.get()), 0);
         EXPECT_EQ(block_->returned, 0);
         std::vector<std::string> all;
-        for (std::int32_t i = 0; i < block_->total; ++i)
+        for (int32_t i = 0; i < block_->total; ++i)
             all.emplace_back(block_->results[i].file_path);
         return all;
     }
@@ -73,7 +73,7 @@ TEST_F(query, ResultsAreWholeRecordsAndNoneBehindThemIsWritten) {
 
 TEST_F(query, TheQuestionIsNotChanged) {
     index(at_times({1, 2}));
-    const std::int32_t question[7] = {255, 255, 1, 2, 0, 17, 1};
+    const int32_t question[7] = {255, 255, 1, 2, 0, 17, 1};
     std::memcpy(static_cast<void*>(block_.get()), question, sizeof question);
     run();
     EXPECT_EQ(std::memcmp(block_.get(), question, sizeof question), 0);
@@ -97,7 +97,7 @@ TEST_F(query, AnotherPageGivesTheMatchesOfTheSearchBefore) {
     block_->start_time = 2;
     run();
     index(at_times({7, 8, 9, 10, 11}));
-    for (const std::int32_t page : {1, 2, -1, 2147483647}) {
+    for (const int32_t page : {1, 2, -1, 2147483647}) {
         block_ = open_query();
         block_->page_index = page;
         block_->page_size = 2147483647;
@@ -116,7 +116,7 @@ TEST_F(query, PageZeroSearchesAgain) {
 
 TEST_F(query, WithoutAUsbDiskNothingIsSearched) {
     index(at_times({1}));
-    for (const std::int32_t disks : {0, -1}) {
+    for (const int32_t disks : {0, -1}) {
         g_iUsbNum = disks;
         EXPECT_THAT(run(), ElementsAre());
         EXPECT_EQ(block_->total, 0);
@@ -139,7 +139,7 @@ TEST_F(query, TenUsbDisksAreTheDefault) {
 }
 
 TEST_F(query, OnlyTheFirst3000MatchesFit) {
-    index(at_times(std::vector<std::int32_t>(3005, 4)));
+    index(at_times(std::vector<int32_t>(3005, 4)));
     block_->reserved[0] = 77;
     EXPECT_EQ(REC_QueryFiles(block_.get()), 0);
     EXPECT_EQ(block_->total, 3005);
@@ -150,7 +150,7 @@ TEST_F(query, OnlyTheFirst3000MatchesFit) {
 }
 
 TEST_F(query, Exactly3000MatchesFit) {
-    index(at_times(std::vector<std::int32_t>(3000, 4)));
+    index(at_times(std::vector<int32_t>(3000, 4)));
     EXPECT_EQ(run().size(), 3000u);
     EXPECT_STREQ(block_->results[2999].file_path, "p2999");
 }
@@ -212,9 +212,9 @@ TEST_F(query, TheToolEndsAPathWithItsField) {
 }
 
 TEST_F(query, TheToolPrintsTheFirst3000Matches) {
-    index(at_times(std::vector<std::int32_t>(3001, 4)));
+    index(at_times(std::vector<int32_t>(3001, 4)));
     std::string expected;
-    for (std::size_t i = 0; i < 3000; ++i)
+    for (size_t i = 0; i < 3000; ++i)
         expected.append("/dev/mmcblk0p2/").append(path_of(i)).append("\n");
     EXPECT_EQ(tool("0", "10"), expected);
 }

@@ -6,8 +6,8 @@ namespace compose {
 namespace {
 
 struct nal_unit {
-    std::size_t start;   // of the start code, its leading zero byte included
-    std::size_t payload; // first byte behind the start code
+    size_t start;   // of the start code, its leading zero byte included
+    size_t payload; // first byte behind the start code
 };
 
 enum class nal_role {
@@ -17,22 +17,22 @@ enum class nal_role {
     rest,            // further slices, trailing SEI, filler
 };
 
-std::vector<nal_unit> find_nal_units(std::span<const std::uint8_t> stream) {
-    const std::uint8_t start_code[] = {0, 0, 1};
+std::vector<nal_unit> find_nal_units(std::span<const uint8_t> stream) {
+    const uint8_t start_code[] = {0, 0, 1};
     std::vector<nal_unit> units;
     auto from = stream.begin();
     while (true) {
         const auto found = std::search(from, stream.end(), std::begin(start_code), std::end(start_code));
         if (found == stream.end())
             return units;
-        const auto at = static_cast<std::size_t>(found - stream.begin());
+        const auto at = static_cast<size_t>(found - stream.begin());
         const bool four_bytes = at > 0 && stream[at - 1] == 0;
         units.push_back({four_bytes ? at - 1 : at, at + 3});
         from = found + 3;
     }
 }
 
-nal_role h264_role(std::span<const std::uint8_t> nal) {
+nal_role h264_role(std::span<const uint8_t> nal) {
     const int type = nal[0] & 0x1F;
     const bool slice = type == 1 || type == 2 || type == 5;
     // The first macroblock's number comes first and 0 is coded as a single 1 bit.
@@ -42,7 +42,7 @@ nal_role h264_role(std::span<const std::uint8_t> nal) {
     return opens ? nal_role::opens_unit : nal_role::rest;
 }
 
-nal_role h265_role(std::span<const std::uint8_t> nal) {
+nal_role h265_role(std::span<const uint8_t> nal) {
     const int type = nal[0] >> 1 & 0x3F;
     const bool slice = type <= 31;
     const bool random_access = type >= 16 && type <= 23;
@@ -56,10 +56,10 @@ nal_role h265_role(std::span<const std::uint8_t> nal) {
 
 } // namespace
 
-std::vector<access_unit> split_access_units(std::span<const std::uint8_t> stream, codec coding) {
+std::vector<access_unit> split_access_units(std::span<const uint8_t> stream, codec coding) {
     std::vector<access_unit> units;
     bool has_picture = false;
-    const auto open_at = [&](std::size_t offset) {
+    const auto open_at = [&](size_t offset) {
         if (!units.empty())
             units.back().size = offset - units.back().offset;
         units.push_back({offset, 0, false});
@@ -83,7 +83,7 @@ std::vector<access_unit> split_access_units(std::span<const std::uint8_t> stream
     units.back().size = stream.size() - units.back().offset;
     if (has_picture)
         return units;
-    const std::size_t leftover = units.back().size;
+    const size_t leftover = units.back().size;
     units.pop_back();
     if (!units.empty())
         units.back().size += leftover;

@@ -25,9 +25,7 @@ bool has_form(const std::string& text) {
 
 civil_time parse_civil_time(const std::string& text) {
     if (has_form(text)) {
-        const auto number = [&](std::size_t at, std::size_t length) {
-            return parse_u16(text.substr(at, length));
-        };
+        const auto number = [&](size_t at, size_t length) { return parse_u16(text.substr(at, length)); };
         const civil_time time = {number(0, 4),  number(5, 2),  number(8, 2),
                                  number(11, 2), number(14, 2), number(17, 2)};
         if (date_of(time).ok() && time.hour < 24 && time.minute < 60 && time.second < 60)
@@ -36,11 +34,11 @@ civil_time parse_civil_time(const std::string& text) {
     throw usage_error("'" + text + "' is not a time of the form YYYY-MM-DD hh:mm:ss");
 }
 
-std::uint32_t seconds_since_1970(const civil_time& time) {
+uint32_t seconds_since_1970(const civil_time& time) {
     using namespace std::chrono;
     const auto since = sys_days(date_of(time)).time_since_epoch() + hours(time.hour) + minutes(time.minute) +
                        seconds(time.second);
-    return static_cast<std::uint32_t>(duration_cast<seconds>(since).count());
+    return static_cast<uint32_t>(duration_cast<seconds>(since).count());
 }
 
 } // namespace compose

@@ -7,18 +7,18 @@
 namespace compose {
 
 struct civil_time {
-    std::uint16_t year = 2015;
-    std::uint16_t month = 1;
-    std::uint16_t day = 2;
-    std::uint16_t hour = 3;
-    std::uint16_t minute = 4;
-    std::uint16_t second = 5;
+    uint16_t year = 2015;
+    uint16_t month = 1;
+    uint16_t day = 2;
+    uint16_t hour = 3;
+    uint16_t minute = 4;
+    uint16_t second = 5;
 };
 
 // "YYYY-MM-DD hh:mm:ss"; throws usage_error unless there is such a time.
 civil_time parse_civil_time(const std::string& text);
 
 // As if the time were UTC, so that what is composed is the same wherever it is composed. Wraps at 2^32.
-std::uint32_t seconds_since_1970(const civil_time& time);
+uint32_t seconds_since_1970(const civil_time& time);
 
 } // namespace compose

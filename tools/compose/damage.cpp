@@ -8,19 +8,19 @@
 namespace compose {
 namespace {
 
-constexpr std::size_t block_size = 65536;
+constexpr size_t block_size = 65536;
 
 // Splits "frame3+20" into its name and the signed distance behind it.
-std::int64_t take_distance(std::string& name) {
-    const std::size_t sign = name.find_first_of("+-");
+int64_t take_distance(std::string& name) {
+    const size_t sign = name.find_first_of("+-");
     if (sign == std::string::npos)
         return 0;
-    const std::int64_t distance = parse_signed(name.substr(sign + (name[sign] == '+' ? 1 : 0)));
+    const int64_t distance = parse_signed(name.substr(sign + (name[sign] == '+' ? 1 : 0)));
     name.resize(sign);
     return distance;
 }
 
-std::uint64_t base_of(const file_place& place, const file_map& map, std::uint64_t size) {
+uint64_t base_of(const file_place& place, const file_map& map, uint64_t size) {
     switch (place.from) {
     case file_place::base::beginning:
         return 0;
@@ -38,10 +38,9 @@ std::uint64_t base_of(const file_place& place, const file_map& map, std::uint64_
     return map.frames[place.frame];
 }
 
-std::uint64_t offset_of(const file_place& place, const file_map& map, std::uint64_t size,
-                        std::uint64_t length) {
-    const std::uint64_t base = base_of(place, map, size);
-    const std::uint64_t offset = base + static_cast<std::uint64_t>(place.distance);
+uint64_t offset_of(const file_place& place, const file_map& map, uint64_t size, uint64_t length) {
+    const uint64_t base = base_of(place, map, size);
+    const uint64_t offset = base + static_cast<uint64_t>(place.distance);
     const bool before = place.distance < 0 && offset > base;
     if (before || offset > size || length > size - offset)
         throw usage_error("damage reaches beyond the file's " + std::to_string(size) + " bytes");
@@ -49,10 +48,10 @@ std::uint64_t offset_of(const file_place& place, const file_map& map, std::uint6
 }
 
 template <typename MakeByte>
-void overwrite_range(output_file& to, std::uint64_t offset, std::uint64_t length, MakeByte make_byte) {
+void overwrite_range(output_file& to, uint64_t offset, uint64_t length, MakeByte make_byte) {
     bytes block(block_size);
     while (length > 0) {
-        const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(length, block.size()));
+        const auto part = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
         std::generate_n(block.begin(), part, make_byte);
         to.overwrite(offset, block.data(), part);
         offset += part;
@@ -60,7 +59,7 @@ void overwrite_range(output_file& to, std::uint64_t offset, std::uint64_t length
     }
 }
 
-std::uint64_t parse_length(const std::string& text) {
+uint64_t parse_length(const std::string& text) {
     return parse_number(text, most_signed);
 }
 
@@ -70,14 +69,14 @@ file_place parse_file_place(const std::string& text) {
     using base = file_place::base;
     const std::string frame = "frame";
     std::string name = text;
-    const std::int64_t distance = take_distance(name);
+    const int64_t distance = take_distance(name);
     if (name == "end")
         return {base::end, 0, distance};
     if (name == "index")
         return {base::index, 0, distance};
     if (name.starts_with(frame))
         return {base::frame, parse_u32(name.substr(frame.size())), distance};
-    return {base::beginning, 0, static_cast<std::int64_t>(parse_length(name)) + distance};
+    return {base::beginning, 0, static_cast<int64_t>(parse_length(name)) + distance};
 }
 
 damage parse_truncate(const std::string& text) {
@@ -104,15 +103,15 @@ damage parse_noise(const std::string& text) {
 }
 
 void apply_damage(output_file& to, const damage& harm, const file_map& map) {
-    const std::uint64_t length = harm.what == damage::kind::overwrite ? harm.content.size() : harm.length;
-    const std::uint64_t offset = offset_of(harm.at, map, to.size(), length);
+    const uint64_t length = harm.what == damage::kind::overwrite ? harm.content.size() : harm.length;
+    const uint64_t offset = offset_of(harm.at, map, to.size(), length);
     noise source(harm.seed);
     switch (harm.what) {
     case damage::kind::truncate:
         to.truncate(offset);
         break;
     case damage::kind::zero:
-        overwrite_range(to, offset, length, [] { return std::uint8_t{0}; });
+        overwrite_range(to, offset, length, [] { return uint8_t{0}; });
         break;
     case damage::kind::overwrite:
         to.overwrite(offset, harm.content.data(), harm.content.size());

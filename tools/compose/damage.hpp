@@ -12,12 +12,12 @@
 
 namespace compose {
 
-constexpr std::uint64_t nowhere = std::numeric_limits<std::uint64_t>::max();
+constexpr uint64_t nowhere = std::numeric_limits<uint64_t>::max();
 
 // Where things stand in the composed file.
 struct file_map {
-    std::vector<std::uint64_t> frames = {}; // header of each frame; `nowhere` for one that was left out
-    std::uint64_t index = nowhere;          // the index head
+    std::vector<uint64_t> frames = {}; // header of each frame; `nowhere` for one that was left out
+    uint64_t index = nowhere;          // the index head
 };
 
 // A place in the file, named in one of these ways, with +BYTES or -BYTES behind it if wanted:
@@ -28,17 +28,17 @@ struct file_map {
 struct file_place {
     enum class base { beginning, frame, index, end };
     base from = base::beginning;
-    std::uint32_t frame = 0;
-    std::int64_t distance = 0;
+    uint32_t frame = 0;
+    int64_t distance = 0;
 };
 
 struct damage {
     enum class kind { truncate, zero, overwrite, noise };
     kind what = kind::zero;
     file_place at = {};
-    std::uint64_t length = 0; // of zero and noise
-    bytes content = {};       // of overwrite
-    std::uint64_t seed = 0;   // of noise
+    uint64_t length = 0; // of zero and noise
+    bytes content = {};  // of overwrite
+    uint64_t seed = 0;   // of noise
 };
 
 file_place parse_file_place(const std::string& text);

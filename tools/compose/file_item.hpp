@@ -8,11 +8,11 @@ namespace compose {
 
 // One thing written, as it was before any damage.
 struct file_item {
-    std::uint64_t offset;
-    const char* type;     // "header", "I", "P", "inserted", "gap", "index"
-    std::uint32_t number; // of a frame, or of the index records
-    std::uint32_t stamp;  // of a frame, milliseconds
-    std::uint64_t size;   // bytes
+    uint64_t offset;
+    const char* type; // "header", "I", "P", "inserted", "gap", "index"
+    uint32_t number;  // of a frame, or of the index records
+    uint32_t stamp;   // of a frame, milliseconds
+    uint64_t size;    // bytes
 };
 
 using item_listener = std::function<void(const file_item&)>;

@@ -8,12 +8,12 @@
 namespace compose {
 namespace {
 
-constexpr std::uint64_t no_end = std::numeric_limits<std::uint64_t>::max();
+constexpr uint64_t no_end = std::numeric_limits<uint64_t>::max();
 
 frame_selection parse_range(const std::string& text) {
-    const std::size_t dash = text.find('-');
-    const std::uint64_t first = parse_u32(text.substr(0, dash));
-    const std::uint64_t last = dash == std::string::npos ? first : parse_u32(text.substr(dash + 1));
+    const size_t dash = text.find('-');
+    const uint64_t first = parse_u32(text.substr(0, dash));
+    const uint64_t last = dash == std::string::npos ? first : parse_u32(text.substr(dash + 1));
     if (last < first)
         throw usage_error("'" + text + "' ends before it begins");
     return {frame_selection::kind::range, first, last};
@@ -21,7 +21,7 @@ frame_selection parse_range(const std::string& text) {
 
 } // namespace
 
-bool frame_selection::holds(std::uint64_t frame, bool i_frame) const {
+bool frame_selection::holds(uint64_t frame, bool i_frame) const {
     switch (of) {
     case kind::i_frames:
         return i_frame;
@@ -46,7 +46,7 @@ frame_selection parse_frame_selection(const std::string& text) {
         return {kind::p_frames, 0, 0};
     if (!text.starts_with(every))
         return parse_range(text);
-    const std::uint64_t step = parse_u32(text.substr(every.size()));
+    const uint64_t step = parse_u32(text.substr(every.size()));
     if (step == 0)
         throw usage_error("'" + text + "' selects no frame");
     return {kind::every, step, 0};

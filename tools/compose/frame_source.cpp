@@ -13,13 +13,13 @@
 namespace compose {
 namespace {
 
-constexpr std::uint32_t default_frames = 100;
+constexpr uint32_t default_frames = 100;
 
 // What a made-up frame begins with: the start code and the header of a slice.
-constexpr std::uint8_t h264_i_start[] = {0, 0, 0, 1, 0x65, 0x88};
-constexpr std::uint8_t h264_p_start[] = {0, 0, 0, 1, 0x41, 0x9A};
-constexpr std::uint8_t h265_i_start[] = {0, 0, 0, 1, 0x26, 0x01};
-constexpr std::uint8_t h265_p_start[] = {0, 0, 0, 1, 0x02, 0x01};
+constexpr uint8_t h264_i_start[] = {0, 0, 0, 1, 0x65, 0x88};
+constexpr uint8_t h264_p_start[] = {0, 0, 0, 1, 0x41, 0x9A};
+constexpr uint8_t h265_i_start[] = {0, 0, 0, 1, 0x26, 0x01};
+constexpr uint8_t h265_p_start[] = {0, 0, 0, 1, 0x02, 0x01};
 
 bytes read_whole(const std::string& path) {
     errno = 0;
@@ -49,10 +49,10 @@ frame_source::frame_source(const frame_source_plan& plan)
             return unit.size > KMR_MAX_FRAME_SIZE - KMR_FRAME_HEADER_SIZE;
         }))
         throw usage_error(plan.clip + ": a frame of it is longer than 1 MiB");
-    count_ = plan.frames.value_or(static_cast<std::uint32_t>(units_.size()));
+    count_ = plan.frames.value_or(static_cast<uint32_t>(units_.size()));
 }
 
-frame_video frame_source::frame(std::uint32_t number) const {
+frame_video frame_source::frame(uint32_t number) const {
     if (units_.empty()) {
         const bool i_frame = number % plan_.i_interval == 0;
         return made_up(i_frame, i_frame ? plan_.i_payload : plan_.p_payload);
@@ -61,15 +61,15 @@ frame_video frame_source::frame(std::uint32_t number) const {
     return {unit.i_frame, std::span(stream_).subspan(unit.offset, unit.size), 0};
 }
 
-frame_video frame_source::made_up_p_frame(std::uint32_t size) const {
+frame_video frame_source::made_up_p_frame(uint32_t size) const {
     return made_up(false, size);
 }
 
-frame_video frame_source::made_up(bool i_frame, std::uint32_t size) const {
-    const std::span<const std::uint8_t> h264 = i_frame ? h264_i_start : h264_p_start;
-    const std::span<const std::uint8_t> h265 = i_frame ? h265_i_start : h265_p_start;
+frame_video frame_source::made_up(bool i_frame, uint32_t size) const {
+    const std::span<const uint8_t> h264 = i_frame ? h264_i_start : h264_p_start;
+    const std::span<const uint8_t> h265 = i_frame ? h265_i_start : h265_p_start;
     const auto start = coding_ == codec::h264 ? h264 : h265;
-    const auto start_size = static_cast<std::uint32_t>(std::min<std::size_t>(start.size(), size));
+    const auto start_size = static_cast<uint32_t>(std::min<size_t>(start.size(), size));
     return {i_frame, start.first(start_size), size - start_size};
 }
 

@@ -13,20 +13,20 @@
 namespace compose {
 
 struct frame_source_plan {
-    std::string clip = {};                    // path of an Annex-B stream; empty: made-up frames
-    std::optional<codec> coding = {};         // else by the clip's name, else H.264
-    std::optional<std::uint32_t> frames = {}; // else all of the clip, else 100
-    std::uint32_t i_interval = 25;
-    std::uint32_t i_payload = 4000; // bytes
-    std::uint32_t p_payload = 1000;
-    std::uint8_t fill = 0x55;
+    std::string clip = {};               // path of an Annex-B stream; empty: made-up frames
+    std::optional<codec> coding = {};    // else by the clip's name, else H.264
+    std::optional<uint32_t> frames = {}; // else all of the clip, else 100
+    uint32_t i_interval = 25;
+    uint32_t i_payload = 4000; // bytes
+    uint32_t p_payload = 1000;
+    uint8_t fill = 0x55;
 };
 
 // `start`, and then `fill_count` times the same byte.
 struct frame_video {
     bool i_frame;
-    std::span<const std::uint8_t> start;
-    std::uint32_t fill_count;
+    std::span<const uint8_t> start;
+    uint32_t fill_count;
 };
 
 class frame_source {
@@ -35,24 +35,24 @@ public:
     // std::runtime_error when it cannot be read.
     explicit frame_source(const frame_source_plan& plan);
 
-    std::uint32_t count() const { return count_; }
+    uint32_t count() const { return count_; }
     codec coding() const { return coding_; }
-    std::uint8_t fill() const { return plan_.fill; }
+    uint8_t fill() const { return plan_.fill; }
 
     // A clip that is shorter than the recording begins anew. The span lives as long as the source.
-    frame_video frame(std::uint32_t number) const;
+    frame_video frame(uint32_t number) const;
 
     // A P-frame that belongs to no clip.
-    frame_video made_up_p_frame(std::uint32_t size) const;
+    frame_video made_up_p_frame(uint32_t size) const;
 
 private:
-    frame_video made_up(bool i_frame, std::uint32_t size) const;
+    frame_video made_up(bool i_frame, uint32_t size) const;
 
     frame_source_plan plan_;
     codec coding_;
     bytes stream_;
     std::vector<access_unit> units_;
-    std::uint32_t count_;
+    uint32_t count_;
 };
 
 } // namespace compose

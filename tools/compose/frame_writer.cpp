@@ -9,33 +9,33 @@
 namespace compose {
 namespace {
 
-constexpr std::uint8_t audio_silence = 0xD5; // of A-law sound
-constexpr std::uint16_t encrypted_tag = 2;
+constexpr uint8_t audio_silence = 0xD5; // of A-law sound
+constexpr uint16_t encrypted_tag = 2;
 
-void require_frame(std::uint64_t number, std::uint32_t count) {
+void require_frame(uint64_t number, uint32_t count) {
     if (number >= count)
         throw usage_error("there is no frame " + std::to_string(number) + ": there are " +
                           std::to_string(count) + ", counted from 0");
 }
 
-void require_frames(const frame_selection& selection, std::uint32_t count) {
+void require_frames(const frame_selection& selection, uint32_t count) {
     if (selection.of == frame_selection::kind::range)
         require_frame(selection.first, count);
 }
 
-std::uint32_t stamp_step(const recording_plan& plan) {
-    const std::uint32_t rate = plan.header.frame_rate == 0 ? KMR_DEFAULT_FRAME_RATE : plan.header.frame_rate;
+uint32_t stamp_step(const recording_plan& plan) {
+    const uint32_t rate = plan.header.frame_rate == 0 ? KMR_DEFAULT_FRAME_RATE : plan.header.frame_rate;
     return plan.frames.stamp_step.value_or(1000 / rate);
 }
 
-bool any_holds(const std::vector<frame_selection>& selections, std::uint32_t frame, bool i_frame) {
+bool any_holds(const std::vector<frame_selection>& selections, uint32_t frame, bool i_frame) {
     return std::any_of(selections.begin(), selections.end(),
                        [&](const frame_selection& each) { return each.holds(frame, i_frame); });
 }
 
 } // namespace
 
-void check_frames_plan(const frames_plan& plan, std::uint32_t count) {
+void check_frames_plan(const frames_plan& plan, uint32_t count) {
     for (const auto& [frame, lost] : plan.lost) {
         require_frame(frame, count);
         if (lost > count - frame)
@@ -65,10 +65,10 @@ frame_writer::frame_writer(output_file& to, const recording_plan& plan, const fr
 }
 
 void frame_writer::append_all() {
-    const std::uint32_t step = stamp_step(plan_);
-    std::uint32_t stamp = plan_.frames.first_stamp;
+    const uint32_t step = stamp_step(plan_);
+    uint32_t stamp = plan_.frames.first_stamp;
     last_frame_ = to_.size();
-    for (std::uint32_t position = 0; position < source_.count(); ++position, stamp += step) {
+    for (uint32_t position = 0; position < source_.count(); ++position, stamp += step) {
         stamp += jump_at(position);
         append_gap(position);
         if (is_lost(position))
@@ -78,7 +78,7 @@ void frame_writer::append_all() {
     }
 }
 
-void frame_writer::append_gap(std::uint32_t position) {
+void frame_writer::append_gap(uint32_t position) {
     for (const auto& [frame, count] : plan_.frames.gaps) {
         if (frame != position)
             continue;
@@ -91,13 +91,13 @@ void frame_writer::append_gap(std::uint32_t position) {
     }
 }
 
-void frame_writer::append_frame(std::uint32_t position, std::uint32_t stamp) {
+void frame_writer::append_frame(uint32_t position, uint32_t stamp) {
     const frame_video video = source_.frame(position);
     const bool encrypted = any_holds(plan_.frames.encrypted, position, video.i_frame);
     offsets_.push_back(to_.size());
     if (video.i_frame)
         add_index_record(stamp);
-    append_record({position, stamp, encrypted ? encrypted_tag : std::uint16_t{0}, video},
+    append_record({position, stamp, encrypted ? encrypted_tag : uint16_t{0}, video},
                   user_data_for(position, video.i_frame), video.i_frame ? "I" : "P");
     ++ordinary_frames_;
     if (any_holds(plan_.frames.inserted_after, position, video.i_frame))
@@ -105,40 +105,40 @@ void frame_writer::append_frame(std::uint32_t position, std::uint32_t stamp) {
 }
 
 // It repeats the number and the stamp of the frame in front of it.
-void frame_writer::append_inserted(std::uint32_t position, std::uint32_t stamp) {
+void frame_writer::append_inserted(uint32_t position, uint32_t stamp) {
     append_record(
         {position, stamp, KMR_INSERTED_FRAME_TAG, source_.made_up_p_frame(plan_.frames.inserted_payload)},
         nullptr, "inserted");
 }
 
 void frame_writer::append_record(const next_frame& of, const bytes* user_data, const char* type) {
-    const std::size_t user_data_size = user_data == nullptr ? 0 : user_data->size();
-    const kmr_frame_header header = make_header(
-        of, static_cast<std::uint32_t>(user_data_size + of.video.start.size() + of.video.fill_count));
+    const size_t user_data_size = user_data == nullptr ? 0 : user_data->size();
+    const kmr_frame_header header =
+        make_header(of, static_cast<uint32_t>(user_data_size + of.video.start.size() + of.video.fill_count));
     last_frame_ = to_.size();
     to_.append(&header, sizeof header);
     if (user_data != nullptr)
         to_.append(user_data->data(), user_data->size());
     to_.append(of.video.start.data(), of.video.start.size());
     append_made_up(source_.fill(), of.video.fill_count);
-    append_made_up(audio_silence, std::uint64_t{plan_.frames.audio_count} * plan_.frames.audio_size);
+    append_made_up(audio_silence, uint64_t{plan_.frames.audio_count} * plan_.frames.audio_size);
     if (listener_)
         listener_(
             {last_frame_, type, plan_.frames.first_number + of.position, of.stamp, to_.size() - last_frame_});
 }
 
-void frame_writer::append_made_up(std::uint8_t value, std::uint64_t count) {
+void frame_writer::append_made_up(uint8_t value, uint64_t count) {
     if (plan_.frames.sparse)
         to_.append_hole(count);
     else
         to_.append_fill(value, count);
 }
 
-kmr_frame_header frame_writer::make_header(const next_frame& of, std::uint32_t video_size) const {
+kmr_frame_header frame_writer::make_header(const next_frame& of, uint32_t video_size) const {
     const frames_plan& plan = plan_.frames;
     kmr_frame_header header = {};
     header.SyncWord = KMR_SYNC_WORD;
-    header.FrameSize = KMR_FRAME_HEADER_SIZE + video_size + std::uint32_t{plan.audio_count} * plan.audio_size;
+    header.FrameSize = KMR_FRAME_HEADER_SIZE + video_size + uint32_t{plan.audio_count} * plan.audio_size;
     header.FrameKind = of.video.i_frame ? 0 : 1;
     header.FrameNo = plan.first_number + of.position;
     header.TimeStamp = of.stamp;
@@ -155,36 +155,36 @@ kmr_frame_header frame_writer::make_header(const next_frame& of, std::uint32_t v
 }
 
 // Times follow the stamps, counted from the first I-frame; both wrap as the recorder's own do.
-void frame_writer::add_index_record(std::uint32_t stamp) {
+void frame_writer::add_index_record(uint32_t stamp) {
     if (index_records_.empty())
         first_i_stamp_ = stamp;
-    const std::uint32_t start = plan_.frames.start_epoch.value_or(seconds_since_1970(plan_.header.start));
+    const uint32_t start = plan_.frames.start_epoch.value_or(seconds_since_1970(plan_.header.start));
     kmr_index_record record = {};
     record.TimeNow = start + (stamp - first_i_stamp_) / 1000;
-    record.IPos = static_cast<std::uint32_t>(to_.size());
+    record.IPos = static_cast<uint32_t>(to_.size());
     record.VideoWidth = plan_.header.width;
     record.VideoHeight = plan_.header.height;
     index_records_.push_back(record);
 }
 
-const bytes* frame_writer::user_data_for(std::uint32_t position, bool i_frame) const {
+const bytes* frame_writer::user_data_for(uint32_t position, bool i_frame) const {
     const auto rule = std::find_if(user_data_.rbegin(), user_data_.rend(),
                                    [&](const auto& each) { return each.first.holds(position, i_frame); });
     return rule == user_data_.rend() ? nullptr : &rule->second;
 }
 
-bool frame_writer::is_lost(std::uint32_t position) const {
+bool frame_writer::is_lost(uint32_t position) const {
     return std::any_of(plan_.frames.lost.begin(), plan_.frames.lost.end(), [&](const auto& each) {
         return position >= each.first && position - each.first < each.second;
     });
 }
 
 // Backwards by wrapping, as stamps do.
-std::uint32_t frame_writer::jump_at(std::uint32_t position) const {
-    std::uint32_t jump = 0;
+uint32_t frame_writer::jump_at(uint32_t position) const {
+    uint32_t jump = 0;
     for (const auto& [frame, milliseconds] : plan_.frames.clock_jumps)
         if (frame == position)
-            jump += static_cast<std::uint32_t>(milliseconds);
+            jump += static_cast<uint32_t>(milliseconds);
     return jump;
 }
 

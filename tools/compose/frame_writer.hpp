@@ -12,7 +12,7 @@
 namespace compose {
 
 // Throws usage_error when the plan speaks of a frame that is not among the `count` frames.
-void check_frames_plan(const frames_plan& plan, std::uint32_t count);
+void check_frames_plan(const frames_plan& plan, uint32_t count);
 
 class frame_writer {
 public:
@@ -22,42 +22,40 @@ public:
 
     void append_all();
 
-    std::uint32_t ordinary_frames() const { return ordinary_frames_; }
-    std::uint64_t last_frame() const {
-        return last_frame_;
-    } // offset of the last header, inserted frames included
-    const std::vector<std::uint64_t>& offsets() const { return offsets_; }
+    uint32_t ordinary_frames() const { return ordinary_frames_; }
+    uint64_t last_frame() const { return last_frame_; } // offset of the last header, inserted frames included
+    const std::vector<uint64_t>& offsets() const { return offsets_; }
     const std::vector<kmr_index_record>& index_records() const { return index_records_; }
 
 private:
     // What differs from frame to frame.
     struct next_frame {
-        std::uint32_t position; // counted from 0, lost ones included
-        std::uint32_t stamp;
-        std::uint16_t tag;
+        uint32_t position; // counted from 0, lost ones included
+        uint32_t stamp;
+        uint16_t tag;
         frame_video video;
     };
 
-    void append_gap(std::uint32_t position);
-    void append_frame(std::uint32_t position, std::uint32_t stamp);
-    void append_inserted(std::uint32_t position, std::uint32_t stamp);
+    void append_gap(uint32_t position);
+    void append_frame(uint32_t position, uint32_t stamp);
+    void append_inserted(uint32_t position, uint32_t stamp);
     void append_record(const next_frame& of, const bytes* user_data, const char* type);
-    void append_made_up(std::uint8_t value, std::uint64_t count);
-    void add_index_record(std::uint32_t stamp);
-    kmr_frame_header make_header(const next_frame& of, std::uint32_t video_size) const;
-    const bytes* user_data_for(std::uint32_t position, bool i_frame) const;
-    bool is_lost(std::uint32_t position) const;
-    std::uint32_t jump_at(std::uint32_t position) const;
+    void append_made_up(uint8_t value, uint64_t count);
+    void add_index_record(uint32_t stamp);
+    kmr_frame_header make_header(const next_frame& of, uint32_t video_size) const;
+    const bytes* user_data_for(uint32_t position, bool i_frame) const;
+    bool is_lost(uint32_t position) const;
+    uint32_t jump_at(uint32_t position) const;
 
     output_file& to_;
     const recording_plan& plan_;
     const frame_source& source_;
     const item_listener& listener_;
     std::vector<std::pair<frame_selection, bytes>> user_data_; // finished units
-    std::uint32_t ordinary_frames_ = 0;
-    std::uint64_t last_frame_ = 0;
-    std::uint32_t first_i_stamp_ = 0;
-    std::vector<std::uint64_t> offsets_;
+    uint32_t ordinary_frames_ = 0;
+    uint64_t last_frame_ = 0;
+    uint32_t first_i_stamp_ = 0;
+    std::vector<uint64_t> offsets_;
     std::vector<kmr_index_record> index_records_;
 };
 

@@ -9,29 +9,29 @@
 namespace compose {
 namespace {
 
-constexpr std::uint32_t capacity_step = 450; // the recorder's record array grows by so many
+constexpr uint32_t capacity_step = 450; // the recorder's record array grows by so many
 
-kmr_index_record& record_at(std::vector<kmr_index_record>& records, std::uint32_t number) {
+kmr_index_record& record_at(std::vector<kmr_index_record>& records, uint32_t number) {
     if (number >= records.size())
         throw usage_error("there is no index record " + std::to_string(number) + ": there are " +
                           std::to_string(records.size()) + ", counted from 0");
     return records[number];
 }
 
-std::uint32_t tag_count(const std::vector<kmr_index_record>& records) {
+uint32_t tag_count(const std::vector<kmr_index_record>& records) {
     const auto tagged = std::count_if(records.begin(), records.end(),
                                       [](const kmr_index_record& each) { return each.TagName[0] != '\0'; });
-    return std::min(static_cast<std::uint32_t>(tagged), KMR_MAX_TAGS);
+    return std::min(static_cast<uint32_t>(tagged), KMR_MAX_TAGS);
 }
 
 // An array is never without room, even for no records at all.
-std::uint32_t capacity_for(std::uint32_t count) {
-    const std::uint32_t steps = count == 0 ? 1 : (count + capacity_step - 1) / capacity_step;
+uint32_t capacity_for(uint32_t count) {
+    const uint32_t steps = count == 0 ? 1 : (count + capacity_step - 1) / capacity_step;
     return steps * capacity_step;
 }
 
 kmr_index_head make_head(const std::vector<kmr_index_record>& records) {
-    const auto count = static_cast<std::uint32_t>(records.size());
+    const auto count = static_cast<uint32_t>(records.size());
     kmr_index_head head = {};
     head.Frame.SyncWord = KMR_SYNC_WORD;
     head.Frame.FrameSize = KMR_INDEX_HEAD_SIZE + count * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
@@ -50,7 +50,7 @@ void spoil_head(kmr_index_head& head, const index_plan& plan) {
     if (!plan.head_noise)
         return;
     noise source(*plan.head_noise);
-    std::uint8_t content[sizeof head];
+    uint8_t content[sizeof head];
     std::generate(std::begin(content), std::end(content), [&] { return source.next_not_zero(); });
     std::memcpy(&head, content, sizeof head);
 }

@@ -14,17 +14,16 @@
 namespace compose {
 
 struct index_plan {
-    std::vector<std::pair<std::uint32_t, std::string>> tags =
-        {}; // number of the record, from 0, and its text
+    std::vector<std::pair<uint32_t, std::string>> tags = {}; // number of the record, from 0, and its text
 
     // What is wrong with it, on purpose.
     bool written = true;
     bool has_trailer = true;
-    std::optional<std::uint32_t> trailer_magic = {};
-    std::optional<std::uint32_t> trailer_length = {};
+    std::optional<uint32_t> trailer_magic = {};
+    std::optional<uint32_t> trailer_length = {};
     std::vector<field_patch> head = {};
-    std::vector<std::pair<std::uint32_t, field_patch>> records = {};
-    std::optional<std::uint64_t> head_noise = {}; // seed; the whole head becomes noise
+    std::vector<std::pair<uint32_t, field_patch>> records = {};
+    std::optional<uint64_t> head_noise = {}; // seed; the whole head becomes noise
 };
 
 // Applies tags and field values to the records. Throws usage_error for a record that is not there.

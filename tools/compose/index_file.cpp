@@ -16,14 +16,14 @@
 namespace compose {
 namespace {
 
-constexpr std::uint32_t head_size = 72;
+constexpr uint32_t head_size = 72;
 
 struct index_file_record {
-    std::uint8_t channel;
-    std::uint8_t kind;
-    std::uint8_t unknown_2[2];
-    std::int32_t time;
-    std::uint8_t unknown_8[4];
+    uint8_t channel;
+    uint8_t kind;
+    uint8_t unknown_2[2];
+    int32_t time;
+    uint8_t unknown_8[4];
     char name[104];
     char path[68];
 };
@@ -33,7 +33,7 @@ static_assert(offsetof(index_file_record, name) == 12);
 static_assert(offsetof(index_file_record, path) == 116);
 
 // A text that fills its field has no terminator, and that is allowed.
-template <std::size_t Size>
+template <size_t Size>
 void fill_text(char (&field)[Size], const std::string& text) {
     std::memcpy(field, text.data(), std::min(text.size(), Size));
 }
@@ -48,11 +48,11 @@ index_file_record make_record(const index_file_entry& entry) {
     return record;
 }
 
-std::int32_t parse_time(const std::string& text) {
-    const std::int64_t value = parse_signed(text);
-    if (value != static_cast<std::int32_t>(value))
+int32_t parse_time(const std::string& text) {
+    const int64_t value = parse_signed(text);
+    if (value != static_cast<int32_t>(value))
         throw usage_error("'" + text + "' is not a time in signed 32-bit seconds");
-    return static_cast<std::int32_t>(value);
+    return static_cast<int32_t>(value);
 }
 
 } // namespace
@@ -61,8 +61,8 @@ index_file_entry parse_index_file_entry(const std::string& text) {
     const std::vector<std::string> parts = split(text, ',', 5);
     if (parts.size() != 5)
         throw usage_error("'" + text + "' is not of the form CHANNEL,KIND,TIME,NAME,PATH");
-    return {static_cast<std::uint8_t>(parse_number(parts[0], 255)),
-            static_cast<std::uint8_t>(parse_number(parts[1], 255)), parse_time(parts[2]),
+    return {static_cast<uint8_t>(parse_number(parts[0], 255)),
+            static_cast<uint8_t>(parse_number(parts[1], 255)), parse_time(parts[2]),
             parse_text(parts[3], sizeof(index_file_record::name)),
             parse_text(parts[4], sizeof(index_file_record::path))};
 }
@@ -71,7 +71,7 @@ std::vector<index_file_entry> read_index_file_list(const std::string& path) {
     errno = 0;
     std::ifstream list(path);
     std::vector<index_file_entry> entries;
-    std::size_t number = 0;
+    size_t number = 0;
     for (std::string line; std::getline(list, line);) {
         ++number;
         if (line.empty() || line.starts_with("#"))
@@ -91,15 +91,15 @@ std::vector<index_file_entry> make_up_index_file_entries(const std::string& text
     const std::vector<std::string> parts = split(text, ':', 3);
     if (parts.size() != 3)
         throw usage_error("'" + text + "' is not of the form COUNT:FIRST_TIME:STEP");
-    const std::uint32_t count = parse_u32(parts[0]);
-    const std::int64_t first = parse_time(parts[1]);
-    const std::int64_t step = parse_time(parts[2]);
+    const uint32_t count = parse_u32(parts[0]);
+    const int64_t first = parse_time(parts[1]);
+    const int64_t step = parse_time(parts[2]);
     std::vector<index_file_entry> entries;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i) {
         char name[64];
         std::snprintf(name, sizeof name, "H1100020150102030405I%06" PRIu32, i % 1000000);
-        entries.push_back({static_cast<std::uint8_t>(i % 16), 0, static_cast<std::int32_t>(first + i * step),
-                           name, std::string("20150102/") + name});
+        entries.push_back({static_cast<uint8_t>(i % 16), 0, static_cast<int32_t>(first + i * step), name,
+                           std::string("20150102/") + name});
     }
     return entries;
 }

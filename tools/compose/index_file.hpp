@@ -10,9 +10,9 @@
 namespace compose {
 
 struct index_file_entry {
-    std::uint8_t channel;
-    std::uint8_t kind;
-    std::int32_t time; // seconds since 1970
+    uint8_t channel;
+    uint8_t kind;
+    int32_t time; // seconds since 1970
     std::string name;
     std::string path;
 };

@@ -7,18 +7,18 @@ namespace compose {
 
 class noise {
 public:
-    explicit noise(std::uint64_t seed) : state_(seed) {}
+    explicit noise(uint64_t seed) : state_(seed) {}
 
-    std::uint8_t next() {
+    uint8_t next() {
         state_ = state_ * 6364136223846793005u + 1442695040888963407u;
-        return static_cast<std::uint8_t>(state_ >> 56);
+        return static_cast<uint8_t>(state_ >> 56);
     }
 
     // Without zero bytes no start code and no sync word can come about by chance.
-    std::uint8_t next_not_zero() { return static_cast<std::uint8_t>(next() % 255 + 1); }
+    uint8_t next_not_zero() { return static_cast<uint8_t>(next() % 255 + 1); }
 
 private:
-    std::uint64_t state_;
+    uint64_t state_;
 };
 
 } // namespace compose

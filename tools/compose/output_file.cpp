@@ -12,8 +12,8 @@
 namespace compose {
 namespace {
 
-constexpr std::size_t buffer_size = std::size_t{1} << 20;
-constexpr std::uint64_t shortest_hole = 4096; // below a page a hole saves nothing
+constexpr size_t buffer_size = size_t{1} << 20;
+constexpr uint64_t shortest_hole = 4096; // below a page a hole saves nothing
 
 bool is_something_else_than_a_file(const std::string& path) {
     struct stat found {};
@@ -42,10 +42,10 @@ void output_file::fail() const {
     throw std::runtime_error(path_ + ": " + std::strerror(errno));
 }
 
-void output_file::append(const void* data, std::size_t size) {
-    const auto* from = static_cast<const std::uint8_t*>(data);
+void output_file::append(const void* data, size_t size) {
+    const auto* from = static_cast<const uint8_t*>(data);
     while (size > 0) {
-        const std::size_t part = std::min(size, buffer_size - buffer_.size());
+        const size_t part = std::min(size, buffer_size - buffer_.size());
         buffer_.insert(buffer_.end(), from, from + part);
         from += part;
         size -= part;
@@ -54,17 +54,17 @@ void output_file::append(const void* data, std::size_t size) {
     }
 }
 
-void output_file::append_fill(std::uint8_t value, std::uint64_t count) {
+void output_file::append_fill(uint8_t value, uint64_t count) {
     while (count > 0) {
-        const std::uint64_t part = std::min<std::uint64_t>(count, buffer_size - buffer_.size());
-        buffer_.insert(buffer_.end(), static_cast<std::size_t>(part), value);
+        const uint64_t part = std::min<uint64_t>(count, buffer_size - buffer_.size());
+        buffer_.insert(buffer_.end(), static_cast<size_t>(part), value);
         count -= part;
         if (buffer_.size() == buffer_size)
             flush();
     }
 }
 
-void output_file::append_hole(std::uint64_t count) {
+void output_file::append_hole(uint64_t count) {
     if (count < shortest_hole) {
         append_fill(0, count);
         return;
@@ -74,30 +74,30 @@ void output_file::append_hole(std::uint64_t count) {
 }
 
 void output_file::flush() {
-    const std::uint8_t* from = buffer_.data();
-    for (std::size_t left = buffer_.size(); left > 0;) {
+    const uint8_t* from = buffer_.data();
+    for (size_t left = buffer_.size(); left > 0;) {
         const ssize_t written = pwrite(descriptor_, from, left, static_cast<off_t>(flushed_));
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
             fail();
         from += written;
-        left -= static_cast<std::size_t>(written);
-        flushed_ += static_cast<std::uint64_t>(written);
+        left -= static_cast<size_t>(written);
+        flushed_ += static_cast<uint64_t>(written);
     }
     buffer_.clear();
 }
 
-void output_file::overwrite(std::uint64_t offset, const void* data, std::size_t size) {
+void output_file::overwrite(uint64_t offset, const void* data, size_t size) {
     flush();
-    const std::uint64_t end = flushed_;
+    const uint64_t end = flushed_;
     flushed_ = offset;
     append(data, size);
     flush();
     flushed_ = end;
 }
 
-void output_file::truncate(std::uint64_t size) {
+void output_file::truncate(uint64_t size) {
     flush();
     if (ftruncate(descriptor_, static_cast<off_t>(size)) != 0)
         fail();

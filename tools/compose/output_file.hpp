@@ -17,15 +17,15 @@ public:
     output_file(const output_file&) = delete;
     output_file& operator=(const output_file&) = delete;
 
-    void append(const void* data, std::size_t size);
-    void append_fill(std::uint8_t value, std::uint64_t count);
-    void append_hole(std::uint64_t count); // reads as zeros and takes no space where the host can do that
+    void append(const void* data, size_t size);
+    void append_fill(uint8_t value, uint64_t count);
+    void append_hole(uint64_t count); // reads as zeros and takes no space where the host can do that
 
-    std::uint64_t size() const { return flushed_ + buffer_.size(); }
+    uint64_t size() const { return flushed_ + buffer_.size(); }
 
     // Within the file as it stands.
-    void overwrite(std::uint64_t offset, const void* data, std::size_t size);
-    void truncate(std::uint64_t size);
+    void overwrite(uint64_t offset, const void* data, size_t size);
+    void truncate(uint64_t size);
 
     // Gives the complete file its name.
     void commit();
@@ -37,8 +37,8 @@ private:
     std::string path_;
     std::string temporary_;
     int descriptor_ = -1;
-    std::uint64_t flushed_ = 0; // where the buffer belongs in the file
-    std::vector<std::uint8_t> buffer_;
+    uint64_t flushed_ = 0; // where the buffer belongs in the file
+    std::vector<uint8_t> buffer_;
 };
 
 } // namespace compose

@@ -12,7 +12,7 @@ namespace compose {
 namespace {
 
 template <typename Record, typename Field>
-constexpr record_field field_at(const char* name, std::size_t offset, Field Record::*) {
+constexpr record_field field_at(const char* name, size_t offset, Field Record::*) {
     return {name, offset, sizeof(Field)};
 }
 
@@ -52,7 +52,7 @@ constexpr record_field of_frame_and_index_head[] = {
     FIELD(kmr_index_head, RecordCount), FIELD(kmr_index_head, RecordSize),
     FIELD(kmr_index_head, MemoryNum),
 };
-constexpr std::size_t index_head_own_fields = 3;
+constexpr size_t index_head_own_fields = 3;
 static_assert(offsetof(kmr_index_head, Frame) == 0);
 
 constexpr record_field of_index_record[] = {
@@ -86,8 +86,8 @@ field_patch parse_field_patch(const std::string& text, std::span<const record_fi
     });
     if (field == fields.end())
         throw usage_error("'" + name + "' is none of the fields " + names_of(fields));
-    const std::uint64_t most = (std::uint64_t{1} << 8 * field->width) - 1;
-    return {*field, static_cast<std::uint32_t>(parse_number(value, most))};
+    const uint64_t most = (uint64_t{1} << 8 * field->width) - 1;
+    return {*field, static_cast<uint32_t>(parse_number(value, most))};
 }
 
 } // namespace compose

@@ -10,8 +10,8 @@ namespace compose {
 
 struct record_field {
     const char* name;
-    std::size_t offset;
-    std::size_t width; // bytes
+    size_t offset;
+    size_t width; // bytes
 };
 
 extern const std::span<const record_field> file_header_fields;
@@ -22,7 +22,7 @@ extern const std::span<const record_field> index_record_fields;
 // A value for one field of a record.
 struct field_patch {
     record_field field;
-    std::uint32_t value;
+    uint32_t value;
 
     void apply(void* record) const;
 };

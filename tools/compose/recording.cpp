@@ -34,8 +34,8 @@ kmr_file_header make_file_header(const recording_plan& plan) {
 }
 
 void finish_file_header(output_file& to, kmr_file_header header, const recording_plan& plan,
-                        std::uint32_t frame_count) {
-    header.TotalSize = static_cast<std::uint32_t>(to.size());
+                        uint32_t frame_count) {
+    header.TotalSize = static_cast<uint32_t>(to.size());
     header.FrameCount = frame_count;
     for (const field_patch& patch : plan.header.fields)
         patch.apply(&header);
@@ -50,14 +50,14 @@ void append_index(output_file& to, const recording_plan& plan, std::vector<kmr_i
     map.index = to.size();
     append_index_block(to, records, plan.index);
     if (listener)
-        listener({map.index, "index", static_cast<std::uint32_t>(records.size()), 0, to.size() - map.index});
+        listener({map.index, "index", static_cast<uint32_t>(records.size()), 0, to.size() - map.index});
 }
 
 void tear_last_frame(output_file& to, const recording_plan& plan, const frame_writer& frames) {
     if (!plan.frames.torn_last)
         return;
-    const std::uint64_t left = *plan.frames.torn_last;
-    const std::uint64_t size = to.size() - frames.last_frame();
+    const uint64_t left = *plan.frames.torn_last;
+    const uint64_t size = to.size() - frames.last_frame();
     if (left >= size)
         throw usage_error("the last frame has " + std::to_string(size) + " bytes, so it is not torn after " +
                           std::to_string(left));

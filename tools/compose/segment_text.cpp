@@ -11,7 +11,7 @@ enum class segment_form { text, two_u32, two_u16 };
 
 struct named_segment {
     const char* name;
-    std::uint16_t flag;
+    uint16_t flag;
     segment_form form;
 };
 
@@ -23,14 +23,14 @@ constexpr named_segment named_segments[] = {
     {"vca_target", 0xFED9, segment_form::two_u16}, {"user_define", 0x0001, segment_form::text},
 };
 
-void append_number(bytes& to, std::uint64_t value, std::size_t width) {
-    for (std::size_t i = 0; i < width; ++i)
-        to.push_back(static_cast<std::uint8_t>(value >> 8 * i));
+void append_number(bytes& to, uint64_t value, size_t width) {
+    for (size_t i = 0; i < width; ++i)
+        to.push_back(static_cast<uint8_t>(value >> 8 * i));
 }
 
-bytes two_numbers(const std::string& text, std::size_t width) {
+bytes two_numbers(const std::string& text, size_t width) {
     const auto [first, second] = split_pair(text, ',');
-    const std::uint64_t most = (std::uint64_t{1} << 8 * width) - 1;
+    const uint64_t most = (uint64_t{1} << 8 * width) - 1;
     bytes payload;
     append_number(payload, parse_number(first, most), width);
     append_number(payload, parse_number(second, most), width);
@@ -52,7 +52,7 @@ bytes payload_of(segment_form form, const std::string& text) {
 } // namespace
 
 user_data_segment parse_segment(const std::string& text) {
-    const std::size_t sign = text.find('=');
+    const size_t sign = text.find('=');
     if (sign == std::string::npos)
         throw usage_error("'" + text + "' is not of the form NAME=VALUE");
     const std::string name = text.substr(0, sign);

@@ -7,18 +7,18 @@
 namespace compose {
 namespace {
 
-constexpr std::uint8_t h264_marker[] = {0, 0, 0, 1, 0x06, 0xF0};
-constexpr std::uint8_t h265_marker[] = {0, 0, 0, 1, 0x4E, 0x01, 0xF0};
-constexpr std::uint8_t unit_end = 0x80;
-constexpr std::size_t block_header_size = 8;
+constexpr uint8_t h264_marker[] = {0, 0, 0, 1, 0x06, 0xF0};
+constexpr uint8_t h265_marker[] = {0, 0, 0, 1, 0x4E, 0x01, 0xF0};
+constexpr uint8_t unit_end = 0x80;
+constexpr size_t block_header_size = 8;
 
 void append(bytes& to, const bytes& more) {
     to.insert(to.end(), more.begin(), more.end());
 }
 
-void append_u16(bytes& to, std::size_t value) {
-    to.push_back(static_cast<std::uint8_t>(value));
-    to.push_back(static_cast<std::uint8_t>(value >> 8));
+void append_u16(bytes& to, size_t value) {
+    to.push_back(static_cast<uint8_t>(value));
+    to.push_back(static_cast<uint8_t>(value >> 8));
 }
 
 bytes segments_area(const user_data_block& block) {
@@ -31,7 +31,7 @@ bytes segments_area(const user_data_block& block) {
     return area;
 }
 
-bytes plain_block(const user_data_block& block, const bytes& area, std::size_t length) {
+bytes plain_block(const user_data_block& block, const bytes& area, size_t length) {
     bytes plain = block.magic;
     append_u16(plain, block.declared_count.value_or(block.segments.size()));
     append_u16(plain, length);
@@ -45,7 +45,7 @@ bytes carried(const user_data_block& block, const bytes& plain) {
 
 // The block whose length field is its own carried size less 8, if there is one for these segments.
 std::optional<bytes> sound_block(const user_data_block& block, const bytes& area) {
-    std::size_t length = area.size();
+    size_t length = area.size();
     for (int attempt = 0; attempt < 8; ++attempt) {
         const bytes result = carried(block, plain_block(block, area, length));
         if (result.size() == length + block_header_size)
@@ -66,7 +66,7 @@ bytes carried_block(const user_data_block& block) {
         area.push_back(0xFF);
         sound = sound_block(block, area);
     }
-    if (sound->size() > std::numeric_limits<std::uint16_t>::max() + block_header_size)
+    if (sound->size() > std::numeric_limits<uint16_t>::max() + block_header_size)
         throw usage_error("the segments of a user-data block have more than 65535 bytes");
     return *sound;
 }
@@ -76,7 +76,7 @@ bytes carried_block(const user_data_block& block) {
 bytes escape(const bytes& plain) {
     bytes escaped;
     int zeros = 0;
-    for (const std::uint8_t value : plain) {
+    for (const uint8_t value : plain) {
         if (zeros == 2 && value <= 3) {
             escaped.push_back(3);
             zeros = 0;
@@ -87,9 +87,9 @@ bytes escape(const bytes& plain) {
     return escaped;
 }
 
-bytes size_field(std::uint32_t size) {
+bytes size_field(uint32_t size) {
     bytes field(size / 255, 0xFF);
-    field.push_back(static_cast<std::uint8_t>(size % 255));
+    field.push_back(static_cast<uint8_t>(size % 255));
     return field;
 }
 
@@ -100,7 +100,7 @@ bytes sei_unit(const user_data_block& block, codec coding) {
         unit.insert(unit.end(), std::begin(h264_marker), std::end(h264_marker));
     else
         unit.insert(unit.end(), std::begin(h265_marker), std::end(h265_marker));
-    append(unit, size_field(block.declared_size.value_or(static_cast<std::uint32_t>(carried.size()))));
+    append(unit, size_field(block.declared_size.value_or(static_cast<uint32_t>(carried.size()))));
     append(unit, carried);
     unit.push_back(unit_end);
     return unit;

@@ -19,9 +19,9 @@
 namespace compose {
 
 struct user_data_segment {
-    std::uint16_t flag = 0;
+    uint16_t flag = 0;
     bytes payload = {};
-    std::optional<std::uint16_t> declared_length = {}; // else the payload's
+    std::optional<uint16_t> declared_length = {}; // else the payload's
 };
 
 struct user_data_block {
@@ -29,9 +29,9 @@ struct user_data_block {
     bytes magic = {'Z', 'N', 'S', 'T'};
 
     // What is wrong with it, on purpose.
-    std::optional<std::uint16_t> declared_count = {};
-    std::optional<std::uint16_t> declared_length = {};
-    std::optional<std::uint32_t> declared_size = {};
+    std::optional<uint16_t> declared_count = {};
+    std::optional<uint16_t> declared_length = {};
+    std::optional<uint32_t> declared_size = {};
     std::optional<bytes> content = {}; // the whole block before it is escaped
     bytes lead = {};                   // bytes in front of the SEI unit
     bool escaped = true;
@@ -41,7 +41,7 @@ struct user_data_block {
 bytes escape(const bytes& plain);
 
 // The size field: as many bytes 0xFF as needed and one below.
-bytes size_field(std::uint32_t size);
+bytes size_field(uint32_t size);
 
 // The whole unit, its lead included. A sound block's length is that of the *escaped* block less 8, because that is
 // what a reader holds it against. As the length is part of what is escaped, there are blocks for which no length is

@@ -7,7 +7,7 @@
 namespace {
 
 // A node without neighbours; null without memory.
-adt_dlist_node* make_node(std::size_t element_size, const void* element) {
+adt_dlist_node* make_node(size_t element_size, const void* element) {
     if (element_size > SIZE_MAX - sizeof(adt_dlist_node))
         return nullptr;
     auto* node = static_cast<adt_dlist_node*>(std::malloc(sizeof(adt_dlist_node) + element_size));

@@ -1,6 +1,6 @@
 // Watches and disturbs the file-system modules of a test.
 //
-// The test modules (tests/modules/lib) hand every call on to the plain-file modules and tell the probe of it; the probe
+// The test modules (tests/fakes/lib) hand every call on to the plain-file modules and tell the probe of it; the probe
 // is a shared library of its own, so that both modules and the test program see the same one.
 #pragma once
 
@@ -23,13 +23,13 @@ std::vector<std::string> calls();
 
 // The nth call from now (1-based) of `operation` (name without prefix; "*": any operation) is not performed and gives
 // `result` (null where it returns a pointer).
-void fail(const std::string& operation, int nth, std::int64_t result = -1);
+void fail(const std::string& operation, int nth, int64_t result = -1);
 
 // From the nth call from now of `operation` on, every call of it fails that way.
-void fail_from(const std::string& operation, int nth, std::int64_t result = -1);
+void fail_from(const std::string& operation, int nth, int64_t result = -1);
 
 // The nth Read or Write from now moves at most `bytes` bytes.
-void cut(const std::string& operation, int nth, std::uint32_t bytes);
+void cut(const std::string& operation, int nth, uint32_t bytes);
 
 // The process ends at once (_exit(77)), as in a power cut, instead of the nth call from now of any operation.
 void stop_before(int nth);

@@ -1,6 +1,6 @@
 // What module 1 has alone: the operations that the layer itself performs for module 0.
 #include "libvfs/vfs_module.h"
-#include "tests/modules/real_module.hpp"
+#include "tests/fakes/real_module.hpp"
 
 using module_probe::listed;
 

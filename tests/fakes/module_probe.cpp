@@ -1,6 +1,6 @@
-#include "tests/modules/module_probe.hpp"
+#include "tests/fakes/module_probe.hpp"
 
-#include "tests/modules/probed_call.hpp"
+#include "tests/fakes/probed_call.hpp"
 
 #include <algorithm>
 #include <mutex>
@@ -16,7 +16,7 @@ struct plan {
     std::string operation;
     int remaining; // calls until it takes effect
     bool lasts;
-    std::int64_t value;
+    int64_t value;
 
     bool concerns(const std::string& called) const { return operation == "*" || operation == called; }
 };
@@ -48,7 +48,7 @@ void apply(const plan& planned, verdict& verdict) {
         verdict.result = planned.value;
         break;
     case effect::cut:
-        verdict.most_bytes = static_cast<std::uint32_t>(planned.value);
+        verdict.most_bytes = static_cast<uint32_t>(planned.value);
         break;
     case effect::stop:
         _exit(77);
@@ -73,15 +73,15 @@ int count() {
     return static_cast<int>(state().calls.size());
 }
 
-void fail(const std::string& operation, int nth, std::int64_t result) {
+void fail(const std::string& operation, int nth, int64_t result) {
     add({effect::fail, operation, nth, false, result});
 }
 
-void fail_from(const std::string& operation, int nth, std::int64_t result) {
+void fail_from(const std::string& operation, int nth, int64_t result) {
     add({effect::fail, operation, nth, true, result});
 }
 
-void cut(const std::string& operation, int nth, std::uint32_t bytes) {
+void cut(const std::string& operation, int nth, uint32_t bytes) {
     add({effect::cut, operation, nth, false, bytes});
 }
 

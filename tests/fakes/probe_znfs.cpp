@@ -1,6 +1,6 @@
 // What module 0 has alone: the functions that programs call directly.
 #include "libvfs/vfs_module.h"
-#include "tests/modules/real_module.hpp"
+#include "tests/fakes/real_module.hpp"
 
 using module_probe::listed;
 

@@ -1,5 +1,5 @@
 // Reads are served from a window that was read ahead. Nobody may be able to tell.
-#include "tests/modules_plain/plain_module.hpp"
+#include "tests/modules/plain_module.hpp"
 
 #include <fcntl.h>
 #include <random>
@@ -7,9 +7,9 @@
 
 namespace {
 
-std::string numbered_bytes(std::size_t size) {
+std::string numbered_bytes(size_t size) {
     std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i)
+    for (size_t i = 0; i < size; ++i)
         bytes[i] = static_cast<char>(i * 7 + i / 256);
     return bytes;
 }
@@ -20,14 +20,14 @@ protected:
         EXPECT_EQ(module.seek(number, position, SEEK_SET), position);
         std::string bytes(count, '?');
         const int32_t got = module.read(number, bytes.data(), count);
-        return got < 0 ? "failed" : bytes.substr(0, static_cast<std::size_t>(got));
+        return got < 0 ? "failed" : bytes.substr(0, static_cast<size_t>(got));
     }
 
     const plain_module module = plain_module::module_1();
 };
 
 TEST_F(read_ahead, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
-    constexpr std::size_t size = 300000;
+    constexpr size_t size = 300000;
     const std::string content = numbered_bytes(size);
     const int32_t number = module.open(write_file("x", content));
     std::mt19937 random(7);
@@ -36,7 +36,7 @@ TEST_F(read_ahead, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
         const auto count = static_cast<uint32_t>(random() % (i % 10 == 0 ? 100000 : 3000));
         if (i % 3 != 0) // the others go on where the last one ended
             position = static_cast<int64_t>(random() % (size + 2000));
-        const auto from = std::min(static_cast<std::size_t>(position), size);
+        const auto from = std::min(static_cast<size_t>(position), size);
         const std::string expected = content.substr(from, count);
         ASSERT_EQ(read_at(number, position, count), expected) << position << ' ' << count;
         position += static_cast<int64_t>(expected.size());

@@ -1,4 +1,4 @@
-#include "tests/modules_plain/plain_module.hpp"
+#include "tests/modules/plain_module.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -15,7 +15,7 @@ protected:
     std::string read_text(int32_t number, uint32_t count) const {
         std::string text(count, '?');
         const int32_t got = module.read(number, text.data(), count);
-        return got < 0 ? "failed" : text.substr(0, static_cast<std::size_t>(got));
+        return got < 0 ? "failed" : text.substr(0, static_cast<size_t>(got));
     }
 };
 

@@ -2,7 +2,7 @@
 // library's path) come from the build: the sources that include this are compiled once per module.
 #pragma once
 
-#include "tests/modules/probed_call.hpp"
+#include "tests/fakes/probed_call.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -35,7 +35,7 @@ Function* real(Function*, const char* operation) {
 
 // Passes one call of PROBED(name) through the probe.
 #define PROBE_CALL(name, shown_arguments, ...)                                                               \
-    module_probe::observed(PROBE_TEXT(PROBE_PREFIX), #name, shown_arguments, [&](std::uint32_t most_bytes) { \
+    module_probe::observed(PROBE_TEXT(PROBE_PREFIX), #name, shown_arguments, [&](uint32_t most_bytes) {      \
         static_cast<void>(most_bytes);                                                                       \
         return real(&PROBED(name), #name)(__VA_ARGS__);                                                      \
     })

@@ -10,8 +10,8 @@ namespace module_probe {
 
 // What the plans say about one call.
 struct verdict {
-    std::optional<std::int64_t> result;    // given in place of the call
-    std::uint32_t most_bytes = UINT32_MAX; // that it may move
+    std::optional<int64_t> result;    // given in place of the call
+    uint32_t most_bytes = UINT32_MAX; // that it may move
 };
 
 verdict judge(const std::string& operation);
@@ -23,7 +23,7 @@ inline std::string shown(const char* text) {
 inline std::string shown(const void* handle) {
     return handle == nullptr ? "null" : "handle";
 }
-inline std::string shown(std::int64_t number) {
+inline std::string shown(int64_t number) {
     return std::to_string(number);
 }
 
@@ -36,7 +36,7 @@ std::string listed(Arguments... arguments) {
 }
 
 template <typename Result>
-Result forced(std::int64_t result) {
+Result forced(int64_t result) {
     if constexpr (std::is_pointer_v<Result>)
         return nullptr;
     else

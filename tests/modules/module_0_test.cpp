@@ -1,4 +1,4 @@
-#include "tests/modules_plain/plain_module.hpp"
+#include "tests/modules/plain_module.hpp"
 
 #include <climits>
 #include <cstdlib>
@@ -147,8 +147,8 @@ TEST_F(module_0_times, ChangeCreateTimeChangesTheStartTimeAndNothingElse) {
     EXPECT_EQ(record.AccessTime, 1000000001u);
     EXPECT_EQ(record.ModifyTime, 1000000002u);
 
-    const std::uint16_t date[] = {2016, 2, 29, 16, 59, 59};
-    for (std::size_t i = 0; i < std::size(date); ++i)
+    const uint16_t date[] = {2016, 2, 29, 16, 59, 59};
+    for (size_t i = 0; i < std::size(date); ++i)
         recording::put_u16(content, 10 + 2 * i, date[i]);
     EXPECT_EQ(scratch::read_file(path), content);
 }

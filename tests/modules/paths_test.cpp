@@ -1,4 +1,4 @@
-#include "tests/modules_plain/plain_module.hpp"
+#include "tests/modules/plain_module.hpp"
 
 #include <cstdlib>
 #include <cstring>
@@ -31,7 +31,7 @@ protected:
         return record.StartTime;
     }
     // The header of a recording with one of its 16-bit fields changed.
-    static recording::bytes header_with(std::size_t offset, std::uint16_t value) {
+    static recording::bytes header_with(size_t offset, uint16_t value) {
         recording::bytes header = recording::file_header(1);
         recording::put_u16(header, offset, value);
         return header;
@@ -54,7 +54,7 @@ TEST_P(plain_paths, StatFillsItsFieldsAndNothingElse) {
 
     unsigned char expected[232];
     std::memset(expected, 0xEE, sizeof expected);
-    const auto put = [&](std::size_t offset, std::initializer_list<unsigned char> bytes) {
+    const auto put = [&](size_t offset, std::initializer_list<unsigned char> bytes) {
         std::copy(bytes.begin(), bytes.end(), expected + offset);
     };
     put(48, {5, 0, 0, 0, 0, 0, 0, 0});

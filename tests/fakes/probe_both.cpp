@@ -1,6 +1,6 @@
 // The operations that both test modules have.
 #include "libvfs/vfs_module.h"
-#include "tests/modules/real_module.hpp"
+#include "tests/fakes/real_module.hpp"
 
 #include <algorithm>
 

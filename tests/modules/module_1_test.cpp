@@ -1,4 +1,4 @@
-#include "tests/modules_plain/plain_module.hpp"
+#include "tests/modules/plain_module.hpp"
 
 #include <cerrno>
 #include <cstdlib>
