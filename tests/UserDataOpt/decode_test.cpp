@@ -20,9 +20,9 @@ std::string heading(const std::string& count) {
            tabs + "     loc\t UserData Flag\t UserData Type\n";
 }
 
-class decoder : public testing::Test {
+class DecoderTest : public testing::Test {
 protected:
-    decoder() {
+    DecoderTest() {
         g_stVcaAnalysSize = {176, 144, 176, 144};
         std::memset(&g_stVcaTarget, 0xEE, sizeof g_stVcaTarget);
     }
@@ -38,7 +38,7 @@ protected:
 
 // --- Marker ---
 
-TEST_F(decoder, PrintsHeadingRowAndEmptyLine) {
+TEST_F(DecoderTest, PrintsHeadingRowAndEmptyLine) {
     const outcome of = decode(sei(h264, block(1, segment(0xFED1, {1, 2, 3}))), 0x1000);
     EXPECT_EQ(of.result, 0);
     EXPECT_EQ(of.text, "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t"
@@ -53,18 +53,18 @@ TEST_F(decoder, PrintsHeadingRowAndEmptyLine) {
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {8, 1}}));
 }
 
-TEST_F(decoder, AnH265BlockBeginsOneByteLater) {
+TEST_F(DecoderTest, AnH265BlockBeginsOneByteLater) {
     const outcome of = decode(sei(h265, block(1, segment(0xFED1, {}))));
     EXPECT_EQ(of.text, heading("1") + tabs + "        8\t fed1\t                USERDATA_FLAG_OSD\n\n");
     EXPECT_EQ(of.counters, (counters{{0, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {8, 1}}));
 }
 
-TEST_F(decoder, FindsTheMarkerBehindOtherBytes) {
+TEST_F(DecoderTest, FindsTheMarkerBehindOtherBytes) {
     const outcome of = decode(bytes(9, 0x55) + sei(h264, block(1, segment(0xFED1, {}))), 0xABCDEF00);
     EXPECT_EQ(of.text, heading("1") + tabs + " abcdef10\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(decoder, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
+TEST_F(DecoderTest, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
     const outcome of =
         decode(sei(h265, block(1, segment(0xFED1, {}))) + sei(h264, block(1, segment(0xFED4, {}))));
     // 7 + 1 + 12 bytes before the second marker, whose block begins 7 bytes on: 27.
@@ -72,13 +72,13 @@ TEST_F(decoder, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {11, 1}}));
 }
 
-TEST_F(decoder, TheFirstOfTwoMarkersIsTaken) {
+TEST_F(DecoderTest, TheFirstOfTwoMarkersIsTaken) {
     const outcome of =
         decode(sei(h264, block(1, segment(0xFED1, {}))) + sei(h264, block(1, segment(0xFED4, {}))));
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(decoder, WithoutAMarkerNothingIsPrinted) {
+TEST_F(DecoderTest, WithoutAMarkerNothingIsPrinted) {
     for (const bytes& payload :
          {bytes(100, 0), bytes{0, 0, 1, 6, 0xF0, 12}, bytes{0, 0, 0, 1, 6, 0xF1, 12}, bytes{}}) {
         const outcome of = decode(payload);
@@ -88,45 +88,45 @@ TEST_F(decoder, WithoutAMarkerNothingIsPrinted) {
     }
 }
 
-TEST_F(decoder, AMarkerThatLeavesThePayloadIsNotOne) {
+TEST_F(DecoderTest, AMarkerThatLeavesThePayloadIsNotOne) {
     EXPECT_EQ(decode({0, 0, 0, 1, 6}, 0, {0xF0, 8}).counters, (counters{{0, 1}}));
     EXPECT_EQ(decode({0, 0, 0, 1, 0x4E, 1}, 0, {0xF0, 8}).counters, (counters{{0, 1}}));
 }
 
-TEST_F(decoder, ANegativeLengthHasNoMarker) {
+TEST_F(DecoderTest, ANegativeLengthHasNoMarker) {
     const uint64_t before = g_u64UserDataLine[0];
     EXPECT_EQ(AnalyzeUserDataInOneFrame(0, h264.data(), -1, 0), 0);
     EXPECT_EQ(g_u64UserDataLine[0], before + 1);
 }
 
-TEST_F(decoder, ABlockMayStandBehindTheBytesThatWereRead) {
+TEST_F(DecoderTest, ABlockMayStandBehindTheBytesThatWereRead) {
     const outcome of = decode(h264, 0, size_field(12) + block(1, segment(0xFED1, {})));
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
 // --- Size ---
 
-TEST_F(decoder, ASizeOfTwoBytesMovesTheBlock) {
+TEST_F(DecoderTest, ASizeOfTwoBytesMovesTheBlock) {
     const bytes content = block(1, segment(0xFED1, bytes(253, 0x55)));
     ASSERT_EQ(content.size(), 265u);
     const outcome of = decode(h264 + bytes{0xFF, 0x0A} + content);
     EXPECT_EQ(of.text, heading("1") + tabs + "        8\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(decoder, ASizeMayEndWithAZero) {
+TEST_F(DecoderTest, ASizeMayEndWithAZero) {
     const bytes content = block(1, segment(0xFED1, bytes(243, 0x55)));
     const outcome of = decode(h264 + bytes{0xFF, 0x00} + content);
     EXPECT_EQ(of.text, heading("1") + tabs + "        8\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(decoder, TheLargestBlockHas1024Bytes) {
+TEST_F(DecoderTest, TheLargestBlockHas1024Bytes) {
     const bytes content = block(1, segment(0xFED1, bytes(1012, 0x55)));
     const outcome of = decode(h264 + bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x04} + content);
     EXPECT_EQ(of.result, 0);
     EXPECT_EQ(of.text, heading("1") + tabs + "        b\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(decoder, ALargerBlockIsRejected) {
+TEST_F(DecoderTest, ALargerBlockIsRejected) {
     const bytes content = block(1, segment(0xFED1, bytes(1013, 0x55)));
     for (const bytes& size : {bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x05}, bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xFE},
                               bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xFF}}) {
@@ -137,7 +137,7 @@ TEST_F(decoder, ALargerBlockIsRejected) {
     }
 }
 
-TEST_F(decoder, ABlockOfLessThanFiveBytesIsNothing) {
+TEST_F(DecoderTest, ABlockOfLessThanFiveBytesIsNothing) {
     for (uint8_t size = 0; size < 5; ++size) {
         const outcome of = decode(h264 + bytes{size, 'Z', 'N', 'S', 'T', 0, 0, 0, 0});
         EXPECT_EQ(of.result, 0);
@@ -146,7 +146,7 @@ TEST_F(decoder, ABlockOfLessThanFiveBytesIsNothing) {
     }
 }
 
-TEST_F(decoder, ABlockOfFiveToSevenBytesHasTheMagicAlone) {
+TEST_F(DecoderTest, ABlockOfFiveToSevenBytesHasTheMagicAlone) {
     for (uint8_t size = 5; size < 8; ++size) {
         const outcome of = decode(h264 + bytes{size, 'Z', 'N', 'S', 'T', 0, 0, 0, 0});
         EXPECT_EQ(of.result, 0);
@@ -157,7 +157,7 @@ TEST_F(decoder, ABlockOfFiveToSevenBytesHasTheMagicAlone) {
 
 // --- Head of the block ---
 
-TEST_F(decoder, AWrongMagicEndsIt) {
+TEST_F(DecoderTest, AWrongMagicEndsIt) {
     for (const bytes& magic : {bytes{'Z', 'N', 'S', 'S'}, bytes{'z', 'N', 'S', 'T'}, bytes{0, 0, 0, 0}}) {
         const outcome of = decode(sei(h264, magic + bytes{0, 0, 0, 0}));
         EXPECT_EQ(of.result, 0);
@@ -166,7 +166,7 @@ TEST_F(decoder, AWrongMagicEndsIt) {
     }
 }
 
-TEST_F(decoder, ALengthThatIsOneOffEndsIt) {
+TEST_F(DecoderTest, ALengthThatIsOneOffEndsIt) {
     for (const uint8_t length : bytes{3, 5}) {
         const outcome of = decode(sei(h264, bytes{'Z', 'N', 'S', 'T', 1, 0, length, 0, 0xD1, 0xFE, 0, 0}));
         EXPECT_EQ(of.result, 0);
@@ -175,19 +175,19 @@ TEST_F(decoder, ALengthThatIsOneOffEndsIt) {
     }
 }
 
-TEST_F(decoder, ALengthIsNotTakenModulo65536) {
+TEST_F(DecoderTest, ALengthIsNotTakenModulo65536) {
     const outcome of =
         decode(sei(h264, bytes{'Z', 'N', 'S', 'T', 0, 0, 0xFD, 0xFF})); // 65533 + 8 = 65536 + 5
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}}));
 }
 
-TEST_F(decoder, ABlockWithoutSegmentsHasAHeadingAndAnEmptyLine) {
+TEST_F(DecoderTest, ABlockWithoutSegmentsHasAHeadingAndAnEmptyLine) {
     const outcome of = decode(sei(h264, block(0, {})));
     EXPECT_EQ(of.text, heading("0") + "\n");
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}}));
 }
 
-TEST_F(decoder, ASegmentCountOfZeroHidesSegments) {
+TEST_F(DecoderTest, ASegmentCountOfZeroHidesSegments) {
     const outcome of = decode(sei(h264, block(0, segment(0xFED1, {}))));
     EXPECT_EQ(of.text, heading("0") + "\n");
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}}));
@@ -201,9 +201,9 @@ struct kind {
     int counter;
 };
 
-class each_kind : public decoder, public testing::WithParamInterface<kind> {};
+class EachKindTest : public DecoderTest, public testing::WithParamInterface<kind> {};
 
-TEST_P(each_kind, HasItsRowAndItsCounter) {
+TEST_P(EachKindTest, HasItsRowAndItsCounter) {
     const outcome of = decode(sei(h264, block(1, segment(GetParam().flag, bytes(8, 0)))));
     EXPECT_EQ(of.result, 0);
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t " + GetParam().row + "\n\n");
@@ -211,7 +211,7 @@ TEST_P(each_kind, HasItsRowAndItsCounter) {
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(flags, each_kind, testing::Values(
+INSTANTIATE_TEST_SUITE_P(Flags, EachKindTest, testing::Values(
     kind{0xFED1, "fed1\t                USERDATA_FLAG_OSD", 8},
     kind{0xFED2, "fed2\t                USERDATA_FLAG_VCA", 9},
     kind{0xFED3, "fed3\t          USERDATA_FLAG_FRAMETIME", 10},
@@ -231,7 +231,7 @@ INSTANTIATE_TEST_SUITE_P(flags, each_kind, testing::Values(
     kind{0xFFFF, "ffff\t               USERDATA_UNKNOWN *", 17}));
 // clang-format on
 
-TEST_F(decoder, AllRowsOfABlockShowItsPosition) {
+TEST_F(DecoderTest, AllRowsOfABlockShowItsPosition) {
     const outcome of = decode(
         sei(h264, block(3, segment(0xFED1, {1}) + segment(0xFED3, {}) + segment(0xFED6, {1, 2}))), 0x100000);
     EXPECT_EQ(of.text, heading("3") +                                                       //
@@ -241,18 +241,18 @@ TEST_F(decoder, AllRowsOfABlockShowItsPosition) {
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 3}, {8, 1}, {10, 1}, {16, 1}}));
 }
 
-TEST_F(decoder, AudioAndTargetShareACounter) {
+TEST_F(DecoderTest, AudioAndTargetShareACounter) {
     const outcome of = decode(sei(h264, block(2, segment(0xFED6, {}) + segment(0xFED9, {1, 0, 1, 0}))));
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 2}, {16, 2}}));
 }
 
-TEST_F(decoder, SegmentsBehindTheCountAreNotLookedAt) {
+TEST_F(DecoderTest, SegmentsBehindTheCountAreNotLookedAt) {
     const outcome of = decode(sei(h264, block(1, segment(0xFED1, {}) + segment(0xFED4, {}))));
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {8, 1}}));
 }
 
-TEST_F(decoder, AnUnknownFlagIsTheLastRow) {
+TEST_F(DecoderTest, AnUnknownFlagIsTheLastRow) {
     const outcome of =
         decode(sei(h264, block(3, segment(0xFED1, {1}) + segment(0x1234, {1, 2}) + segment(0xFED4, {}))));
     EXPECT_EQ(of.result, 0);
@@ -262,7 +262,7 @@ TEST_F(decoder, AnUnknownFlagIsTheLastRow) {
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 2}, {8, 1}, {17, 1}}));
 }
 
-TEST_F(decoder, ASegmentThatRunsPastTheBlockHasNoRow) {
+TEST_F(DecoderTest, ASegmentThatRunsPastTheBlockHasNoRow) {
     for (const bytes& length : {bytes{4, 0}, bytes{0xFF, 0xFF}, bytes{0xFF, 0x7F}}) {
         const outcome of =
             decode(sei(h264, block(2, segment(0xFED1, {}) + bytes{0xD4, 0xFE} + length + bytes{1, 2, 3})));
@@ -272,19 +272,19 @@ TEST_F(decoder, ASegmentThatRunsPastTheBlockHasNoRow) {
     }
 }
 
-TEST_F(decoder, ASegmentMayEndWithItsBlock) {
+TEST_F(DecoderTest, ASegmentMayEndWithItsBlock) {
     const outcome of = decode(sei(h264, block(1, bytes{0xD4, 0xFE, 3, 0, 1, 2, 3})));
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t fed4\t                USERDATA_FLAG_GPS\n\n");
 }
 
-TEST_F(decoder, ASegmentThatIsCutOffHasNoEffect) {
+TEST_F(DecoderTest, ASegmentThatIsCutOffHasNoEffect) {
     decode(sei(h264, block(1, bytes{0xD7, 0xFE, 9, 0, 1, 2, 3, 4, 5, 6, 7, 8})));
     EXPECT_EQ(g_stVcaAnalysSize.width, 176u);
     decode(sei(h264, block(1, bytes{0xD9, 0xFE, 9, 0, 1, 2, 3, 4, 5, 6, 7, 8})));
     EXPECT_EQ(target_bytes(), untouched_target());
 }
 
-TEST_F(decoder, ASegmentHeadMayBeCutOffByTheBlock) {
+TEST_F(DecoderTest, ASegmentHeadMayBeCutOffByTheBlock) {
     for (size_t left = 0; left < 4; ++left) {
         const outcome of = decode(sei(h264, block(2, segment(0xFED1, {}) + bytes(left, 0xD4))));
         EXPECT_EQ(of.text, heading("2") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
@@ -292,7 +292,7 @@ TEST_F(decoder, ASegmentHeadMayBeCutOffByTheBlock) {
     }
 }
 
-TEST_F(decoder, ASegmentHeadAtTheEndOfTheLargestBlockIsCutOff) {
+TEST_F(DecoderTest, ASegmentHeadAtTheEndOfTheLargestBlockIsCutOff) {
     for (uint8_t left = 0; left < 4; ++left) {
         const outcome of =
             decode(sei(h264, block(2, segment(0xFED1, bytes(1012u - left, 0x55)) + bytes(left, 0xD4))));
@@ -301,13 +301,13 @@ TEST_F(decoder, ASegmentHeadAtTheEndOfTheLargestBlockIsCutOff) {
     }
 }
 
-TEST_F(decoder, TheHighestSegmentCountIsPrintedWithItsDigits) {
+TEST_F(DecoderTest, TheHighestSegmentCountIsPrintedWithItsDigits) {
     const outcome of = decode(sei(h264, block(0xFFFF, segment(0xFED1, {}))));
     EXPECT_EQ(of.text, heading("65535") + tabs + "        7\t fed1\t                USERDATA_FLAG_OSD\n\n");
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 2}, {7, 1}, {8, 1}}));
 }
 
-TEST_F(decoder, ABlockMayHoldAsManySegmentsAsFit) {
+TEST_F(DecoderTest, ABlockMayHoldAsManySegmentsAsFit) {
     bytes segments;
     std::string rows;
     for (int i = 0; i < 254; ++i) {
@@ -319,7 +319,7 @@ TEST_F(decoder, ABlockMayHoldAsManySegmentsAsFit) {
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 254}, {8, 254}}));
 }
 
-TEST_F(decoder, ThePositionIs32BitsWide) {
+TEST_F(DecoderTest, ThePositionIs32BitsWide) {
     const outcome of = decode(sei(h264, block(1, segment(0xFED1, {}))), 0xFFFFFFFF);
     EXPECT_EQ(of.text, heading("1") + tabs + "        6\t fed1\t                USERDATA_FLAG_OSD\n\n");
     EXPECT_EQ(decode(sei(h264, block(1, segment(0xFED1, {}))), 0xFFFFFFF9).text,
@@ -335,15 +335,15 @@ struct target_values {
     std::string name; // 32 columns
 };
 
-class each_target : public decoder, public testing::WithParamInterface<target_values> {};
+class EachTargetTest : public DecoderTest, public testing::WithParamInterface<target_values> {};
 
-TEST_P(each_target, ShowsItsFirstTwoValuesLessOne) {
+TEST_P(EachTargetTest, ShowsItsFirstTwoValuesLessOne) {
     const outcome of = decode(sei(h264, block(1, segment(0xFED9, GetParam().payload))));
     EXPECT_EQ(of.text, heading("1") + tabs + "        7\t fed9\t " + GetParam().name + "\n\n");
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(values, each_target, testing::Values(
+INSTANTIATE_TEST_SUITE_P(Values, EachTargetTest, testing::Values(
     target_values{{0x05, 0x00, 0x03, 0x00},       "     USERDATA_FLAG_VCA    4    2"},
     target_values{{0x01, 0x00, 0x01, 0x00},       "     USERDATA_FLAG_VCA    0    0"},
     target_values{{0x00, 0x04, 0xE8, 0x03, 0x77}, "     USERDATA_FLAG_VCA 1023  999"},
@@ -355,34 +355,34 @@ INSTANTIATE_TEST_SUITE_P(values, each_target, testing::Values(
     target_values{{0x05, 0x00, 0x03},             "     USERDATA_FLAG_VCA    4    2"}));
 // clang-format on
 
-TEST_F(decoder, ATargetIsKept) {
+TEST_F(DecoderTest, ATargetIsKept) {
     decode(sei(h264, block(1, segment(0xFED9, {5, 0, 3, 0, 0xAB}))));
     bytes expected = bytes{0xD9, 0xFE, 5, 0, 5, 0, 3, 0, 0xAB} + bytes(257, 0);
     EXPECT_EQ(target_bytes(), expected);
 }
 
-TEST_F(decoder, AShortTargetIsFollowedByZerosAndNotByTheNextSegment) {
+TEST_F(DecoderTest, AShortTargetIsFollowedByZerosAndNotByTheNextSegment) {
     decode(sei(h264, block(2, segment(0xFED9, {7}) + segment(0xFED1, {9, 9, 9}))));
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 1, 0, 7} + bytes(261, 0)));
 }
 
-TEST_F(decoder, ATargetOf262BytesFillsTheRecord) {
+TEST_F(DecoderTest, ATargetOf262BytesFillsTheRecord) {
     decode(sei(h264, block(1, segment(0xFED9, bytes(261, 0x11) + bytes{0x22}))));
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 0x06, 0x01} + bytes(261, 0x11) + bytes{0x22}));
 }
 
-TEST_F(decoder, ALongerTargetIsCut) {
+TEST_F(DecoderTest, ALongerTargetIsCut) {
     decode(sei(h264, block(1, segment(0xFED9, bytes(1012, 0x11)))));
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 0xF4, 0x03} + bytes(262, 0x11)));
     EXPECT_EQ(g_stVcaTarget.length, 1012);
 }
 
-TEST_F(decoder, TheLastOfTwoTargetsIsKept) {
+TEST_F(DecoderTest, TheLastOfTwoTargetsIsKept) {
     decode(sei(h264, block(2, segment(0xFED9, bytes(20, 0x11)) + segment(0xFED9, {2, 0, 2, 0}))));
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 4, 0, 2, 0, 2, 0} + bytes(258, 0)));
 }
 
-TEST_F(decoder, OtherSegmentsLeaveTheTargetAsItIs) {
+TEST_F(DecoderTest, OtherSegmentsLeaveTheTargetAsItIs) {
     decode(sei(h264, block(2, segment(0xFED2, bytes(20, 0x11)) + segment(0xFED7, bytes(8, 1)))));
     EXPECT_EQ(target_bytes(), untouched_target());
 }
@@ -396,28 +396,28 @@ void expect_size(uint32_t width, uint32_t height) {
     EXPECT_EQ(g_stVcaAnalysSize.base_height, 144u);
 }
 
-TEST_F(decoder, ASizeSegmentBringsTheAnalysisSize) {
+TEST_F(DecoderTest, ASizeSegmentBringsTheAnalysisSize) {
     decode(sei(h264, block(1, segment(0xFED7, {0x80, 0x02, 1, 1, 0xE0, 0x01, 1, 1, 0x77}))));
     expect_size(0x01010280, 0x010101E0);
 }
 
-TEST_F(decoder, AShortSizeSegmentTakesWhatFollowsIt) {
+TEST_F(DecoderTest, AShortSizeSegmentTakesWhatFollowsIt) {
     decode(sei(h264, block(2, segment(0xFED7, {1, 2}) + segment(0xFED1, {0xA1, 0xA2}))));
     // 01 02 | D1 FE 02 00 A1 A2
     expect_size(0xFED10201, 0xA2A10002);
 }
 
-TEST_F(decoder, AnEmptySizeSegmentAtTheEndOfTheBlockIsZero) {
+TEST_F(DecoderTest, AnEmptySizeSegmentAtTheEndOfTheBlockIsZero) {
     decode(sei(h264, block(1, segment(0xFED7, {}))), 0, bytes(20, 0x55));
     expect_size(0, 0);
 }
 
-TEST_F(decoder, AnEmptySizeSegmentAtTheEndOfTheLargestBlockIsZero) {
+TEST_F(DecoderTest, AnEmptySizeSegmentAtTheEndOfTheLargestBlockIsZero) {
     decode(sei(h264, block(2, segment(0xFED1, bytes(1008, 0x55)) + segment(0xFED7, {}))), 0, bytes(20, 0x55));
     expect_size(0, 0);
 }
 
-TEST_F(decoder, AShortSizeSegmentAtTheEndOfTheLargestBlockIsFollowedByZeros) {
+TEST_F(DecoderTest, AShortSizeSegmentAtTheEndOfTheLargestBlockIsFollowedByZeros) {
     decode(sei(h264, block(2, segment(0xFED1, bytes(1001, 0x55)) + segment(0xFED7, {1, 2, 3, 4, 5, 6, 7}))),
            0, bytes(20, 0x55));
     expect_size(0x04030201, 0x00070605);
@@ -425,7 +425,7 @@ TEST_F(decoder, AShortSizeSegmentAtTheEndOfTheLargestBlockIsFollowedByZeros) {
 
 // --- Escapes ---
 
-TEST_F(decoder, EscapesAreTakenOutAndBytesFromBehindComeIn) {
+TEST_F(DecoderTest, EscapesAreTakenOutAndBytesFromBehindComeIn) {
     // 8 + 4 + 7 bytes on disk, an escape among them; the length is that of the bytes on disk.
     const bytes on_disk = {'Z',  'N',  'S', 'T', 1, 0, 11,  0, // head: one segment, 11 bytes
                            0xD9, 0xFE, 7,   0,                 // segment head
@@ -435,20 +435,20 @@ TEST_F(decoder, EscapesAreTakenOutAndBytesFromBehindComeIn) {
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 7, 0, 5, 0, 0, 9, 1, 0xAA, 0xBB} + bytes(255, 0)));
 }
 
-TEST_F(decoder, ALengthWithoutTheEscapesIsAMismatch) {
+TEST_F(DecoderTest, ALengthWithoutTheEscapesIsAMismatch) {
     const bytes on_disk = {'Z', 'N', 'S', 'T', 1, 0, 10, 0, 0xD9, 0xFE, 6, 0, 5, 0, 0, 3, 9, 1, 0xAA};
     const outcome of = decode(h264 + bytes{19} + on_disk);
     EXPECT_EQ(of.text, "");
     EXPECT_EQ(of.counters, (counters{{1, 1}, {3, 1}, {4, 1}}));
 }
 
-TEST_F(decoder, ABlockThatIsTakenFromBehindThePayloadEndsInZeros) {
+TEST_F(DecoderTest, ABlockThatIsTakenFromBehindThePayloadEndsInZeros) {
     // The payload ends within the segment.
     decode(h264 + bytes{20, 'Z', 'N', 'S', 'T', 1, 0, 12, 0, 0xD9, 0xFE, 8, 0, 1, 2, 3});
     EXPECT_EQ(target_bytes(), (bytes{0xD9, 0xFE, 8, 0, 1, 2, 3} + bytes(259, 0)));
 }
 
-TEST_F(decoder, TheCountersOnlyGrow) {
+TEST_F(DecoderTest, TheCountersOnlyGrow) {
     uint64_t before[32];
     std::copy(std::begin(g_u64UserDataLine), std::end(g_u64UserDataLine), before);
     for (int i = 0; i < 3; ++i)

@@ -31,18 +31,18 @@ int32_t decode_all(const bytes& readable) {
                                      static_cast<int32_t>(readable.size() - USER_DATA_READ_AHEAD), 0);
 }
 
-class hostile : public testing::Test {
+class HostileTest : public testing::Test {
 protected:
-    hostile() { testing::internal::CaptureStdout(); }
-    ~hostile() override { testing::internal::GetCapturedStdout(); }
+    HostileTest() { testing::internal::CaptureStdout(); }
+    ~HostileTest() override { testing::internal::GetCapturedStdout(); }
 };
 
-TEST_F(hostile, TheReadableSizeIsThatOfTheFurthestByte) {
+TEST_F(HostileTest, TheReadableSizeIsThatOfTheFurthestByte) {
     EXPECT_EQ(USER_DATA_READ_AHEAD, 1540);
     EXPECT_EQ(USER_DATA_READABLE, 2564);
 }
 
-TEST_F(hostile, TheFurthestByteIsReached) {
+TEST_F(HostileTest, TheFurthestByteIsReached) {
     // The marker ends with the payload; behind it the widest size of the largest block, all of it escapes.
     for (const bytes& marker : {h264, h265}) {
         bytes readable = repeated({0}, 1024);
@@ -55,7 +55,7 @@ TEST_F(hostile, TheFurthestByteIsReached) {
     }
 }
 
-TEST_F(hostile, EveryPlaceOfTheMarkerIsSafe) {
+TEST_F(HostileTest, EveryPlaceOfTheMarkerIsSafe) {
     for (const bytes& fill :
          {bytes{0xFF}, bytes{0}, bytes{0, 0, 3}, bytes{0xFF, 0xFF, 0xFF, 0xFF, 4, 0, 0, 3}})
         for (size_t payload = 6; payload <= 40; ++payload)
@@ -67,7 +67,7 @@ TEST_F(hostile, EveryPlaceOfTheMarkerIsSafe) {
             }
 }
 
-TEST_F(hostile, EverySizeAndEverySegmentLengthIsSafe) {
+TEST_F(HostileTest, EverySizeAndEverySegmentLengthIsSafe) {
     for (uint32_t size = 8; size <= 1024; ++size)
         for (const uint32_t back : {0u, 1u, 2u, 3u, 4u, 5u, 8u, 12u}) {
             // A segment that leaves `back` bytes of the block, and behind it the head of an empty analysis size.
@@ -90,7 +90,7 @@ TEST_F(hostile, EverySizeAndEverySegmentLengthIsSafe) {
         }
 }
 
-TEST_F(hostile, RandomBlocksAreSafe) {
+TEST_F(HostileTest, RandomBlocksAreSafe) {
     std::mt19937 random(20150102);
     const auto below = [&](unsigned limit) { return static_cast<uint32_t>(random() % limit); };
     for (int round = 0; round < 20000; ++round) {

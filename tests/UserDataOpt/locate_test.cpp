@@ -17,13 +17,13 @@ int32_t find(const bytes& in, const bytes& pattern) {
                          static_cast<uint32_t>(pattern.size()));
 }
 
-TEST(patterns, AreTheRecordersOwn) {
+TEST(PatternsTest, AreTheRecordersOwn) {
     EXPECT_THAT(kmr_user_data_start_h264, ElementsAre(0x00, 0x00, 0x00, 0x01, 0x06, 0xF0));
     EXPECT_THAT(kmr_user_data_start_h265, ElementsAre(0x00, 0x00, 0x00, 0x01, 0x4E, 0x01, 0xF0));
     EXPECT_THAT(ucNeedToRevert, ElementsAre(0x00, 0x00, 0x03));
 }
 
-TEST(find_pos_by_flag, FindsAPatternAnywhere) {
+TEST(FindPosByFlagTest, FindsAPatternAnywhere) {
     EXPECT_EQ(find({1, 2, 3, 4, 5}, {1, 2}), 0);
     EXPECT_EQ(find({1, 2, 3, 4, 5}, {3, 4}), 2);
     EXPECT_EQ(find({1, 2, 3, 4, 5}, {4, 5}), 3);
@@ -31,28 +31,28 @@ TEST(find_pos_by_flag, FindsAPatternAnywhere) {
     EXPECT_EQ(find({1, 2, 3, 4, 5}, {2, 4}), -1);
 }
 
-TEST(find_pos_by_flag, TheFirstOfTwoWins) {
+TEST(FindPosByFlagTest, TheFirstOfTwoWins) {
     EXPECT_EQ(find({9, 7, 8, 7, 8}, {7, 8}), 1);
 }
 
-TEST(find_pos_by_flag, SeesAMatchBehindAFalseStart) {
+TEST(FindPosByFlagTest, SeesAMatchBehindAFalseStart) {
     EXPECT_EQ(find({0, 0, 0, 3}, {0, 0, 3}), 1);
     EXPECT_EQ(find({0, 0, 0, 0, 0, 0, 1, 6, 0xF0}, {0, 0, 0, 1, 6, 0xF0}), 3);
     EXPECT_EQ(find({1, 2, 1, 2, 1, 3}, {1, 2, 1, 3}), 2);
 }
 
-TEST(find_pos_by_flag, ABufferAsLongAsThePatternIsComparedOnce) {
+TEST(FindPosByFlagTest, ABufferAsLongAsThePatternIsComparedOnce) {
     EXPECT_EQ(find({0, 0, 3}, {0, 0, 3}), 0);
     EXPECT_EQ(find({0, 0, 4}, {0, 0, 3}), -1);
 }
 
-TEST(find_pos_by_flag, APatternThatLeavesTheBufferIsNotThere) {
+TEST(FindPosByFlagTest, APatternThatLeavesTheBufferIsNotThere) {
     const bytes in = {1, 0, 0, 3};
     EXPECT_EQ(FindPosByFlag(in.data(), 3, ucNeedToRevert, 3), -1);
     EXPECT_EQ(FindPosByFlag(in.data(), 4, ucNeedToRevert, 3), 1);
 }
 
-TEST(find_pos_by_flag, ALongerPatternIsNotFoundAndNothingIsRead) {
+TEST(FindPosByFlagTest, ALongerPatternIsNotFoundAndNothingIsRead) {
     EXPECT_EQ(FindPosByFlag(nullptr, 2, ucNeedToRevert, 3), -1);
     EXPECT_EQ(FindPosByFlag(nullptr, 0, ucNeedToRevert, 3), -1);
     EXPECT_EQ(FindPosByFlag(nullptr, -1, ucNeedToRevert, 3), -1);
@@ -63,13 +63,13 @@ TEST(find_pos_by_flag, ALongerPatternIsNotFoundAndNothingIsRead) {
     EXPECT_EQ(FindPosByFlag(nullptr, -1, ucNeedToRevert, 0), -1);
 }
 
-TEST(find_pos_by_flag, AnEmptyPatternStandsAtTheBeginning) {
+TEST(FindPosByFlagTest, AnEmptyPatternStandsAtTheBeginning) {
     const bytes in = {1, 2};
     EXPECT_EQ(FindPosByFlag(in.data(), 2, ucNeedToRevert, 0), 0);
     EXPECT_EQ(FindPosByFlag(in.data(), 0, ucNeedToRevert, 0), 0);
 }
 
-TEST(find_pos_by_flag, AgreesWithAPlainScanOverAllShortBuffers) {
+TEST(FindPosByFlagTest, AgreesWithAPlainScanOverAllShortBuffers) {
     constexpr int length = 8;
     for (int code = 0; code < 6561; ++code) { // 3 to the power of 8
         bytes in;
@@ -91,47 +91,47 @@ bytes revert(const bytes& src, int32_t srclen, size_t room) {
     return out;
 }
 
-TEST(revert_user_data, CopiesWhatHasNoEscape) {
+TEST(RevertUserDataTest, CopiesWhatHasNoEscape) {
     EXPECT_EQ(revert({1, 0, 3, 0, 1}, 5, 6), (bytes{1, 0, 3, 0, 1, 0xEE}));
     EXPECT_EQ(revert({7}, 1, 2), (bytes{7, 0xEE}));
 }
 
-TEST(revert_user_data, MakesUpForADroppedByteWithOneFromBehind) {
+TEST(RevertUserDataTest, MakesUpForADroppedByteWithOneFromBehind) {
     EXPECT_EQ(revert({0x41, 0x00, 0x00, 0x03, 0x01, 0x42, 0x99}, 6, 7),
               (bytes{0x41, 0x00, 0x00, 0x01, 0x42, 0x99, 0xEE}));
 }
 
-TEST(revert_user_data, DropsEscapesThatFollowEachOther) {
+TEST(RevertUserDataTest, DropsEscapesThatFollowEachOther) {
     EXPECT_EQ(revert({0, 0, 3, 0, 0, 3, 0xA1, 0xA2}, 6, 7), (bytes{0, 0, 0, 0, 0xA1, 0xA2, 0xEE}));
 }
 
-TEST(revert_user_data, AnEscapeMayFollowAnotherZero) {
+TEST(RevertUserDataTest, AnEscapeMayFollowAnotherZero) {
     EXPECT_EQ(revert({0, 0, 0, 3, 0x77}, 4, 5), (bytes{0, 0, 0, 0x77, 0xEE}));
 }
 
-TEST(revert_user_data, AnEscapeNeedsNoParticularByteBehindIt) {
+TEST(RevertUserDataTest, AnEscapeNeedsNoParticularByteBehindIt) {
     EXPECT_EQ(revert({0, 0, 3, 0xFF, 0x55}, 4, 5), (bytes{0, 0, 0xFF, 0x55, 0xEE}));
 }
 
-TEST(revert_user_data, ThreesAndZerosAroundAnEscapeStay) {
+TEST(RevertUserDataTest, ThreesAndZerosAroundAnEscapeStay) {
     EXPECT_EQ(revert({0, 0, 3, 3, 0x55}, 4, 5), (bytes{0, 0, 3, 0x55, 0xEE}));
     EXPECT_EQ(revert({0, 0, 3, 0, 3, 0x55}, 5, 6), (bytes{0, 0, 0, 3, 0x55, 0xEE}));
 }
 
-TEST(revert_user_data, AnEscapeAtTheVeryEndIsDropped) {
+TEST(RevertUserDataTest, AnEscapeAtTheVeryEndIsDropped) {
     EXPECT_EQ(revert({9, 0, 0, 3, 0x55}, 4, 5), (bytes{9, 0, 0, 0x55, 0xEE}));
 }
 
-TEST(revert_user_data, AnEscapeThatIsCutOffByTheEndStays) {
+TEST(RevertUserDataTest, AnEscapeThatIsCutOffByTheEndStays) {
     EXPECT_EQ(revert({9, 0, 0, 3}, 3, 4), (bytes{9, 0, 0, 0xEE}));
 }
 
-TEST(revert_user_data, ABorrowedByteMayCompleteAnotherEscape) {
+TEST(RevertUserDataTest, ABorrowedByteMayCompleteAnotherEscape) {
     // Without the first escape the range would end before the second 03; with it, the second one lies inside.
     EXPECT_EQ(revert({0, 0, 3, 0, 0, 3, 0x55}, 5, 6), (bytes{0, 0, 0, 0, 0x55, 0xEE}));
 }
 
-TEST(revert_user_data, TheLargestBlockReadsHalfAsMuchBehindItself) {
+TEST(RevertUserDataTest, TheLargestBlockReadsHalfAsMuchBehindItself) {
     bytes src;
     while (src.size() < 1024 + 511)
         src.insert(src.end(), {0, 0, 3});
@@ -144,7 +144,7 @@ TEST(revert_user_data, TheLargestBlockReadsHalfAsMuchBehindItself) {
     EXPECT_EQ(revert(src, 1024, 1024), expected);
 }
 
-TEST(revert_user_data, NothingIsCopiedForNoLength) {
+TEST(RevertUserDataTest, NothingIsCopiedForNoLength) {
     EXPECT_EQ(revert({0, 0, 3}, 0, 2), (bytes{0xEE, 0xEE}));
     EXPECT_EQ(revert({0, 0, 3}, -1, 2), (bytes{0xEE, 0xEE}));
     EXPECT_EQ(revert({0, 0, 3}, INT_MIN, 2), (bytes{0xEE, 0xEE}));

@@ -25,7 +25,7 @@ namespace {
 
 namespace option = analysis::option;
 
-class analyse_no_memory : public analysis::fixture {
+class AnalyseNoMemoryTest : public analysis::AnalysisTest {
 protected:
     std::string report_granted(int allocations, const analysis::bytes& recording, uint32_t options) const {
         const std::string name = put(recording);
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(analyse_no_memory, without_a_work_buffer_nothing_is_walked) {
+TEST_F(AnalyseNoMemoryTest, WithoutAWorkBufferNothingIsWalked) {
     EXPECT_EQ(report_granted(0, analysis::small_recording(), option::i | option::t),
               analysis::frame_table_heading());
     EXPECT_EQ(text("EndFrame"), "0\n");
@@ -47,7 +47,7 @@ TEST_F(analyse_no_memory, without_a_work_buffer_nothing_is_walked) {
     EXPECT_EQ(module_probe::count(), 8);
 }
 
-TEST_F(analyse_no_memory, without_memory_for_the_search_nothing_is_found) {
+TEST_F(AnalyseNoMemoryTest, WithoutMemoryForTheSearchNothingIsFound) {
     EXPECT_EQ(report_granted(1, analysis::small_recording(), 0), "Well done :)\n");
     const analysis::bytes recording = analysis::of_pieces(
         9, {analysis::bytes(50, 0xFF), recording::frame_record({.number = 5, .kind = 0})});

@@ -18,7 +18,7 @@ using analysis::small_recording;
 namespace option = analysis::option;
 using recording::put_u32;
 
-class analyse : public analysis::fixture {};
+class AnalyseTest : public analysis::AnalysisTest {};
 
 const std::string header_text = "\n" + dashes(140) +
                                 "\n"
@@ -116,7 +116,7 @@ const std::string detail_text =
 
 const std::string verdict = "Well done :)\n";
 
-TEST_F(analyse, prints_what_the_options_ask_for) {
+TEST_F(AnalyseTest, PrintsWhatTheOptionsAskFor) {
     const bytes recording = small_recording();
     EXPECT_EQ(report(recording, option::a), header_text + heading_text + all_rows + detail_text + verdict);
     EXPECT_EQ(report(recording, option::s), header_text + verdict);
@@ -136,7 +136,7 @@ TEST_F(analyse, prints_what_the_options_ask_for) {
               header_text + heading_text + i_rows + detail_text + verdict);
 }
 
-TEST_F(analyse, pauses_for_10_milliseconds_behind_every_call_of_the_walk) {
+TEST_F(AnalyseTest, PausesFor10MillisecondsBehindEveryCallOfTheWalk) {
     report(small_recording(), option::s);
     EXPECT_EQ(pauses(), std::vector<unsigned>{10000});
     pauses().clear();
@@ -147,7 +147,7 @@ TEST_F(analyse, pauses_for_10_milliseconds_behind_every_call_of_the_walk) {
     EXPECT_EQ(pauses(), std::vector<unsigned>{});
 }
 
-TEST_F(analyse, without_a_name_ends_behind_the_header_step) {
+TEST_F(AnalyseTest, WithoutANameEndsBehindTheHeaderStep) {
     EXPECT_EQ(report_of("", 0xFF), "");
     EXPECT_EQ(analysis::printed([] { EXPECT_EQ(analyse_kmr(nullptr, 0xFF), 0); }), "");
     EXPECT_EQ(g_Opt, 0xFFU);
@@ -155,7 +155,7 @@ TEST_F(analyse, without_a_name_ends_behind_the_header_step) {
     EXPECT_FALSE(exists("EndFrame"));
 }
 
-TEST_F(analyse, keeps_the_option_word_and_resets_the_analytics_size) {
+TEST_F(AnalyseTest, KeepsTheOptionWordAndResetsTheAnalyticsSize) {
     g_stVcaAnalysSize = {1, 2, 3, 4};
     g_Opt = 0x77;
     report_of("missing", 0x10);
@@ -166,7 +166,7 @@ TEST_F(analyse, keeps_the_option_word_and_resets_the_analytics_size) {
     EXPECT_EQ(g_stVcaAnalysSize.base_height, 144U);
 }
 
-TEST_F(analyse, a_recording_that_cannot_be_opened_has_a_heading_and_nothing_else) {
+TEST_F(AnalyseTest, ARecordingThatCannotBeOpenedHasAHeadingAndNothingElse) {
     EXPECT_EQ(report_of("missing", option::a), heading_text);
     EXPECT_EQ(report_of("missing", option::m), heading_text);
     EXPECT_EQ(report_of("missing", option::s | option::t | option::u), "");
@@ -174,14 +174,14 @@ TEST_F(analyse, a_recording_that_cannot_be_opened_has_a_heading_and_nothing_else
     EXPECT_FALSE(exists("Diff"));
 }
 
-TEST_F(analyse, a_frame_count_of_0_walks_nothing) {
+TEST_F(AnalyseTest, AFrameCountOf0WalksNothing) {
     bytes recording = small_recording();
     put_u32(recording, 84, 0);
     EXPECT_EQ(report(recording, option::i | option::t), heading_text);
     EXPECT_FALSE(exists("EndFrame"));
 }
 
-TEST_F(analyse, a_frame_count_one_too_small_ends_without_a_verdict) {
+TEST_F(AnalyseTest, AFrameCountOneTooSmallEndsWithoutAVerdict) {
     bytes recording = small_recording();
     put_u32(recording, 84, 2);
     EXPECT_EQ(report(recording, option::i | option::t), heading_text + i_rows);
@@ -191,7 +191,7 @@ TEST_F(analyse, a_frame_count_one_too_small_ends_without_a_verdict) {
     EXPECT_EQ(text("EndFrame"), "8\n");
 }
 
-TEST_F(analyse, a_frame_count_too_large_changes_nothing) {
+TEST_F(AnalyseTest, AFrameCountTooLargeChangesNothing) {
     bytes recording = small_recording();
     for (const uint32_t count : {4U, 1000000U, 1000001U, 0x7FFFFFFFU}) {
         put_u32(recording, 84, count);
@@ -200,7 +200,7 @@ TEST_F(analyse, a_frame_count_too_large_changes_nothing) {
     EXPECT_EQ(pauses().size(), 4U);
 }
 
-TEST_F(analyse, a_negative_frame_count_walks_nothing_in_one_call) {
+TEST_F(AnalyseTest, ANegativeFrameCountWalksNothingInOneCall) {
     bytes recording = small_recording();
     for (const uint32_t count : {0xFFFFFFFFU, 0x80000000U}) {
         put_u32(recording, 84, count);
@@ -212,7 +212,7 @@ TEST_F(analyse, a_negative_frame_count_walks_nothing_in_one_call) {
     }
 }
 
-TEST_F(analyse, a_short_header_is_walked_as_a_count) {
+TEST_F(AnalyseTest, AShortHeaderIsWalkedAsACount) {
     module_probe::reset();
     EXPECT_EQ(report(bytes(87, 1), option::a), heading_text);
     EXPECT_EQ(text("EndFrame"), "0\n");
@@ -223,7 +223,7 @@ TEST_F(analyse, a_short_header_is_walked_as_a_count) {
     EXPECT_EQ(report_of(name, option::i), heading_text + i_rows + verdict);
 }
 
-TEST_F(analyse, two_recordings_one_after_the_other_show_their_overlap) {
+TEST_F(AnalyseTest, TwoRecordingsOneAfterTheOtherShowTheirOverlap) {
     report(small_recording(), option::s);
     EXPECT_EQ(text("EndFrame"), "9\n");
     EXPECT_EQ(text("Diff"), "0\n");
@@ -232,7 +232,7 @@ TEST_F(analyse, two_recordings_one_after_the_other_show_their_overlap) {
     EXPECT_EQ(text("Diff"), "4\n");
 }
 
-TEST_F(analyse, the_side_files_are_made_in_the_working_directory) {
+TEST_F(AnalyseTest, TheSideFilesAreMadeInTheWorkingDirectory) {
     folder().write("elsewhere/r.kmr", small_recording());
     report_of(path("elsewhere/r.kmr"), option::s);
     EXPECT_TRUE(exists("EndFrame"));
@@ -301,9 +301,9 @@ int32_t stat(const char*, vfs_stat_record* record) {
 
 } // namespace made_up
 
-class large_recording : public analysis::fixture {
+class LargeRecordingTest : public analysis::AnalysisTest {
 protected:
-    large_recording() : before_(g_stvfsmnt.Entries[1].Operations) {
+    LargeRecordingTest() : before_(g_stvfsmnt.Entries[1].Operations) {
         vfs_module_operations& operations = g_stvfsmnt.Entries[1].Operations;
         operations.Open = made_up::open;
         operations.Read = made_up::read;
@@ -312,13 +312,13 @@ protected:
         operations.Close = made_up::close;
         operations.Stat = made_up::stat;
     }
-    ~large_recording() override { g_stvfsmnt.Entries[1].Operations = before_; }
+    ~LargeRecordingTest() override { g_stvfsmnt.Entries[1].Operations = before_; }
 
 private:
     vfs_module_operations before_;
 };
 
-TEST_F(large_recording, is_walked_in_calls_of_a_million_frames_and_one) {
+TEST_F(LargeRecordingTest, IsWalkedInCallsOfAMillionFramesAndOne) {
     // FrameCount is 1000002: a call of quota 1000000 takes 1000001 frames, one of quota 2 the last two and the
     // index.
     made_up::frame_count = 1000003;
@@ -334,7 +334,7 @@ TEST_F(large_recording, is_walked_in_calls_of_a_million_frames_and_one) {
 // A step of one millisecond less than half an hour counts; a step at which the time stamps wrap does not. Behind
 // 2387095 steps, 1000 of them lost, 4294968613905 ms have passed, more than 2^32 seconds: the frame there is not looked
 // into any more, and what is given of the seconds, 4294968613, are the low 32 bits.
-TEST_F(large_recording, frames_behind_2_to_the_32_seconds_are_not_looked_into) {
+TEST_F(LargeRecordingTest, FramesBehind2ToThe32SecondsAreNotLookedInto) {
     made_up::frame_count = 2387100;
     made_up::stamp_step = 1799999;
     uint32_t count = 2387095;
@@ -343,7 +343,7 @@ TEST_F(large_recording, frames_behind_2_to_the_32_seconds_are_not_looked_into) {
     EXPECT_EQ(diffFrmNo, 2387095); // of 2387096 P-frames
 }
 
-TEST_F(large_recording, ends_with_the_call_that_uses_its_frame_count_up) {
+TEST_F(LargeRecordingTest, EndsWithTheCallThatUsesItsFrameCountUp) {
     // FrameCount 1000000 is one call.
     made_up::frame_count = 1000001;
     made_up::stamp_step = 1;

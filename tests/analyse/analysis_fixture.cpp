@@ -125,7 +125,7 @@ resources resources_in_use() {
     return used;
 }
 
-fixture::fixture() : descriptors_(scratch::open_descriptors()) {
+AnalysisTest::AnalysisTest() : descriptors_(scratch::open_descriptors()) {
     module_probe::reset();
     pauses().clear();
     g_Opt = 0;
@@ -136,21 +136,21 @@ fixture::fixture() : descriptors_(scratch::open_descriptors()) {
     diffFrmNo = 0;
 }
 
-fixture::~fixture() {
+AnalysisTest::~AnalysisTest() {
     module_probe::reset();
     EXPECT_EQ(resources_in_use(), resources{});
     EXPECT_EQ(scratch::open_descriptors(), descriptors_);
 }
 
-std::string fixture::report(const bytes& content, uint32_t options) const {
+std::string AnalysisTest::report(const bytes& content, uint32_t options) const {
     return report_of(put(content), options);
 }
 
-std::string fixture::report_of(const std::string& name, uint32_t options) const {
+std::string AnalysisTest::report_of(const std::string& name, uint32_t options) const {
     return printed([&] { EXPECT_EQ(analyse_kmr(name.c_str(), options), 0); });
 }
 
-bool fixture::exists(const std::string& name) const {
+bool AnalysisTest::exists(const std::string& name) const {
     return std::filesystem::exists(folder_.path() / name);
 }
 

@@ -65,10 +65,10 @@ struct resources {
 };
 resources resources_in_use();
 
-class fixture : public ::testing::Test {
+class AnalysisTest : public ::testing::Test {
 protected:
-    fixture();
-    ~fixture() override;
+    AnalysisTest();
+    ~AnalysisTest() override;
 
     // Writes the recording "r.kmr" and gives its path.
     std::string put(const bytes& content) const { return folder_.write("r.kmr", content); }

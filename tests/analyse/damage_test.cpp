@@ -33,7 +33,7 @@ bytes sound_recording() {
                              {.number = 9, .time_stamp = 3000, .kind = 0, .video = video}});
 }
 
-class damage : public analysis::fixture {
+class DamageTest : public analysis::AnalysisTest {
 protected:
     // The report.
     std::string survive(const bytes& recording, uint32_t options) {
@@ -52,14 +52,14 @@ protected:
     }
 };
 
-TEST_F(damage, the_recording_is_sound_before_it) {
+TEST_F(DamageTest, TheRecordingIsSoundBeforeIt) {
     const bytes recording = sound_recording();
     ASSERT_EQ(recording.size(), 468U);
     for (const uint32_t options : option_words)
         EXPECT_THAT(survive(recording, options), testing::EndsWith("Well done :)\n"));
 }
 
-TEST_F(damage, a_cut_at_every_byte_is_survived) {
+TEST_F(DamageTest, ACutAtEveryByteIsSurvived) {
     const bytes recording = sound_recording();
     for (const uint32_t options : option_words)
         for (size_t size = 0; size < recording.size(); ++size) {
@@ -79,7 +79,7 @@ bool asks_for_very_many_rows(size_t offset, uint8_t flipped) {
     return (offset == 256 + 34 && flipped != 0) || (offset == 256 + 35 && (flipped & 0x80) == 0);
 }
 
-TEST_F(damage, every_flipped_bit_is_survived) {
+TEST_F(DamageTest, EveryFlippedBitIsSurvived) {
     const bytes recording = sound_recording();
     for (const uint32_t options : option_words)
         for (size_t offset = 0; offset < recording.size(); ++offset)
@@ -97,7 +97,7 @@ TEST_F(damage, every_flipped_bit_is_survived) {
             }
 }
 
-TEST_F(damage, every_byte_set_to_an_extreme_is_survived) {
+TEST_F(DamageTest, EveryByteSetToAnExtremeIsSurvived) {
     const bytes recording = sound_recording();
     for (size_t offset = 0; offset < recording.size(); ++offset)
         for (const auto value : std::initializer_list<uint8_t>{0x00, 0x7F, 0x80, 0xFF}) {
@@ -112,7 +112,7 @@ TEST_F(damage, every_byte_set_to_an_extreme_is_survived) {
         }
 }
 
-TEST_F(damage, a_flipped_bit_in_a_payload_or_in_the_file_header_changes_no_row) {
+TEST_F(DamageTest, AFlippedBitInAPayloadOrInTheFileHeaderChangesNoRow) {
     const bytes recording = sound_recording();
     const std::string rows = analysis::below_heading(survive(recording, option::a));
     for (size_t offset = 0; offset < 84; ++offset) {
@@ -130,7 +130,7 @@ TEST_F(damage, a_flipped_bit_in_a_payload_or_in_the_file_header_changes_no_row) 
 
 // The frame kind, the number and the time stamp may be anything; everything else of a frame's header decides
 // whether it is a frame.
-TEST_F(damage, a_flipped_bit_in_a_frame_header_costs_that_frame_at_the_most) {
+TEST_F(DamageTest, AFlippedBitInAFrameHeaderCostsThatFrameAtTheMost) {
     const bytes recording = sound_recording();
     for (size_t offset = 88; offset < 88 + 32; ++offset)
         for (unsigned bit = 0; bit < 8; ++bit) {
@@ -145,7 +145,7 @@ TEST_F(damage, a_flipped_bit_in_a_frame_header_costs_that_frame_at_the_most) {
         }
 }
 
-TEST_F(damage, noise_is_survived) {
+TEST_F(DamageTest, NoiseIsSurvived) {
     uint32_t state = 20150102;
     const auto noise = [&state] {
         state = state * 1664525 + 1013904223;
@@ -162,7 +162,7 @@ TEST_F(damage, noise_is_survived) {
 }
 
 // Holes make it large without taking room: the walk starts in front of 2 GiB.
-TEST_F(damage, a_recording_beyond_2_gib_is_walked_as_far_as_offsets_go) {
+TEST_F(DamageTest, ARecordingBeyond2GiBIsWalkedAsFarAsOffsetsGo) {
     const std::string name = put(analysis::unfinished({{.number = 1, .kind = 1}}));
     ASSERT_EQ(truncate(name.c_str(), 0x80000000 + 1000), 0);
     EXPECT_EQ(analysis::below_heading(report_of(name, option::a)),

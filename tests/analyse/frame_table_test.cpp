@@ -17,7 +17,7 @@ using recording::frame_record;
 using recording::put_u16;
 using recording::put_u32;
 
-class frame_table : public analysis::fixture {
+class FrameTableTest : public analysis::AnalysisTest {
 protected:
     // The table of a recording without an index: nothing follows the rows.
     std::string rows(const bytes& recording, uint32_t options = option::a) const {
@@ -31,7 +31,7 @@ bytes header_of(const frame& of) {
     return record;
 }
 
-TEST_F(frame_table, heading_stands_for_all_i_frames_and_missing_frames) {
+TEST_F(FrameTableTest, HeadingStandsForAllIFramesAndMissingFrames) {
     const bytes empty = recording::file_header(0);
     for (const uint32_t options : {option::i, option::i | option::t, 0x04U | 0x08U})
         EXPECT_EQ(report(empty, options), analysis::frame_table_heading()) << options;
@@ -43,12 +43,12 @@ TEST_F(frame_table, heading_stands_for_all_i_frames_and_missing_frames) {
     EXPECT_THAT(report(empty, option::s), testing::EndsWith("\n          FrameCount :\t   0\n"));
 }
 
-TEST_F(frame_table, heading_comes_when_nothing_can_be_opened_too) {
+TEST_F(FrameTableTest, HeadingComesWhenNothingCanBeOpenedToo) {
     EXPECT_EQ(report_of("missing", option::a), analysis::frame_table_heading());
     EXPECT_EQ(report_of("", option::a), "");
 }
 
-TEST_F(frame_table, row_shows_the_header_fields_and_the_position) {
+TEST_F(FrameTableTest, RowShowsTheHeaderFieldsAndThePosition) {
     const bytes recording = unfinished({{.number = 1234567,
                                          .time_stamp = 86400000,
                                          .kind = 0,
@@ -62,14 +62,14 @@ TEST_F(frame_table, row_shows_the_header_fields_and_the_position) {
         "       0\t       *\n");
 }
 
-TEST_F(frame_table, row_without_encryption_ends_with_blanks) {
+TEST_F(FrameTableTest, RowWithoutEncryptionEndsWithBlanks) {
     EXPECT_EQ(
         rows(unfinished({{.number = 1, .time_stamp = 40, .kind = 1}})),
         "               1\t00000058\t       P\t     132\t     100\t       0\t       0\t      40\t      40\t"
         "       0\t        \n");
 }
 
-TEST_F(frame_table, positions_and_delays_follow_from_frame_to_frame) {
+TEST_F(FrameTableTest, PositionsAndDelaysFollowFromFrameToFrame) {
     const bytes recording = unfinished({{.number = 1, .time_stamp = 1000, .kind = 0, .video = bytes(5000, 1)},
                                         {.number = 2, .time_stamp = 1040, .kind = 1, .video = bytes(8, 1)},
                                         {.number = 3, .time_stamp = 1085, .kind = 1, .video = bytes(1, 1)}});
@@ -78,7 +78,7 @@ TEST_F(frame_table, positions_and_delays_follow_from_frame_to_frame) {
                                    row("3", "00001428", "P", 33, 1, 0, 0, 1085, 45, "0"));
 }
 
-TEST_F(frame_table, numbers_are_signed) {
+TEST_F(FrameTableTest, NumbersAreSigned) {
     const bytes recording = unfinished({{.number = 0xFFFFFFFF, .time_stamp = 0xFFFFFFFE, .kind = 1},
                                         {.number = 0x80000000, .time_stamp = 0x7FFFFFFF, .kind = 1}});
     // The second: 0x7FFFFFFF - 0xFFFFFFFE = 0x80000001.
@@ -87,7 +87,7 @@ TEST_F(frame_table, numbers_are_signed) {
                   row("-2147483648", "000000dc", "P", 132, 100, 0, 0, 2147483647, -2147483647, "0"));
 }
 
-TEST_F(frame_table, type_is_told_by_the_low_byte_of_the_kind) {
+TEST_F(FrameTableTest, TypeIsToldByTheLowByteOfTheKind) {
     std::string types;
     for (const uint32_t kind : {0U, 1U, 2U, 0xFFU, 0x100U, 0x101U, 0xFFFFFF00U}) {
         const std::string line = rows(unfinished({{.kind = kind}}));
@@ -98,7 +98,7 @@ TEST_F(frame_table, type_is_told_by_the_low_byte_of_the_kind) {
 
 // The first frame is examined whatever its class; the others follow the search for an I-frame, so that each of
 // them is first in a recording of its own.
-TEST_F(frame_table, every_class_has_its_word) {
+TEST_F(FrameTableTest, EveryClassHasItsWord) {
     // 0: tag, audio or time stamp make a frame ordinary.
     EXPECT_EQ(rows(unfinished({{.number = 5, .time_stamp = 0, .kind = 1, .tag = 1}})),
               row("5", "00000058", "P", 132, 100, 0, 0, 0, 0, "0"));
@@ -124,7 +124,7 @@ TEST_F(frame_table, every_class_has_its_word) {
     EXPECT_EQ(rows(of_pieces(1, {bytes(32, 0)})), row("0", "00000058", "I", 0, 0, 0, 0, 0, 0, "-2"));
 }
 
-TEST_F(frame_table, lengths_beyond_one_mebibyte_are_no_frame) {
+TEST_F(FrameTableTest, LengthsBeyondOneMebibyteAreNoFrame) {
     const auto row_of = [&](uint32_t frame_size, uint32_t video_size) {
         bytes header = header_of({.number = 5, .time_stamp = 7, .kind = 1});
         put_u32(header, 4, frame_size);
@@ -137,13 +137,13 @@ TEST_F(frame_table, lengths_beyond_one_mebibyte_are_no_frame) {
     EXPECT_EQ(row_of(132, 0x100001), row("5", "00000058", "P", 132, 1048577, 0, 0, 7, 7, "-1"));
 }
 
-TEST_F(frame_table, a_damaged_frame_with_the_tag_of_an_inserted_one_is_damaged) {
+TEST_F(FrameTableTest, ADamagedFrameWithTheTagOfAnInsertedOneIsDamaged) {
     bytes recording = unfinished({{.number = 5, .time_stamp = 7, .kind = 1, .tag = 0x7788}});
     put_u32(recording, 88 + 4, 131);
     EXPECT_EQ(rows(recording), row("5", "00000058", "P", 131, 100, 0, 0, 7, 7, "VA err "));
 }
 
-TEST_F(frame_table, the_length_rule_does_not_wrap) {
+TEST_F(FrameTableTest, TheLengthRuleDoesNotWrap) {
     // 0x10000 - 32 bytes of audio short of 2^32: the lengths would agree modulo 2^32 only.
     bytes header = header_of({.number = 5, .time_stamp = 7, .kind = 1});
     put_u16(header, 24, 0xFFFF);
@@ -154,7 +154,7 @@ TEST_F(frame_table, the_length_rule_does_not_wrap) {
               row("5", "00000058", "P", 33, 131072, 65535, 65535, 7, 7, "VA err "));
 }
 
-TEST_F(frame_table, gap_shows_from_2_on) {
+TEST_F(FrameTableTest, GapShowsFrom2On) {
     const bytes recording = unfinished({{.number = 10, .time_stamp = 1000, .kind = 1},
                                         {.number = 11, .time_stamp = 1040, .kind = 1},
                                         {.number = 13, .time_stamp = 1080, .kind = 1},
@@ -177,7 +177,7 @@ TEST_F(frame_table, gap_shows_from_2_on) {
         "       0\t        \n");
 }
 
-TEST_F(frame_table, gap_text_is_cut_to_19_characters) {
+TEST_F(FrameTableTest, GapTextIsCutTo19Characters) {
     const auto number_of_second = [&](uint32_t first, uint32_t second) {
         const std::string text = rows(unfinished({{.number = first, .time_stamp = 1000, .kind = 1},
                                                   {.number = second, .time_stamp = 1040, .kind = 1}}));
@@ -192,7 +192,7 @@ TEST_F(frame_table, gap_text_is_cut_to_19_characters) {
     EXPECT_EQ(number_of_second(10, 0x80000009), "*2147483647 -214748");
 }
 
-TEST_F(frame_table, gap_is_a_signed_difference) {
+TEST_F(FrameTableTest, GapIsASignedDifference) {
     const bytes recording = unfinished({{.number = 10, .time_stamp = 1000, .kind = 1},
                                         {.number = 0x8000000A, .time_stamp = 1040, .kind = 1}, // -2^31
                                         {.number = 0x8000000C, .time_stamp = 1080, .kind = 1}});
@@ -201,7 +201,7 @@ TEST_F(frame_table, gap_is_a_signed_difference) {
                                    row("*2 -2147483636", "00000160", "P", 132, 100, 0, 0, 1080, 40, "0"));
 }
 
-TEST_F(frame_table, a_delay_of_0_restarts_the_pairing_and_keeps_the_gap) {
+TEST_F(FrameTableTest, ADelayOf0RestartsThePairingAndKeepsTheGap) {
     const bytes recording = unfinished({{.number = 1, .time_stamp = 1000, .kind = 1},
                                         {.number = 6, .time_stamp = 1000, .kind = 1},  // delay 0, gap 5
                                         {.number = 20, .time_stamp = 5000, .kind = 1}, // only remembered
@@ -212,7 +212,7 @@ TEST_F(frame_table, a_delay_of_0_restarts_the_pairing_and_keeps_the_gap) {
                                    row("21", "000001e4", "P", 132, 100, 0, 0, 5040, 40, "0"));
 }
 
-TEST_F(frame_table, a_first_time_stamp_of_0_restarts_the_pairing) {
+TEST_F(FrameTableTest, AFirstTimeStampOf0RestartsThePairing) {
     const bytes recording = unfinished({{.number = 1, .time_stamp = 0, .kind = 1, .tag = 1},
                                         {.number = 9, .time_stamp = 400, .kind = 1},
                                         {.number = 10, .time_stamp = 440, .kind = 1}});
@@ -221,7 +221,7 @@ TEST_F(frame_table, a_first_time_stamp_of_0_restarts_the_pairing) {
                                    row("10", "00000160", "P", 132, 100, 0, 0, 440, 40, "0"));
 }
 
-TEST_F(frame_table, inserted_and_damaged_frames_take_part_in_delay_and_gap) {
+TEST_F(FrameTableTest, InsertedAndDamagedFramesTakePartInDelayAndGap) {
     bytes damaged = frame_record({.number = 8, .time_stamp = 1200, .kind = 1});
     put_u32(damaged, 20, 99);
     const bytes recording =
@@ -234,7 +234,7 @@ TEST_F(frame_table, inserted_and_damaged_frames_take_part_in_delay_and_gap) {
                                    row("9", "000001e4", "P", 132, 100, 0, 0, 1250, 50, "0"));
 }
 
-TEST_F(frame_table, garbage_takes_part_in_delay_and_gap) {
+TEST_F(FrameTableTest, GarbageTakesPartInDelayAndGap) {
     bytes garbage = frame_record({.number = 20, .time_stamp = 1500, .kind = 1});
     put_u32(garbage, 0, 0xDEADBEEF);
     const bytes recording = of_pieces(
@@ -257,21 +257,21 @@ bytes two_groups() {
                        {.number = 5, .time_stamp = 1160, .kind = 0}});
 }
 
-TEST_F(frame_table, i_frames_alone_are_measured_against_each_other) {
+TEST_F(FrameTableTest, IFramesAloneAreMeasuredAgainstEachOther) {
     EXPECT_EQ(rows(two_groups(), option::i),
               row("1", "00000058", "I", 132, 100, 0, 0, 1000, 1000, "0") +
                   row("*3        4", "000001e4", "I", 132, 100, 0, 0, 1120, 120, "0") +
                   row("5", "000002ec", "I", 132, 100, 0, 0, 1160, 40, "0"));
 }
 
-TEST_F(frame_table, without_rows_of_its_own_the_first_frame_starts_the_pairing_all_the_same) {
+TEST_F(FrameTableTest, WithoutRowsOfItsOwnTheFirstFrameStartsThePairingAllTheSame) {
     const bytes recording = unfinished({{.number = 1, .time_stamp = 1000, .kind = 1},
                                         {.number = 2, .time_stamp = 1040, .kind = 1},
                                         {.number = 3, .time_stamp = 1080, .kind = 0}});
     EXPECT_EQ(rows(recording, option::i), row("*2        3", "00000160", "I", 132, 100, 0, 0, 1080, 80, "0"));
 }
 
-TEST_F(frame_table, with_missing_frames_a_gap_stays_on_the_p_frames_that_follow) {
+TEST_F(FrameTableTest, WithMissingFramesAGapStaysOnThePFramesThatFollow) {
     EXPECT_EQ(rows(two_groups(), option::i | option::m),
               row("1", "00000058", "I", 132, 100, 0, 0, 1000, 1000, "0") +
                   row("*3        4", "000001e4", "I", 132, 100, 0, 0, 1120, 120, "0") +
@@ -279,7 +279,7 @@ TEST_F(frame_table, with_missing_frames_a_gap_stays_on_the_p_frames_that_follow)
                   row("5", "000002ec", "I", 132, 100, 0, 0, 1160, 40, "0"));
 }
 
-TEST_F(frame_table, all_and_missing_frames_together_give_every_row_once) {
+TEST_F(FrameTableTest, AllAndMissingFramesTogetherGiveEveryRowOnce) {
     EXPECT_EQ(rows(two_groups(), option::a | option::m), rows(two_groups(), option::a));
     EXPECT_EQ(rows(two_groups(), option::a | option::i), rows(two_groups(), option::a));
     EXPECT_EQ(rows(two_groups(), option::a),
@@ -291,12 +291,12 @@ TEST_F(frame_table, all_and_missing_frames_together_give_every_row_once) {
                   row("5", "000002ec", "I", 132, 100, 0, 0, 1160, -240, "0"));
 }
 
-TEST_F(frame_table, missing_frames_alone_have_no_rows) {
+TEST_F(FrameTableTest, MissingFramesAloneHaveNoRows) {
     EXPECT_EQ(rows(two_groups(), option::m), "");
     EXPECT_EQ(rows(two_groups(), option::m | option::t | option::u), "");
 }
 
-TEST_F(frame_table, an_index_header_of_an_i_frame_kind_has_a_row_among_i_frames) {
+TEST_F(FrameTableTest, AnIndexHeaderOfAnIFrameKindHasARowAmongIFrames) {
     const bytes recording = of_pieces(1, {frame_record({.number = 1, .time_stamp = 1000, .kind = 0}),
                                           analysis::index_frame_header(132, 0x100)});
     EXPECT_EQ(rows(recording, option::i),
@@ -307,7 +307,7 @@ TEST_F(frame_table, an_index_header_of_an_i_frame_kind_has_a_row_among_i_frames)
 
 // --- encryption ---
 
-TEST_F(frame_table, encryption_is_told_by_the_two_lowest_bits_of_the_tag) {
+TEST_F(FrameTableTest, EncryptionIsToldByTheTwoLowestBitsOfTheTag) {
     std::string marks;
     for (const auto tag : std::initializer_list<uint16_t>{0, 1, 2, 3, 4, 6, 7, 0x7788, 0xFFFE, 0xFFFF}) {
         const std::string line = rows(unfinished({{.kind = 1, .tag = tag}}));
@@ -316,7 +316,7 @@ TEST_F(frame_table, encryption_is_told_by_the_two_lowest_bits_of_the_tag) {
     EXPECT_EQ(marks, "..*..*..*.");
 }
 
-TEST_F(frame_table, frames_of_less_than_64_bytes_are_not_encrypted) {
+TEST_F(FrameTableTest, FramesOfLessThan64BytesAreNotEncrypted) {
     const auto mark = [&](size_t video, uint16_t audio_count, uint16_t audio_size) {
         const std::string line = rows(unfinished({{.kind = 1,
                                                    .video = bytes(video, 1),
@@ -333,7 +333,7 @@ TEST_F(frame_table, frames_of_less_than_64_bytes_are_not_encrypted) {
     EXPECT_EQ(mark(0, 7, 9), "        \n");
 }
 
-TEST_F(frame_table, the_sum_that_tells_encryption_wraps_and_is_signed) {
+TEST_F(FrameTableTest, TheSumThatTellsEncryptionWrapsAndIsSigned) {
     const auto mark = [&](uint32_t video, uint16_t audio_count, uint16_t audio_size) {
         bytes header = header_of({.number = 1, .time_stamp = 1000, .kind = 1, .tag = 2});
         put_u32(header, 20, video);

@@ -74,7 +74,7 @@ bytes concatenated(bytes first, const bytes& second) {
     return first;
 }
 
-class frame_user_data : public analysis::fixture {
+class FrameUserDataTest : public analysis::AnalysisTest {
 protected:
     // What the option -u prints of a recording of these frames, which has no index.
     std::string decoded(const std::vector<analysis::frame>& frames) const {
@@ -92,7 +92,7 @@ protected:
 
 // --- in the walk ---
 
-TEST_F(frame_user_data, is_printed_with_its_place_in_the_file) {
+TEST_F(FrameUserDataTest, IsPrintedWithItsPlaceInTheFile) {
     // The payload stands at 120; behind 6 bytes of marker and 1 of size the block: 127.
     EXPECT_EQ(decoded_payload(user_data(h264, simple_block())),
               heading(1) + tabs + "       7f\t fed1\t                USERDATA_FLAG_OSD\n\n");
@@ -100,7 +100,7 @@ TEST_F(frame_user_data, is_printed_with_its_place_in_the_file) {
               heading(1) + tabs + "       80\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(frame_user_data, of_each_ordinary_frame_is_printed_behind_its_row) {
+TEST_F(FrameUserDataTest, OfEachOrdinaryFrameIsPrintedBehindItsRow) {
     const bytes video = user_data(h264, simple_block()); // 6 + 1 + 16 = 23 bytes
     EXPECT_EQ(analysis::below_heading(
                   report(unfinished({{.number = 1, .time_stamp = 1000, .kind = 0, .video = video},
@@ -112,14 +112,14 @@ TEST_F(frame_user_data, of_each_ordinary_frame_is_printed_behind_its_row) {
                   "       b6\t fed1\t                USERDATA_FLAG_OSD\n\n");
 }
 
-TEST_F(frame_user_data, is_decoded_with_its_option_alone) {
+TEST_F(FrameUserDataTest, IsDecodedWithItsOptionAlone) {
     const bytes recording = unfinished({{.video = user_data(h264, simple_block())}});
     EXPECT_EQ(report(recording, option::t), "");
     EXPECT_THAT(report(recording, 0xDF), testing::Not(testing::HasSubstr("UserData")));
     EXPECT_THAT(report(recording, 0x20), testing::HasSubstr("UserData"));
 }
 
-TEST_F(frame_user_data, of_inserted_damaged_and_bad_frames_is_left_alone) {
+TEST_F(FrameUserDataTest, OfInsertedDamagedAndBadFramesIsLeftAlone) {
     const bytes video = user_data(h264, simple_block());
     EXPECT_EQ(decoded({{.kind = 1, .video = video, .tag = 0x7788}}), "");
     bytes damaged = frame_record({.kind = 1, .video = video});
@@ -130,7 +130,7 @@ TEST_F(frame_user_data, of_inserted_damaged_and_bad_frames_is_left_alone) {
     EXPECT_EQ(report(of_pieces(1, {invalid}), option::u), "");
 }
 
-TEST_F(frame_user_data, of_a_frame_found_by_the_search_is_decoded) {
+TEST_F(FrameUserDataTest, OfAFrameFoundByTheSearchIsDecoded) {
     const bytes recording =
         of_pieces(1, {bytes(40, 0xFF), frame_record({.kind = 0, .video = user_data(h264, simple_block())})});
     EXPECT_EQ(report(recording, option::u),
@@ -138,7 +138,7 @@ TEST_F(frame_user_data, of_a_frame_found_by_the_search_is_decoded) {
                   "       a7\t fed1\t                USERDATA_FLAG_OSD\n\n"); // 88 + 40 + 32 + 7
 }
 
-TEST_F(frame_user_data, must_begin_at_the_first_byte_of_the_payload) {
+TEST_F(FrameUserDataTest, MustBeginAtTheFirstByteOfThePayload) {
     const bytes data = user_data(h264, simple_block());
     EXPECT_EQ(decoded_payload(concatenated({0xAA}, data)), "");
     EXPECT_EQ(decoded_payload(concatenated({0x00}, data)), "");
@@ -146,7 +146,7 @@ TEST_F(frame_user_data, must_begin_at_the_first_byte_of_the_payload) {
     EXPECT_EQ(decoder_calls(), 0U);
 }
 
-TEST_F(frame_user_data, that_begins_with_half_a_marker_is_none) {
+TEST_F(FrameUserDataTest, ThatBeginsWithHalfAMarkerIsNone) {
     for (size_t size = 1; size < h264.size(); ++size)
         EXPECT_EQ(decoded_payload(bytes(h264.begin(), h264.begin() + static_cast<std::ptrdiff_t>(size))), "");
     for (size_t size = 1; size < h265.size(); ++size)
@@ -154,14 +154,14 @@ TEST_F(frame_user_data, that_begins_with_half_a_marker_is_none) {
     EXPECT_EQ(decoder_calls(), 0U);
 }
 
-TEST_F(frame_user_data, the_marker_is_searched_again_and_h264_wins) {
+TEST_F(FrameUserDataTest, TheMarkerIsSearchedAgainAndH264Wins) {
     bytes video = user_data(h265, block_of({{0xFED2, {1, 2, 3, 4}}})); // 7 + 1 + 16
     append(video, user_data(h264, simple_block()));
     EXPECT_EQ(decoded_payload(video),
               heading(1) + tabs + "       97\t fed1\t                USERDATA_FLAG_OSD\n\n"); // 120 + 24 + 7
 }
 
-TEST_F(frame_user_data, sets_the_analytics_size) {
+TEST_F(FrameUserDataTest, SetsTheAnalyticsSize) {
     EXPECT_THAT(decoded_payload(user_data(h264, block_of({{0xFED7, {0x61, 1, 0, 9, 0x21, 1, 0, 9}}}))),
                 testing::HasSubstr("fed7\t           USERDATA_FLAG_VCA_SIZE\n"));
     EXPECT_EQ(g_stVcaAnalysSize.width, 0x09000161U);
@@ -172,7 +172,7 @@ TEST_F(frame_user_data, sets_the_analytics_size) {
 
 // --- how much is read ---
 
-TEST_F(frame_user_data, at_most_1024_bytes_of_a_payload_are_read) {
+TEST_F(FrameUserDataTest, AtMost1024BytesOfAPayloadAreRead) {
     for (const auto& [size, read] : {std::pair<size_t, std::string>{1, "1"},
                                      {1023, "1023"},
                                      {1024, "1024"},
@@ -184,7 +184,7 @@ TEST_F(frame_user_data, at_most_1024_bytes_of_a_payload_are_read) {
     }
 }
 
-TEST_F(frame_user_data, a_payload_cut_off_by_the_end_of_the_file_ends_the_walk) {
+TEST_F(FrameUserDataTest, APayloadCutOffByTheEndOfTheFileEndsTheWalk) {
     // Two frames: the second is reached only when the first was read, and it is the first to be cut.
     for (const uint32_t options : {0x00U, option::u, option::i}) {
         bytes recording = unfinished({{.number = 5, .kind = 1}});
@@ -201,7 +201,7 @@ TEST_F(frame_user_data, a_payload_cut_off_by_the_end_of_the_file_ends_the_walk) 
     }
 }
 
-TEST_F(frame_user_data, a_payload_cut_off_behind_1024_bytes_is_not_noticed) {
+TEST_F(FrameUserDataTest, APayloadCutOffBehind1024BytesIsNotNoticed) {
     bytes recording = unfinished({{.number = 5, .kind = 1, .video = bytes(5000, 0xAA)}});
     recording.resize(88 + 32 + 1024);
     EXPECT_EQ(report(recording, option::i), analysis::frame_table_heading());
@@ -213,14 +213,14 @@ TEST_F(frame_user_data, a_payload_cut_off_behind_1024_bytes_is_not_noticed) {
     EXPECT_EQ(text("EndFrame"), "0\n");
 }
 
-TEST_F(frame_user_data, audio_behind_the_video_may_be_missing) {
+TEST_F(FrameUserDataTest, AudioBehindTheVideoMayBeMissing) {
     bytes recording = unfinished({{.number = 5, .kind = 1, .audio_count = 10, .audio_size = 100}});
     recording.resize(88 + 32 + 100);
     report(recording, option::i);
     EXPECT_EQ(text("EndFrame"), "5\n");
 }
 
-TEST_F(frame_user_data, a_frame_without_video_data_ends_the_walk) {
+TEST_F(FrameUserDataTest, AFrameWithoutVideoDataEndsTheWalk) {
     const bytes recording =
         unfinished({{.number = 1, .kind = 1, .video = {}, .audio_count = 2, .audio_size = 50},
                     {.number = 2, .kind = 1}});
@@ -238,7 +238,7 @@ bytes block_beyond_the_window(uint8_t last) {
     return block_of({{0xFED1, filling}, {0xFED9, bytes(8, last)}});
 }
 
-TEST_F(frame_user_data, bytes_behind_the_window_read_as_zero) {
+TEST_F(FrameUserDataTest, BytesBehindTheWindowReadAsZero) {
     // 6 + 5 + 1020 bytes: of the target's values only the first byte, at 1023, lies in the window: 0x22 - 1 and -1.
     const bytes video = user_data(h264, block_beyond_the_window(0x22));
     ASSERT_EQ(video.size(), 1031U);
@@ -247,7 +247,7 @@ TEST_F(frame_user_data, bytes_behind_the_window_read_as_zero) {
                                           "       83\t fed9\t      USERDATA_FLAG_VCA   33   -1\n\n");
 }
 
-TEST_F(frame_user_data, bytes_of_an_earlier_frame_are_never_decoded) {
+TEST_F(FrameUserDataTest, BytesOfAnEarlierFrameAreNeverDecoded) {
     // The second payload ends in the middle of its block; the first has left 0x33 at those places.
     bytes first = user_data(h264, simple_block());
     first.resize(1024, 0x33);
@@ -259,20 +259,20 @@ TEST_F(frame_user_data, bytes_of_an_earlier_frame_are_never_decoded) {
     EXPECT_THAT(text, testing::EndsWith("\t fed9\t      USERDATA_FLAG_VCA    4   -1\n\n"));
 }
 
-TEST_F(frame_user_data, audio_behind_a_short_payload_is_not_decoded) {
+TEST_F(FrameUserDataTest, AudioBehindAShortPayloadIsNotDecoded) {
     bytes video = user_data(h264, block_of({{0xFED9, {5, 9, 9, 9}}}));
     video.resize(video.size() - 3);
     EXPECT_THAT(decoded({{.video = video, .audio_count = 1, .audio_size = 100}}),
                 testing::EndsWith("\t fed9\t      USERDATA_FLAG_VCA    4   -1\n\n"));
 }
 
-TEST_F(frame_user_data, a_size_that_stands_behind_the_payload_reads_as_zero) {
+TEST_F(FrameUserDataTest, ASizeThatStandsBehindThePayloadReadsAsZero) {
     EXPECT_EQ(decoded_payload(h264), ""); // a size of 0: no block
     EXPECT_EQ(g_u64UserDataLine[1], before_[1] + 1);
     EXPECT_EQ(g_u64UserDataLine[3], before_[3]);
 }
 
-TEST_F(frame_user_data, a_block_larger_than_1024_does_not_end_the_walk) {
+TEST_F(FrameUserDataTest, ABlockLargerThan1024DoesNotEndTheWalk) {
     bytes video = concatenated(h264, {0xFF, 0xFF, 0xFF, 0xFF, 0x05}); // 1025
     video.resize(100, 0x44);
     const std::string text = decoded(
@@ -284,10 +284,10 @@ TEST_F(frame_user_data, a_block_larger_than_1024_does_not_end_the_walk) {
 
 // --- one call ---
 
-class rec_get_vcaalarm_call : public frame_user_data {
+class RecGetVcaalarmCallTest : public FrameUserDataTest {
 protected:
     // A file of 3000 bytes 0x55 with the user data at 1000.
-    rec_get_vcaalarm_call() {
+    RecGetVcaalarmCallTest() {
         bytes content(3000, 0x55);
         const bytes data = user_data(h264, simple_block());
         std::copy(data.begin(), data.end(), content.begin() + 1000);
@@ -295,7 +295,7 @@ protected:
         vfs_fseek(file_, 1000, SEEK_SET);
         module_probe::reset();
     }
-    ~rec_get_vcaalarm_call() override { vfs_fclose(file_); }
+    ~RecGetVcaalarmCallTest() override { vfs_fclose(file_); }
 
     static kmr_frame_header header(uint32_t kind, uint32_t video_size) {
         kmr_frame_header frame{};
@@ -313,7 +313,7 @@ protected:
     kmr_walk_context context_ = {{1, 2, 3, 4}, 5, 6, 7};
 };
 
-TEST_F(rec_get_vcaalarm_call, keeps_the_place_of_the_last_i_frame_and_counts_from_it) {
+TEST_F(RecGetVcaalarmCallTest, KeepsThePlaceOfTheLastIFrameAndCountsFromIt) {
     EXPECT_EQ(call(header(0, 10)), 0);
     EXPECT_EQ(_iFileLocation, 968);
     EXPECT_EQ(diffFrmNo, 0);
@@ -326,7 +326,7 @@ TEST_F(rec_get_vcaalarm_call, keeps_the_place_of_the_last_i_frame_and_counts_fro
     EXPECT_EQ(diffFrmNo, 0);
 }
 
-TEST_F(rec_get_vcaalarm_call, counts_a_frame_whose_payload_cannot_be_read) {
+TEST_F(RecGetVcaalarmCallTest, CountsAFrameWhosePayloadCannotBeRead) {
     EXPECT_EQ(call(header(1, 0)), -1);
     EXPECT_EQ(diffFrmNo, 1);
     module_probe::fail("Read", 1);
@@ -335,7 +335,7 @@ TEST_F(rec_get_vcaalarm_call, counts_a_frame_whose_payload_cannot_be_read) {
     EXPECT_EQ(diffFrmNo, 0);
 }
 
-TEST_F(rec_get_vcaalarm_call, reads_what_the_frame_has_and_leaves_the_file_behind_it) {
+TEST_F(RecGetVcaalarmCallTest, ReadsWhatTheFrameHasAndLeavesTheFileBehindIt) {
     EXPECT_EQ(call(header(1, 40)), 0);
     EXPECT_EQ(vfs_ftell(file_), 1040);
     EXPECT_EQ(buffer_[0], 0x00);
@@ -350,14 +350,14 @@ TEST_F(rec_get_vcaalarm_call, reads_what_the_frame_has_and_leaves_the_file_behin
     EXPECT_EQ(vfs_ftell(file_), 3000);
 }
 
-TEST_F(rec_get_vcaalarm_call, asks_for_the_position_and_reads) {
+TEST_F(RecGetVcaalarmCallTest, AsksForThePositionAndReads) {
     call(header(0, 40));
     const std::string file = std::to_string(file_->iMdlFd);
     EXPECT_EQ(module_probe::calls(), (std::vector<std::string>{"sznfs_Tell(" + file + ") = 1000",
                                                                "sznfs_Read(" + file + ", 40) = 40"}));
 }
 
-TEST_F(rec_get_vcaalarm_call, decodes_with_the_option_alone) {
+TEST_F(RecGetVcaalarmCallTest, DecodesWithTheOptionAlone) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(call(header(0, 40)), 0); }), "");
     vfs_fseek(file_, 1000, SEEK_SET);
     g_Opt = option::u;
@@ -366,19 +366,19 @@ TEST_F(rec_get_vcaalarm_call, decodes_with_the_option_alone) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(call(header(0, 40)), 0); }), "");
 }
 
-TEST_F(rec_get_vcaalarm_call, neither_reads_nor_writes_the_context) {
+TEST_F(RecGetVcaalarmCallTest, NeitherReadsNorWritesTheContext) {
     call(header(0, 40));
     const kmr_walk_context expected = {{1, 2, 3, 4}, 5, 6, 7};
     EXPECT_EQ(std::memcmp(&context_, &expected, sizeof expected), 0);
 }
 
-TEST_F(rec_get_vcaalarm_call, takes_any_positive_length) {
+TEST_F(RecGetVcaalarmCallTest, TakesAnyPositiveLength) {
     const kmr_frame_header frame = header(0, 1024);
     EXPECT_EQ(rec_get_vcaalarm(file_, buffer_.data(), 1, 0, &frame, &context_), 0);
     EXPECT_EQ(vfs_ftell(file_), 2024); // the length is no limit
 }
 
-TEST_F(rec_get_vcaalarm_call, refuses_bad_arguments_before_anything_else) {
+TEST_F(RecGetVcaalarmCallTest, RefusesBadArgumentsBeforeAnythingElse) {
     const kmr_frame_header frame = header(0, 40);
     EXPECT_EQ(rec_get_vcaalarm(file_, nullptr, 1024, 0, &frame, &context_), -1);
     EXPECT_EQ(rec_get_vcaalarm(file_, buffer_.data(), 0, 0, &frame, &context_), -1);
@@ -391,7 +391,7 @@ TEST_F(rec_get_vcaalarm_call, refuses_bad_arguments_before_anything_else) {
     EXPECT_EQ(diffFrmNo, 0);
 }
 
-TEST(other_programs_globals, start_at_0) {
+TEST(OtherProgramsGlobalsTest, StartAt0) {
     EXPECT_EQ(CHN_ALARMER_TYPE, 0);
     EXPECT_EQ(g_blHaveVcaInfo, 0);
 }

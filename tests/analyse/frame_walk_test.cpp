@@ -21,7 +21,7 @@ using recording::append;
 using recording::frame_record;
 using recording::put_u32;
 
-class frame_walk : public analysis::fixture {
+class FrameWalkTest : public analysis::AnalysisTest {
 protected:
     // One call of the walk, from `position_` on, with the options that are set.
     int32_t walk(const std::string& name, uint32_t quota) {
@@ -50,7 +50,7 @@ bytes with_stamps(const std::vector<uint32_t>& stamps) {
 
 // --- quota ---
 
-TEST_F(frame_walk, one_call_takes_one_ordinary_frame_more_than_its_quota) {
+TEST_F(FrameWalkTest, OneCallTakesOneOrdinaryFrameMoreThanItsQuota) {
     const bytes recording = with_stamps({1000, 2000, 3000, 4000});
     EXPECT_EQ(walk_from_start(recording, 0), 0);
     EXPECT_EQ(position_, 121U);
@@ -65,7 +65,7 @@ TEST_F(frame_walk, one_call_takes_one_ordinary_frame_more_than_its_quota) {
     EXPECT_EQ(g_TempLastFrmNum, 4);
 }
 
-TEST_F(frame_walk, the_count_comes_back_as_0) {
+TEST_F(FrameWalkTest, TheCountComesBackAs0) {
     const bytes recording = with_stamps({1000, 2000});
     walk_from_start(recording, 1);
     EXPECT_EQ(count_, 0U);
@@ -75,7 +75,7 @@ TEST_F(frame_walk, the_count_comes_back_as_0) {
     EXPECT_EQ(count_, 0U);
 }
 
-TEST_F(frame_walk, a_negative_quota_walks_nothing) {
+TEST_F(FrameWalkTest, ANegativeQuotaWalksNothing) {
     const bytes recording = with_stamps({1000, 2000});
     EXPECT_EQ(walk_from_start(recording, 0xFFFFFFFF), 0);
     EXPECT_EQ(position_, 88U);
@@ -83,14 +83,14 @@ TEST_F(frame_walk, a_negative_quota_walks_nothing) {
     EXPECT_FALSE(exists("Diff"));
 }
 
-TEST_F(frame_walk, a_negative_quota_behind_the_start_gives_the_stream_time_so_far) {
+TEST_F(FrameWalkTest, ANegativeQuotaBehindTheStartGivesTheStreamTimeSoFar) {
     const bytes recording = with_stamps({1000, 3500});
     EXPECT_EQ(walk_from_start(recording, 1), 2);
     EXPECT_EQ(walk(path("r.kmr"), 0x80000000), 2);
     EXPECT_EQ(position_, 154U);
 }
 
-TEST_F(frame_walk, null_arguments_give_minus_1_and_touch_nothing) {
+TEST_F(FrameWalkTest, NullArgumentsGiveMinus1AndTouchNothing) {
     const std::string name = put(with_stamps({1000}));
     EXPECT_EQ(rec_vca_GetVcaMsgEx(nullptr, &count_, 0, 0, &position_), -1);
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), nullptr, 0, 0, &position_), -1);
@@ -99,14 +99,14 @@ TEST_F(frame_walk, null_arguments_give_minus_1_and_touch_nothing) {
     EXPECT_FALSE(exists("EndFrame"));
 }
 
-TEST_F(frame_walk, the_third_and_the_fourth_argument_change_nothing) {
+TEST_F(FrameWalkTest, TheThirdAndTheFourthArgumentChangeNothing) {
     const std::string name = put(with_stamps({1000, 2000}));
     count_ = 1;
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count_, 123, 456, &position_), 1);
     EXPECT_EQ(position_, 154U);
 }
 
-TEST_F(frame_walk, inserted_and_damaged_frames_use_no_quota_and_no_time) {
+TEST_F(FrameWalkTest, InsertedAndDamagedFramesUseNoQuotaAndNoTime) {
     bytes damaged = frame_record({.number = 60, .time_stamp = 9000000, .kind = 1});
     put_u32(damaged, 20, 99);
     const bytes recording =
@@ -122,7 +122,7 @@ TEST_F(frame_walk, inserted_and_damaged_frames_use_no_quota_and_no_time) {
     EXPECT_EQ(text("EndFrame"), "2\n");
 }
 
-TEST_F(frame_walk, inserted_frames_are_never_looked_into) {
+TEST_F(FrameWalkTest, InsertedFramesAreNeverLookedInto) {
     // The payload of the inserted frame lies behind the end of the file.
     bytes recording = unfinished({{.number = 1, .time_stamp = 1000, .kind = 0, .tag = 0x7788}});
     recording.resize(120);
@@ -134,7 +134,7 @@ TEST_F(frame_walk, inserted_frames_are_never_looked_into) {
 
 // --- resuming ---
 
-TEST_F(frame_walk, resumes_where_the_call_before_it_stopped) {
+TEST_F(FrameWalkTest, ResumesWhereTheCallBeforeItStopped) {
     const std::string name = put(with_stamps({1000, 1500, 2000, 2500, 3500, 4500}));
     g_Opt = option::i; // measured: none of these P-frames
     EXPECT_EQ(walk(name, 1), 0);
@@ -151,7 +151,7 @@ TEST_F(frame_walk, resumes_where_the_call_before_it_stopped) {
     EXPECT_EQ(g_TempLastFrmNum, 6);
 }
 
-TEST_F(frame_walk, the_pairing_of_the_rows_starts_anew_with_each_call) {
+TEST_F(FrameWalkTest, ThePairingOfTheRowsStartsAnewWithEachCall) {
     const std::string name = put(with_stamps({1000, 1040, 1080}));
     g_Opt = option::a;
     EXPECT_EQ(printed([&] { walk(name, 0); }), row("1", "00000058", "P", 33, 1, 0, 0, 1000, 1000, "0"));
@@ -159,7 +159,7 @@ TEST_F(frame_walk, the_pairing_of_the_rows_starts_anew_with_each_call) {
                                                    row("3", "0000009a", "P", 33, 1, 0, 0, 1080, 40, "0"));
 }
 
-TEST_F(frame_walk, a_start_at_the_beginning_resets_the_stream_time) {
+TEST_F(FrameWalkTest, AStartAtTheBeginningResetsTheStreamTime) {
     const std::string name = put(with_stamps({1000, 8000}));
     EXPECT_EQ(walk(name, 1), 7);
     position_ = 0;
@@ -168,7 +168,7 @@ TEST_F(frame_walk, a_start_at_the_beginning_resets_the_stream_time) {
     EXPECT_EQ(walk(name, 1), 14);
 }
 
-TEST_F(frame_walk, any_position_is_taken_as_it_is) {
+TEST_F(FrameWalkTest, AnyPositionIsTakenAsItIs) {
     const std::string name = put(with_stamps({1000, 2000}));
     ASSERT_EQ(walk(name, 0), 0); // the stream time begins at 0
     position_ = 121;
@@ -184,26 +184,26 @@ TEST_F(frame_walk, any_position_is_taken_as_it_is) {
 
 // --- stream time ---
 
-TEST_F(frame_walk, stream_time_is_the_sum_of_the_steps_in_whole_seconds) {
+TEST_F(FrameWalkTest, StreamTimeIsTheSumOfTheStepsInWholeSeconds) {
     EXPECT_EQ(walk_from_start(with_stamps({5000, 5999}), 1), 0);
     EXPECT_EQ(walk_from_start(with_stamps({5000, 5999, 6000}), 2), 1);
     EXPECT_EQ(walk_from_start(with_stamps({5000, 6500, 8000}), 2), 3);
     EXPECT_EQ(walk_from_start(with_stamps({5000, 5000, 5000}), 2), 0);
 }
 
-TEST_F(frame_walk, steps_of_30_minutes_and_more_do_not_count) {
+TEST_F(FrameWalkTest, StepsOf30MinutesAndMoreDoNotCount) {
     EXPECT_EQ(walk_from_start(with_stamps({1000, 1800999}), 1), 1799);
     EXPECT_EQ(walk_from_start(with_stamps({1000, 1801000}), 1), 0);
     EXPECT_EQ(walk_from_start(with_stamps({1000, 1801000, 1803000}), 2), 2);
     EXPECT_EQ(walk_from_start(with_stamps({1, 1800000, 3599999}), 2), 3599);
 }
 
-TEST_F(frame_walk, steps_backwards_do_not_count) {
+TEST_F(FrameWalkTest, StepsBackwardsDoNotCount) {
     EXPECT_EQ(walk_from_start(with_stamps({90000, 20000}), 1), 0);
     EXPECT_EQ(walk_from_start(with_stamps({90000, 20000, 24000}), 2), 4);
 }
 
-TEST_F(frame_walk, time_stamps_are_compared_as_unsigned_numbers) {
+TEST_F(FrameWalkTest, TimeStampsAreComparedAsUnsignedNumbers) {
     EXPECT_EQ(walk_from_start(with_stamps({0x7FFFFC18, 0x80000000}), 1), 1);
     EXPECT_EQ(walk_from_start(with_stamps({0xFFFFFFFF, 2000}), 1), 0);
     // 1800000 behind the first stamp lies beyond the wrap, so nothing is below it.
@@ -212,7 +212,7 @@ TEST_F(frame_walk, time_stamps_are_compared_as_unsigned_numbers) {
 
 // --- start offset ---
 
-TEST_F(frame_walk, frames_before_the_start_time_are_not_looked_into) {
+TEST_F(FrameWalkTest, FramesBeforeTheStartTimeAreNotLookedInto) {
     bytes recording = with_stamps({1000, 1999, 2000, 2001});
     g_lstarttime = 1;
     EXPECT_EQ(walk_from_start(recording, 3), 1);
@@ -227,7 +227,7 @@ TEST_F(frame_walk, frames_before_the_start_time_are_not_looked_into) {
 
 // --- side files ---
 
-TEST_F(frame_walk, leaves_the_number_of_the_last_frame_in_endframe) {
+TEST_F(FrameWalkTest, LeavesTheNumberOfTheLastFrameInEndframe) {
     EXPECT_EQ(walk_from_start(with_stamps({1000, 2000, 3000}), 1), 1);
     EXPECT_EQ(text("EndFrame"), "2\n");
     EXPECT_EQ(walk_from_start(with_stamps({1000, 2000, 3000}), 9), -1);
@@ -236,7 +236,7 @@ TEST_F(frame_walk, leaves_the_number_of_the_last_frame_in_endframe) {
     EXPECT_EQ(text("EndFrame"), "-5\n");
 }
 
-TEST_F(frame_walk, leaves_the_overlap_with_the_recording_before_in_diff) {
+TEST_F(FrameWalkTest, LeavesTheOverlapWithTheRecordingBeforeInDiff) {
     EXPECT_EQ(walk_from_start(unfinished({{.number = 100}, {.number = 112}}), 1), 0);
     EXPECT_EQ(text("Diff"), "0\n"); // there was none before
     EXPECT_EQ(walk_from_start(unfinished({{.number = 109}, {.number = 120}}), 1), 0);
@@ -248,7 +248,7 @@ TEST_F(frame_walk, leaves_the_overlap_with_the_recording_before_in_diff) {
     EXPECT_EQ(text("Diff"), "0\n"); // never negative
 }
 
-TEST_F(frame_walk, reads_endframe_at_the_first_ordinary_frame_of_every_call) {
+TEST_F(FrameWalkTest, ReadsEndframeAtTheFirstOrdinaryFrameOfEveryCall) {
     const std::string name = put(with_stamps({1000, 2000, 3000}));
     EXPECT_EQ(walk(name, 0), 0);
     EXPECT_EQ(text("Diff"), "0\n");
@@ -258,14 +258,14 @@ TEST_F(frame_walk, reads_endframe_at_the_first_ordinary_frame_of_every_call) {
     EXPECT_EQ(text("EndFrame"), "3\n");
 }
 
-TEST_F(frame_walk, an_endframe_without_a_number_counts_as_0) {
+TEST_F(FrameWalkTest, AnEndframeWithoutANumberCountsAs0) {
     folder().write_text("EndFrame", "garbage\n");
     EXPECT_EQ(walk_from_start(unfinished({{.number = 0xFFFFFFF6}}), 0), 0); // -10
     EXPECT_EQ(text("Diff"), "10\n");
     EXPECT_EQ(text("EndFrame"), "-10\n");
 }
 
-TEST_F(frame_walk, a_negative_endframe_is_a_number_like_any_other) {
+TEST_F(FrameWalkTest, ANegativeEndframeIsANumberLikeAnyOther) {
     folder().write_text("EndFrame", "-7\n");
     EXPECT_EQ(walk_from_start(unfinished({{.number = 0xFFFFFFF6}}), 0), 0);
     EXPECT_EQ(text("Diff"), "3\n");
@@ -274,7 +274,7 @@ TEST_F(frame_walk, a_negative_endframe_is_a_number_like_any_other) {
     EXPECT_EQ(text("Diff"), "0\n");
 }
 
-TEST_F(frame_walk, a_first_frame_that_ends_the_walk_leaves_endframe_as_it_was_read) {
+TEST_F(FrameWalkTest, AFirstFrameThatEndsTheWalkLeavesEndframeAsItWasRead) {
     folder().write_text("EndFrame", "50\n");
     bytes recording = unfinished({{.number = 42}});
     recording.resize(130); // in the middle of its payload
@@ -285,7 +285,7 @@ TEST_F(frame_walk, a_first_frame_that_ends_the_walk_leaves_endframe_as_it_was_re
     EXPECT_EQ(g_TempLastFrmNum, 50);
 }
 
-TEST_F(frame_walk, a_call_without_an_ordinary_frame_writes_endframe_alone) {
+TEST_F(FrameWalkTest, ACallWithoutAnOrdinaryFrameWritesEndframeAlone) {
     folder().write_text("EndFrame", "50\n");
     g_TempLastFrmNum = 33;
     EXPECT_EQ(walk_from_start(recording::file_header(4), 4), -1);
@@ -293,7 +293,7 @@ TEST_F(frame_walk, a_call_without_an_ordinary_frame_writes_endframe_alone) {
     EXPECT_EQ(text("EndFrame"), "33\n");
 }
 
-TEST_F(frame_walk, writes_endframe_for_a_recording_that_cannot_be_opened) {
+TEST_F(FrameWalkTest, WritesEndframeForARecordingThatCannotBeOpened) {
     EXPECT_EQ(walk("missing", 5), -1);
     EXPECT_EQ(text("EndFrame"), "0\n");
     EXPECT_FALSE(exists("Diff"));
@@ -309,7 +309,7 @@ TEST_F(frame_walk, writes_endframe_for_a_recording_that_cannot_be_opened) {
     EXPECT_EQ(position_, 5U);
 }
 
-TEST_F(frame_walk, goes_on_when_side_files_cannot_be_opened) {
+TEST_F(FrameWalkTest, GoesOnWhenSideFilesCannotBeOpened) {
     std::filesystem::create_directory(path("EndFrame"));
     std::filesystem::create_directory(path("Diff"));
     EXPECT_EQ(walk_from_start(with_stamps({1000, 3000}), 1), 2);
@@ -318,7 +318,7 @@ TEST_F(frame_walk, goes_on_when_side_files_cannot_be_opened) {
 
 // --- ends ---
 
-TEST_F(frame_walk, a_recording_that_ends_without_an_index_ends_without_a_verdict) {
+TEST_F(FrameWalkTest, ARecordingThatEndsWithoutAnIndexEndsWithoutAVerdict) {
     const bytes recording = with_stamps({1000, 1040});
     EXPECT_EQ(below_heading(report(recording, option::a)),
               row("1", "00000058", "P", 33, 1, 0, 0, 1000, 1000, "0") +
@@ -327,7 +327,7 @@ TEST_F(frame_walk, a_recording_that_ends_without_an_index_ends_without_a_verdict
         EXPECT_EQ(report(recording, options), "");
 }
 
-TEST_F(frame_walk, a_header_cut_off_by_the_end_of_the_file_has_no_row) {
+TEST_F(FrameWalkTest, AHeaderCutOffByTheEndOfTheFileHasNoRow) {
     bytes recording = with_stamps({1000, 1040});
     for (const size_t size : {88 + 33, 88 + 34, 88 + 33 + 31}) {
         recording.resize(size);
@@ -336,12 +336,12 @@ TEST_F(frame_walk, a_header_cut_off_by_the_end_of_the_file_has_no_row) {
     }
 }
 
-TEST_F(frame_walk, a_recording_without_frames_ends_at_once) {
+TEST_F(FrameWalkTest, ARecordingWithoutFramesEndsAtOnce) {
     EXPECT_EQ(below_heading(report(recording::file_header(3), option::a)), "");
     EXPECT_EQ(text("EndFrame"), "0\n");
 }
 
-TEST_F(frame_walk, a_damaged_frame_leads_on_by_its_frame_size) {
+TEST_F(FrameWalkTest, ADamagedFrameLeadsOnByItsFrameSize) {
     bytes damaged = frame_record({.number = 2, .time_stamp = 1040, .kind = 1, .video = bytes(1, 0xAA)});
     put_u32(damaged, 4, 34); // one byte more than it has
     const bytes recording =
@@ -351,7 +351,7 @@ TEST_F(frame_walk, a_damaged_frame_leads_on_by_its_frame_size) {
                   row("3", "0000007a", "P", 132, 100, 0, 0, 1080, 40, "0"));
 }
 
-TEST_F(frame_walk, a_damaged_frame_of_one_byte_leads_one_byte_on) {
+TEST_F(FrameWalkTest, ADamagedFrameOfOneByteLeadsOneByteOn) {
     bytes damaged = frame_record({.number = 2, .time_stamp = 1040, .kind = 1});
     put_u32(damaged, 4, 1);
     // What stands one byte further on is no header; nothing that could be found follows.
@@ -362,7 +362,7 @@ TEST_F(frame_walk, a_damaged_frame_of_one_byte_leads_one_byte_on) {
     EXPECT_EQ(std::count(report_text.begin(), report_text.end(), '\n'), 2);
 }
 
-TEST_F(frame_walk, does_not_read_a_damaged_frame_without_length_for_ever) {
+TEST_F(FrameWalkTest, DoesNotReadADamagedFrameWithoutLengthForEver) {
     bytes damaged = frame_record({.number = 2, .time_stamp = 1040, .kind = 1});
     put_u32(damaged, 4, 0);
     const bytes recording = of_pieces(9, {damaged, frame_record({.number = 3, .time_stamp = 1080, .kind = 0}),
@@ -373,7 +373,7 @@ TEST_F(frame_walk, does_not_read_a_damaged_frame_without_length_for_ever) {
     EXPECT_EQ(text("EndFrame"), "4\n");
 }
 
-TEST_F(frame_walk, reports_a_recording_by_its_short_name_from_its_disk) {
+TEST_F(FrameWalkTest, ReportsARecordingByItsShortNameFromItsDisk) {
     const std::string short_name = "H3000020150102000000I000000";
     ASSERT_EQ(short_name.size(), 27U);
     folder().write("disks/host03/part1/" + short_name, with_stamps({1000, 3000}));
@@ -384,7 +384,7 @@ TEST_F(frame_walk, reports_a_recording_by_its_short_name_from_its_disk) {
                                                       "\", 0) = ")));
 }
 
-TEST_F(frame_walk, stat_goes_to_the_layer_unchanged) {
+TEST_F(FrameWalkTest, StatGoesToTheLayerUnchanged) {
     const std::string name = put(bytes(1234, 0));
     vfs_stat_record record = {};
     EXPECT_EQ(zn_mp4_stat(name.c_str(), &record), 0);

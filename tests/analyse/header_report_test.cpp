@@ -16,7 +16,7 @@ namespace option = analysis::option;
 using recording::put_u16;
 using recording::put_u32;
 
-class header_report : public analysis::fixture {
+class HeaderReportTest : public analysis::AnalysisTest {
 protected:
     // What is printed of a recording that consists of this header; the result goes to `count_`.
     std::string header_text(const bytes& header, uint32_t options) {
@@ -54,7 +54,7 @@ std::string line_of(const std::string& report, const std::string& label) {
     return report.substr(start, report.find('\n', at) - start);
 }
 
-TEST_F(header_report, prints_every_field_in_order) {
+TEST_F(HeaderReportTest, PrintsEveryFieldInOrder) {
     EXPECT_EQ(header_text(distinct_header(), option::s), "\n" + dashes(140) +
                                                              "\n"
                                                              "File Header infomation\n" +
@@ -85,7 +85,7 @@ TEST_F(header_report, prints_every_field_in_order) {
     EXPECT_EQ(count_, 12345);
 }
 
-TEST_F(header_report, is_printed_for_sample_all_and_missing_frames_alone) {
+TEST_F(HeaderReportTest, IsPrintedForSampleAllAndMissingFramesAlone) {
     const bytes header = recording::file_header(9);
     const std::string whole = header_text(header, option::s);
     EXPECT_NE(whole, "");
@@ -98,13 +98,13 @@ TEST_F(header_report, is_printed_for_sample_all_and_missing_frames_alone) {
     }
 }
 
-TEST_F(header_report, reads_a_frame_rate_of_0_as_25) {
+TEST_F(HeaderReportTest, ReadsAFrameRateOf0As25) {
     bytes header = recording::file_header(1);
     put_u16(header, 0, 0);
     EXPECT_EQ(line_of(header_text(header, option::s), "FrameRate"), "           FrameRate :\t  25");
 }
 
-TEST_F(header_report, does_not_judge_the_fields) {
+TEST_F(HeaderReportTest, DoesNotJudgeTheFields) {
     bytes header = recording::file_header(1);
     put_u16(header, 0, 61);
     put_u16(header, 2, 1);
@@ -112,7 +112,7 @@ TEST_F(header_report, does_not_judge_the_fields) {
     EXPECT_EQ(line_of(header_text(header, option::s), "Width"), "               Width :\t   1");
 }
 
-TEST_F(header_report, names_the_modes) {
+TEST_F(HeaderReportTest, NamesTheModes) {
     const auto mode_line = [&](uint16_t mode) {
         bytes header = recording::file_header(1);
         put_u16(header, 6, mode);
@@ -125,7 +125,7 @@ TEST_F(header_report, names_the_modes) {
         EXPECT_EQ(mode_line(mode), "                Mode :\tDEFAULT H.264") << mode;
 }
 
-TEST_F(header_report, ends_the_cover_word_at_its_nul) {
+TEST_F(HeaderReportTest, EndsTheCoverWordAtItsNul) {
     bytes header = recording::file_header(1);
     std::fill(header.begin() + 24, header.begin() + 60, 'c');
     header[59] = 0;
@@ -133,7 +133,7 @@ TEST_F(header_report, ends_the_cover_word_at_its_nul) {
               "            cCovWord :\t" + std::string(35, 'c'));
 }
 
-TEST_F(header_report, lets_a_cover_word_without_nul_run_on) {
+TEST_F(HeaderReportTest, LetsACoverWordWithoutNulRunOn) {
     bytes header = recording::file_header(1);
     std::fill(header.begin() + 24, header.begin() + 60, 'c');
     put_u32(header, 60, 0x00636261); // "abc" and the NUL
@@ -141,7 +141,7 @@ TEST_F(header_report, lets_a_cover_word_without_nul_run_on) {
               "            cCovWord :\t" + std::string(36, 'c') + "abc");
 }
 
-TEST_F(header_report, lets_a_cover_word_run_on_to_the_end_of_the_header_at_most) {
+TEST_F(HeaderReportTest, LetsACoverWordRunOnToTheEndOfTheHeaderAtMost) {
     bytes header = recording::file_header(1);
     std::fill(header.begin() + 24, header.end(), 'c');
     header.push_back('X'); // the first byte of the first frame
@@ -149,14 +149,14 @@ TEST_F(header_report, lets_a_cover_word_run_on_to_the_end_of_the_header_at_most)
               "            cCovWord :\t" + std::string(64, 'c'));
 }
 
-TEST_F(header_report, gives_the_frame_count_as_a_signed_number) {
+TEST_F(HeaderReportTest, GivesTheFrameCountAsASignedNumber) {
     bytes header = recording::file_header(0x80000001);
     const std::string report = header_text(header, option::s);
     EXPECT_EQ(line_of(report, "FrameCount"), "          FrameCount :\t-2147483647");
     EXPECT_EQ(count_, -2147483647);
 }
 
-TEST_F(header_report, gives_minus_1_without_a_recording) {
+TEST_F(HeaderReportTest, GivesMinus1WithoutARecording) {
     g_Opt = option::s;
     EXPECT_EQ(printed([&] { count_ = rec_GetFileFrameNo(nullptr); }), "");
     EXPECT_EQ(count_, -1);
@@ -167,7 +167,7 @@ TEST_F(header_report, gives_minus_1_without_a_recording) {
     EXPECT_EQ(count_, -1);
 }
 
-TEST_F(header_report, gives_minus_1_when_the_recording_cannot_be_opened) {
+TEST_F(HeaderReportTest, GivesMinus1WhenTheRecordingCannotBeOpened) {
     const std::string name = put(recording::file_header(5));
     g_Opt = option::s;
     module_probe::fail("Open", 1);
@@ -175,7 +175,7 @@ TEST_F(header_report, gives_minus_1_when_the_recording_cannot_be_opened) {
     EXPECT_EQ(count_, -1);
 }
 
-TEST_F(header_report, gives_1045_for_a_short_header_and_prints_nothing) {
+TEST_F(HeaderReportTest, Gives1045ForAShortHeaderAndPrintsNothing) {
     for (const size_t size : {0, 1, 87}) {
         EXPECT_EQ(header_text(bytes(size, 1), option::s), "") << size;
         EXPECT_EQ(count_, 1045) << size;
@@ -184,7 +184,7 @@ TEST_F(header_report, gives_1045_for_a_short_header_and_prints_nothing) {
     EXPECT_EQ(count_, 0x01010101);
 }
 
-TEST_F(header_report, reads_the_header_once_and_closes_the_recording) {
+TEST_F(HeaderReportTest, ReadsTheHeaderOnceAndClosesTheRecording) {
     const std::string name = put(recording::file_header(5));
     rec_GetFileFrameNo(name.c_str());
     const std::vector<std::string> calls = module_probe::calls();

@@ -56,12 +56,12 @@ bytes block_alone(const bytes& block) {
     return of_pieces(1, {block});
 }
 
-class index_report : public analysis::fixture {
+class IndexReportTest : public analysis::AnalysisTest {
 protected:
     std::string detail(const bytes& recording) const { return report(recording, option::t); }
 };
 
-TEST_F(index_report, prints_the_whole_detail) {
+TEST_F(IndexReportTest, PrintsTheWholeDetail) {
     const bytes recording = block_alone(index_block(
         {{.time = 1420167845, .position = 0x58, .sign = 3, .width = 1920, .height = 1080, .tag = "alarm"},
          {.time = 1420167900,
@@ -114,7 +114,7 @@ TEST_F(index_report, prints_the_whole_detail) {
             "Well done :)\n");
 }
 
-TEST_F(index_report, detail_is_printed_for_all_and_for_index_alone) {
+TEST_F(IndexReportTest, DetailIsPrintedForAllAndForIndexAlone) {
     const bytes recording = block_alone(index_block({{.time = 0}}));
     for (const uint32_t options : {option::a, option::t, option::t | option::s, option::a | option::m})
         EXPECT_THAT(report(recording, options), testing::HasSubstr("IFrameIndex Detail\n")) << options;
@@ -127,7 +127,7 @@ TEST_F(index_report, detail_is_printed_for_all_and_for_index_alone) {
 
 // --- how many records ---
 
-TEST_F(index_report, three_records_of_80_bytes_print_three_rows) {
+TEST_F(IndexReportTest, ThreeRecordsOf80BytesPrintThreeRows) {
     const bytes recording = block_alone(index_block({{.time = 10}, {.time = 20}, {.time = 30}}));
     EXPECT_EQ(detail(recording),
               head_text("3", "80", "450") + body_heading() +
@@ -138,7 +138,7 @@ TEST_F(index_report, three_records_of_80_bytes_print_three_rows) {
                   times_text("1970/01/01 00:00:10", "1970/01/01 00:00:30", "      20") + well_done);
 }
 
-TEST_F(index_report, one_record_is_start_and_end) {
+TEST_F(IndexReportTest, OneRecordIsStartAndEnd) {
     const bytes recording = block_alone(index_block({{.time = 59}}));
     EXPECT_EQ(detail(recording),
               head_text("1", "80", "450") + body_heading() +
@@ -147,17 +147,17 @@ TEST_F(index_report, one_record_is_start_and_end) {
                   times_text("1970/01/01 00:00:59", "1970/01/01 00:00:59", "       0") + well_done);
 }
 
-TEST_F(index_report, no_records_print_the_verdict_alone) {
+TEST_F(IndexReportTest, NoRecordsPrintTheVerdictAlone) {
     EXPECT_EQ(detail(block_alone(index_block({}))), well_done);
 }
 
-TEST_F(index_report, a_record_size_of_0_prints_the_verdict_alone) {
+TEST_F(IndexReportTest, ARecordSizeOf0PrintsTheVerdictAlone) {
     bytes block = index_block({{.time = 10}, {.time = 20}, {.time = 30}});
     put_u32(block, 36, 0);
     EXPECT_EQ(detail(block_alone(block)), well_done);
 }
 
-TEST_F(index_report, records_are_read_as_80_bytes_whatever_their_size_says) {
+TEST_F(IndexReportTest, RecordsAreReadAs80BytesWhateverTheirSizeSays) {
     bytes block = index_block({{.time = 10}, {.time = 20}});
     put_u32(block, 36, 100);
     const std::string report = detail(block_alone(block));
@@ -166,7 +166,7 @@ TEST_F(index_report, records_are_read_as_80_bytes_whatever_their_size_says) {
     EXPECT_THAT(report, testing::HasSubstr(tail_text("     200")));
 }
 
-TEST_F(index_report, the_product_of_count_and_size_is_taken_modulo_2_to_the_32) {
+TEST_F(IndexReportTest, TheProductOfCountAndSizeIsTakenModulo2ToThe32) {
     bytes block = index_block({{.time = 10}});
     put_u32(block, 32, 0x10000);
     put_u32(block, 36, 0x10000);
@@ -178,7 +178,7 @@ TEST_F(index_report, the_product_of_count_and_size_is_taken_modulo_2_to_the_32) 
     EXPECT_THAT(detail(block_alone(block)), testing::HasSubstr(tail_text("-2147483647")));
 }
 
-TEST_F(index_report, a_negative_count_has_no_rows_and_both_times_0) {
+TEST_F(IndexReportTest, ANegativeCountHasNoRowsAndBothTimes0) {
     bytes block = index_block({{.time = 10}, {.time = 20}});
     put_u32(block, 32, 0xFFFFFFFF);
     put_u32(block, 40, 0x80000000);
@@ -187,7 +187,7 @@ TEST_F(index_report, a_negative_count_has_no_rows_and_both_times_0) {
                   times_text("1970/01/01 00:00:00", "1970/01/01 00:00:00", "       0") + well_done);
 }
 
-TEST_F(index_report, records_behind_the_end_of_the_file_are_zeros) {
+TEST_F(IndexReportTest, RecordsBehindTheEndOfTheFileAreZeros) {
     // Two records by the head, one in the file: the second begins with the trailer.
     bytes block = index_block({{.time = 10, .tag = "tag"}});
     put_u32(block, 32, 3);
@@ -201,7 +201,7 @@ TEST_F(index_report, records_behind_the_end_of_the_file_are_zeros) {
                   times_text("1970/01/01 00:00:10", "1970/01/01 00:00:00", "     -10") + well_done);
 }
 
-TEST_F(index_report, records_that_cannot_be_read_are_zeros) {
+TEST_F(IndexReportTest, RecordsThatCannotBeReadAreZeros) {
     const std::string name = put(block_alone(index_block({{.time = 10}, {.time = 20}, {.time = 30}})));
     // Reads: file header, frame header, magic, magic, length, head, records.
     module_probe::fail("Read", 8);
@@ -214,7 +214,7 @@ TEST_F(index_report, records_that_cannot_be_read_are_zeros) {
     EXPECT_THAT(report, testing::HasSubstr("KMR FileEndTime   :1970/01/01 00:00:20\n"));
 }
 
-TEST_F(index_report, a_record_cut_short_is_filled_up_with_zeros) {
+TEST_F(IndexReportTest, ARecordCutShortIsFilledUpWithZeros) {
     const std::string name = put(block_alone(index_block({{.time = 10, .sign = 7, .tag = "tag"}})));
     module_probe::cut("Read", 7, 18); // TagName: "ta"
     EXPECT_THAT(report_of(name, option::t),
@@ -222,7 +222,7 @@ TEST_F(index_report, a_record_cut_short_is_filled_up_with_zeros) {
                     "       0\t[00:00:10]\t00000000\t00000084\t       7\t    1080\t    1920\t      ta\n"));
 }
 
-TEST_F(index_report, wide_fields_push_their_columns) {
+TEST_F(IndexReportTest, WideFieldsPushTheirColumns) {
     const std::string tag(64, 'T'); // no NUL: ends with its field
     bytes block =
         index_block({{.time = 0, .sign = 0x80000000, .tag = tag}, {.time = 1, .tag = std::string(63, 'U')}});
@@ -235,7 +235,7 @@ TEST_F(index_report, wide_fields_push_their_columns) {
 
 // --- times ---
 
-TEST_F(index_report, times_are_unsigned) {
+TEST_F(IndexReportTest, TimesAreUnsigned) {
     const bytes recording =
         block_alone(index_block({{.time = 0x7FFFFFFF}, {.time = 0x80000000}, {.time = 0xFFFFFFFF}}));
     const std::string report = detail(recording);
@@ -246,12 +246,12 @@ TEST_F(index_report, times_are_unsigned) {
                 testing::HasSubstr(times_text("2038/01/19 03:14:07", "2106/02/07 06:28:15", "-2147483648")));
 }
 
-TEST_F(index_report, an_end_before_the_start_is_a_negative_length) {
+TEST_F(IndexReportTest, AnEndBeforeTheStartIsANegativeLength) {
     EXPECT_THAT(detail(block_alone(index_block({{.time = 86400 + 3661}, {.time = 5}}))),
                 testing::HasSubstr(times_text("1970/01/02 01:01:01", "1970/01/01 00:00:05", "  -90056")));
 }
 
-TEST_F(index_report, times_are_local) {
+TEST_F(IndexReportTest, TimesAreLocal) {
     setenv("TZ", "EST5", 1);
     tzset();
     const std::string report = detail(block_alone(index_block({{.time = 1420167845}})));
@@ -263,7 +263,7 @@ TEST_F(index_report, times_are_local) {
 
 // --- trailer and head ---
 
-TEST_F(index_report, a_wrong_magic_makes_a_poor_file) {
+TEST_F(IndexReportTest, AWrongMagicMakesAPoorFile) {
     bytes block = index_block({{.time = 10}});
     put_u32(block, block.size() - 8, 0x0123ABCC);
     for (const uint32_t options : {0x00U, option::t, option::u})
@@ -273,13 +273,13 @@ TEST_F(index_report, a_wrong_magic_makes_a_poor_file) {
         testing::EndsWith(analysis::row("0", "00000058", "V", 132, 100, 0, 0, 0, 0, "IFrameIndex") + poor));
 }
 
-TEST_F(index_report, bytes_behind_the_index_make_a_poor_file) {
+TEST_F(IndexReportTest, BytesBehindTheIndexMakeAPoorFile) {
     bytes block = index_block({{.time = 10}});
     block.push_back(0);
     EXPECT_EQ(detail(block_alone(block)), poor);
 }
 
-TEST_F(index_report, a_cut_index_makes_a_poor_file) {
+TEST_F(IndexReportTest, ACutIndexMakesAPoorFile) {
     bytes block = index_block({{.time = 10}});
     block.pop_back();
     EXPECT_EQ(detail(block_alone(block)), poor);
@@ -287,26 +287,26 @@ TEST_F(index_report, a_cut_index_makes_a_poor_file) {
     EXPECT_EQ(detail(block_alone(block)), poor);
 }
 
-TEST_F(index_report, a_trailer_alone_makes_the_verdict_without_detail) {
+TEST_F(IndexReportTest, ATrailerAloneMakesTheVerdictWithoutDetail) {
     // The index-looking frame is some other one, and what the trailer names is no head at all.
     const bytes recording = of_pieces(1, {index_frame_header(32), bytes(50, 0xEE), trailer(58)});
     EXPECT_EQ(report(recording, option::u), well_done);
     EXPECT_EQ(detail(recording), refused);
 }
 
-TEST_F(index_report, a_good_trailer_is_not_enough_to_be_reached) {
+TEST_F(IndexReportTest, AGoodTrailerIsNotEnoughToBeReached) {
     // No index-looking frame: the walk never looks at the trailer.
     EXPECT_EQ(detail(of_pieces(9, {frame_record({.kind = 1}), trailer(52)})), "");
 }
 
-TEST_F(index_report, a_head_without_sync_word_is_refused) {
+TEST_F(IndexReportTest, AHeadWithoutSyncWordIsRefused) {
     // The frame that leads here stands before the block.
     bytes block = index_block({{.time = 10}});
     put_u32(block, 0, 0x02000001);
     EXPECT_EQ(detail(of_pieces(1, {index_frame_header(32), block})), refused);
 }
 
-TEST_F(index_report, a_head_of_another_length_is_refused) {
+TEST_F(IndexReportTest, AHeadOfAnotherLengthIsRefused) {
     bytes block = index_block({{.time = 10}});
     put_u32(block, 4, 131);
     EXPECT_EQ(detail(of_pieces(1, {index_frame_header(32), block})), refused);
@@ -315,7 +315,7 @@ TEST_F(index_report, a_head_of_another_length_is_refused) {
                 testing::HasSubstr("I Frame Record Num : 1\n"));
 }
 
-TEST_F(index_report, the_refusal_stands_on_the_line_of_the_verdict) {
+TEST_F(IndexReportTest, TheRefusalStandsOnTheLineOfTheVerdict) {
     bytes block = index_block({{.time = 10}});
     put_u32(block, block.size() - 4, 131);
     EXPECT_EQ(detail(block_alone(block)), "decode_ReadFrameIndex 252 errWell done :)\n");
@@ -323,7 +323,7 @@ TEST_F(index_report, the_refusal_stands_on_the_line_of_the_verdict) {
                 testing::EndsWith("\tIFrameIndex\t        \ndecode_ReadFrameIndex 252 errWell done :)\n"));
 }
 
-TEST_F(index_report, a_head_that_is_not_whole_is_refused) {
+TEST_F(IndexReportTest, AHeadThatIsNotWholeIsRefused) {
     for (const uint32_t length : {0U, 1U, 8U, 32U, 43U}) {
         bytes block = index_block({{.time = 10}});
         put_u32(block, block.size() - 4, length);
@@ -334,7 +334,7 @@ TEST_F(index_report, a_head_that_is_not_whole_is_refused) {
     EXPECT_EQ(detail(recording), refused);
 }
 
-TEST_F(index_report, a_head_may_end_with_the_trailer) {
+TEST_F(IndexReportTest, AHeadMayEndWithTheTrailer) {
     // 44 bytes: the record size is the magic, the capacity the length; 3 * 0x0123ABCD = 0x036B0367.
     bytes block = index_frame_header(44);
     append(block, bytes(4, 0));
@@ -349,7 +349,7 @@ TEST_F(index_report, a_head_may_end_with_the_trailer) {
                   times_text("1970/01/01 00:00:00", "1970/01/01 00:00:00", "       0") + well_done);
 }
 
-TEST_F(index_report, a_length_beyond_the_file_is_refused) {
+TEST_F(IndexReportTest, ALengthBeyondTheFileIsRefused) {
     bytes block = index_block({{.time = 10}}); // the file has 220 bytes
     // From 2^31 on the seek runs forwards, with 0x800000DC to 2 GiB exactly.
     for (const uint32_t length :
@@ -360,7 +360,7 @@ TEST_F(index_report, a_length_beyond_the_file_is_refused) {
     }
 }
 
-TEST_F(index_report, a_head_may_stand_at_the_start_of_the_file) {
+TEST_F(IndexReportTest, AHeadMayStandAtTheStartOfTheFile) {
     // The file header is the head: 220 bytes long, 1 record of 80 bytes.
     bytes recording = block_alone(index_block({{.time = 10}}));
     bytes head = index_frame_header(220);
@@ -372,14 +372,14 @@ TEST_F(index_report, a_head_may_stand_at_the_start_of_the_file) {
     EXPECT_THAT(detail(recording), testing::HasSubstr("       0\t[00:00:00]\t00000000\t0000002c\t"));
 }
 
-TEST_F(index_report, the_detail_is_of_the_block_that_the_trailer_names) {
+TEST_F(IndexReportTest, TheDetailIsOfTheBlockThatTheTrailerNames) {
     // Two index-looking frames: the first is met, the second is reported.
     const bytes block = index_block({{.time = 10, .position = 0x1234}});
     EXPECT_THAT(detail(of_pieces(1, {index_frame_header(32), block})),
                 testing::HasSubstr("       0\t[00:00:10]\t00001234\t000000a4\t")); // 88 + 32 + 44
 }
 
-TEST_F(index_report, the_detail_of_a_frameless_count_is_never_reached) {
+TEST_F(IndexReportTest, TheDetailOfAFramelessCountIsNeverReached) {
     bytes recording = block_alone(index_block({{.time = 10}}));
     put_u32(recording, 84, 0);
     EXPECT_EQ(detail(recording), "");
@@ -387,14 +387,14 @@ TEST_F(index_report, the_detail_of_a_frameless_count_is_never_reached) {
 
 // --- seeks whose results are not looked at ---
 
-TEST_F(index_report, a_second_look_at_the_magic_that_fails_prints_the_verdict) {
+TEST_F(IndexReportTest, ASecondLookAtTheMagicThatFailsPrintsTheVerdict) {
     const std::string name = put(block_alone(index_block({{.time = 10}})));
     // Reads: file header, frame header, magic, magic.
     module_probe::fail("Read", 4);
     EXPECT_EQ(report_of(name, option::t), well_done);
 }
 
-TEST_F(index_report, a_length_that_cannot_be_read_is_refused) {
+TEST_F(IndexReportTest, ALengthThatCannotBeReadIsRefused) {
     const std::string name = put(block_alone(index_block({{.time = 10}})));
     module_probe::fail("Read", 5);
     EXPECT_EQ(report_of(name, option::t), refused);
@@ -402,7 +402,7 @@ TEST_F(index_report, a_length_that_cannot_be_read_is_refused) {
     EXPECT_EQ(report_of(name, option::t), refused);
 }
 
-TEST_F(index_report, a_magic_that_cannot_be_read_makes_a_poor_file) {
+TEST_F(IndexReportTest, AMagicThatCannotBeReadMakesAPoorFile) {
     const std::string name = put(block_alone(index_block({{.time = 10}})));
     module_probe::fail("Read", 3);
     EXPECT_EQ(report_of(name, option::t), poor);

@@ -17,7 +17,7 @@ using analysis::row;
 using analysis::small_recording;
 namespace option = analysis::option;
 
-class module_calls : public analysis::fixture {
+class ModuleCallsTest : public analysis::AnalysisTest {
 protected:
     // The calls of one analysis, the file's number and the recording's path left out.
     std::vector<std::string> calls_of(const bytes& recording, uint32_t options) const {
@@ -42,7 +42,7 @@ protected:
 
 using testing::ElementsAreArray;
 
-TEST_F(module_calls, of_a_whole_analysis_without_detail) {
+TEST_F(ModuleCallsTest, OfAWholeAnalysisWithoutDetail) {
     EXPECT_THAT(calls_of(small_recording(), option::s), ElementsAreArray({
                                                             // the header report
                                                             "Stat(path) = 0",
@@ -82,7 +82,7 @@ TEST_F(module_calls, of_a_whole_analysis_without_detail) {
                                                         }));
 }
 
-TEST_F(module_calls, of_the_index_detail) {
+TEST_F(ModuleCallsTest, OfTheIndexDetail) {
     const std::vector<std::string> calls = calls_of(small_recording(), option::t);
     ASSERT_GE(calls.size(), 21U);
     EXPECT_THAT(std::vector<std::string>(calls.begin() + 21, calls.end()), ElementsAreArray({
@@ -107,7 +107,7 @@ TEST_F(module_calls, of_the_index_detail) {
                                                                            }));
 }
 
-TEST_F(module_calls, do_not_depend_on_the_rows) {
+TEST_F(ModuleCallsTest, DoNotDependOnTheRows) {
     const bytes recording = small_recording();
     const std::vector<std::string> without_rows = calls_of(recording, option::s);
     for (const uint32_t options : {0x00U, option::i, option::u, option::m, option::i | option::m})
@@ -115,7 +115,7 @@ TEST_F(module_calls, do_not_depend_on_the_rows) {
     EXPECT_EQ(calls_of(recording, option::a), calls_of(recording, option::t));
 }
 
-TEST_F(module_calls, of_a_poor_file) {
+TEST_F(ModuleCallsTest, OfAPoorFile) {
     const bytes recording = analysis::of_pieces(
         1, {analysis::index_frame_header(32), recording::frame_record({.number = 1, .time_stamp = 1000})});
     EXPECT_THAT(
@@ -133,7 +133,7 @@ TEST_F(module_calls, of_a_poor_file) {
         }));
 }
 
-TEST_F(module_calls, of_a_quota_that_ends_the_walk) {
+TEST_F(ModuleCallsTest, OfAQuotaThatEndsTheWalk) {
     const bytes recording = analysis::unfinished({{.number = 1}, {.number = 2}});
     const std::string name = put(recording);
     module_probe::reset();
@@ -153,7 +153,7 @@ TEST_F(module_calls, of_a_quota_that_ends_the_walk) {
     EXPECT_EQ(module_probe::count(), 5);
 }
 
-TEST_F(module_calls, of_a_recording_that_is_not_there) {
+TEST_F(ModuleCallsTest, OfARecordingThatIsNotThere) {
     const std::string name = path("missing");
     report_of(name, option::s);
     EXPECT_EQ(module_probe::calls(), (std::vector<std::string>{"sznfs_Stat(\"" + name + "\") = -1",
@@ -167,7 +167,7 @@ struct failed_seek {
     std::string says;
 };
 
-TEST_F(module_calls, a_failed_seek_ends_the_walk_or_what_is_read_then_decides) {
+TEST_F(ModuleCallsTest, AFailedSeekEndsTheWalkOrWhatIsReadThenDecides) {
     const std::string name = put(small_recording());
     const std::string whole = below_heading(report_of(name, option::a));
     const std::string first = row("7", "00000058", "I", 132, 100, 0, 0, 1000, 1000, "0");
@@ -194,7 +194,7 @@ TEST_F(module_calls, a_failed_seek_ends_the_walk_or_what_is_read_then_decides) {
     }
 }
 
-TEST_F(module_calls, a_failed_seek_back_behind_a_poor_index_leaves_the_file_where_the_magic_ended) {
+TEST_F(ModuleCallsTest, AFailedSeekBackBehindAPoorIndexLeavesTheFileWhereTheMagicEnded) {
     bytes recording = small_recording();
     recording[recording.size() - 8] = 0;
     const std::string name = put(recording);
@@ -204,7 +204,7 @@ TEST_F(module_calls, a_failed_seek_back_behind_a_poor_index_leaves_the_file_wher
     EXPECT_THAT(module_probe::calls(), testing::Contains(testing::HasSubstr(", 664, 0) = 664")));
 }
 
-TEST_F(module_calls, a_failed_seek_to_a_frame_that_was_found_ends_the_walk) {
+TEST_F(ModuleCallsTest, AFailedSeekToAFrameThatWasFoundEndsTheWalk) {
     bytes bad = recording::frame_record({.number = 1, .kind = 1});
     bad[0] = 1;
     const std::string name = put(analysis::of_pieces(
@@ -217,7 +217,7 @@ TEST_F(module_calls, a_failed_seek_to_a_frame_that_was_found_ends_the_walk) {
     EXPECT_EQ(text("EndFrame"), "0\n");
 }
 
-TEST_F(module_calls, a_seek_that_only_reports_a_failure_ends_the_walk_too) {
+TEST_F(ModuleCallsTest, ASeekThatOnlyReportsAFailureEndsTheWalkToo) {
     // The layer takes a position of 2 GiB and more for a failure.
     const std::string name = put(small_recording());
     module_probe::fail("Seek", 4, 0x80000000);
@@ -227,7 +227,7 @@ TEST_F(module_calls, a_seek_that_only_reports_a_failure_ends_the_walk_too) {
 
 // --- every call fails once, then for good ---
 
-class failing_module : public analysis::fixture {
+class FailingModuleTest : public analysis::AnalysisTest {
 protected:
     // A recording with everything in it: user data, garbage, a damaged and an inserted frame, an index.
     static bytes eventful_recording() {
@@ -266,7 +266,7 @@ protected:
 
 constexpr uint32_t everything = option::a | option::u | option::m;
 
-TEST_F(failing_module, leaves_nothing_behind_when_one_call_fails) {
+TEST_F(FailingModuleTest, LeavesNothingBehindWhenOneCallFails) {
     const std::string name = put(eventful_recording());
     report_of(name, everything);
     const int calls = module_probe::count();
@@ -279,7 +279,7 @@ TEST_F(failing_module, leaves_nothing_behind_when_one_call_fails) {
     }
 }
 
-TEST_F(failing_module, leaves_nothing_behind_when_all_calls_fail_from_one_on) {
+TEST_F(FailingModuleTest, LeavesNothingBehindWhenAllCallsFailFromOneOn) {
     const std::string name = put(eventful_recording());
     report_of(name, everything);
     const int calls = module_probe::count();
@@ -291,7 +291,7 @@ TEST_F(failing_module, leaves_nothing_behind_when_all_calls_fail_from_one_on) {
     }
 }
 
-TEST_F(failing_module, leaves_nothing_behind_when_reads_are_cut) {
+TEST_F(FailingModuleTest, LeavesNothingBehindWhenReadsAreCut) {
     const std::string name = put(eventful_recording());
     for (int nth = 1; nth <= 25; ++nth) {
         SCOPED_TRACE(nth);
@@ -306,7 +306,7 @@ TEST_F(failing_module, leaves_nothing_behind_when_reads_are_cut) {
     }
 }
 
-TEST_F(failing_module, that_gives_nonsense_is_survived) {
+TEST_F(FailingModuleTest, ThatGivesNonsenseIsSurvived) {
     const std::string name = put(eventful_recording());
     for (const char* operation : {"Seek", "Tell"})
         for (const int64_t nonsense : {INT64_MIN, int64_t{INT32_MIN}, int64_t{0}, int64_t{INT32_MAX}})
@@ -321,7 +321,7 @@ TEST_F(failing_module, that_gives_nonsense_is_survived) {
             }
 }
 
-TEST_F(failing_module, ends_when_the_table_of_recordings_is_full) {
+TEST_F(FailingModuleTest, EndsWhenTheTableOfRecordingsIsFull) {
     const std::string name = put(small_recording());
     std::vector<vfs_file*> open(REC_MAX_OPEN, nullptr);
     for (vfs_file*& each : open) {

@@ -23,7 +23,7 @@ using recording::put_u32;
 constexpr const char* well_done = "Well done :)\n";
 constexpr const char* poor = "IT IS a POOR FILE :(\n";
 
-class resynchronise : public analysis::fixture {
+class ResynchroniseTest : public analysis::AnalysisTest {
 protected:
     std::string rows(const bytes& recording, uint32_t options = option::a) const {
         return below_heading(report(recording, options));
@@ -57,7 +57,7 @@ bytes p_frame(uint32_t number, uint32_t time_stamp) {
     return frame_record({.number = number, .time_stamp = time_stamp, .kind = 1});
 }
 
-TEST_F(resynchronise, finds_the_next_i_frame_behind_a_bad_header) {
+TEST_F(ResynchroniseTest, FindsTheNextIFrameBehindABadHeader) {
     const bytes recording = of_pieces(9, {garbage(), p_frame(2, 1040), i_frame(3, 1080), p_frame(4, 1120)});
     // Frame 2 is passed over, frame 3 is found and gets no row.
     EXPECT_EQ(rows(recording), row("90", "00000058", "P", 132, 100, 0, 0, 9000, 9000, "-1") +
@@ -66,7 +66,7 @@ TEST_F(resynchronise, finds_the_next_i_frame_behind_a_bad_header) {
     EXPECT_EQ(g_TempFirstFrmNum, 3);
 }
 
-TEST_F(resynchronise, searches_from_4_bytes_behind_the_start_of_the_bad_header) {
+TEST_F(ResynchroniseTest, SearchesFrom4BytesBehindTheStartOfTheBadHeader) {
     rows(of_pieces(9, {garbage(), i_frame(3, 1080)}));
     EXPECT_EQ(search_starts(), std::vector<std::string>{"92"});
 }
@@ -76,7 +76,7 @@ bytes with_i_frame_behind(size_t distance) {
     return of_pieces(9, {bytes(distance, 0xFF), i_frame(3, 1080)});
 }
 
-TEST_F(resynchronise, passes_over_a_frame_at_the_very_place_where_the_search_starts) {
+TEST_F(ResynchroniseTest, PassesOverAFrameAtTheVeryPlaceWhereTheSearchStarts) {
     report(with_i_frame_behind(4), option::i);
     EXPECT_EQ(text("EndFrame"), "0\n");
     report(with_i_frame_behind(5), option::i);
@@ -85,13 +85,13 @@ TEST_F(resynchronise, passes_over_a_frame_at_the_very_place_where_the_search_sta
     EXPECT_EQ(text("EndFrame"), "3\n");
 }
 
-TEST_F(resynchronise, starts_behind_zeros_too) {
+TEST_F(ResynchroniseTest, StartsBehindZerosToo) {
     const bytes recording = of_pieces(9, {bytes(64, 0), i_frame(3, 1080), p_frame(4, 1120)});
     EXPECT_EQ(rows(recording), row("0", "00000058", "I", 0, 0, 0, 0, 0, 0, "-2") +
                                    row("4", "0000011c", "P", 132, 100, 0, 0, 1120, 1120, "0"));
 }
 
-TEST_F(resynchronise, the_frame_found_is_counted) {
+TEST_F(ResynchroniseTest, TheFrameFoundIsCounted) {
     const bytes recording = of_pieces(1, {garbage(), i_frame(3, 1080), p_frame(4, 1120), p_frame(5, 1160)});
     EXPECT_EQ(rows(recording), row("90", "00000058", "P", 132, 100, 0, 0, 9000, 9000, "-1") +
                                    row("4", "00000160", "P", 132, 100, 0, 0, 1120, -7880, "0"));
@@ -104,14 +104,14 @@ TEST_F(resynchronise, the_frame_found_is_counted) {
     EXPECT_EQ(position, 88U + 132 + 132);
 }
 
-TEST_F(resynchronise, the_frame_found_adds_stream_time) {
+TEST_F(ResynchroniseTest, TheFrameFoundAddsStreamTime) {
     const std::string name = put(of_pieces(0, {p_frame(1, 1000), garbage(), i_frame(3, 4000)}));
     uint32_t count = 1;
     uint32_t position = 0;
     EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 3);
 }
 
-TEST_F(resynchronise, the_frame_found_leaves_the_pairing_alone) {
+TEST_F(ResynchroniseTest, TheFrameFoundLeavesThePairingAlone) {
     const bytes recording =
         of_pieces(9, {p_frame(1, 1000), garbage(2, 1040), i_frame(50, 5000), p_frame(4, 1100)});
     EXPECT_EQ(rows(recording), row("1", "00000058", "P", 132, 100, 0, 0, 1000, 1000, "0") +
@@ -119,13 +119,13 @@ TEST_F(resynchronise, the_frame_found_leaves_the_pairing_alone) {
                                    row("*2        4", "000001e4", "P", 132, 100, 0, 0, 1100, 60, "0"));
 }
 
-TEST_F(resynchronise, the_frame_found_is_looked_into) {
+TEST_F(ResynchroniseTest, TheFrameFoundIsLookedInto) {
     rows(of_pieces(9, {garbage(), i_frame(3, 1080), p_frame(4, 1120)}));
     EXPECT_EQ(_iFileLocation, 220);
     EXPECT_EQ(diffFrmNo, 1);
 }
 
-TEST_F(resynchronise, a_frame_found_whose_payload_is_cut_off_ends_the_walk) {
+TEST_F(ResynchroniseTest, AFrameFoundWhosePayloadIsCutOffEndsTheWalk) {
     bytes recording = of_pieces(9, {garbage(), i_frame(3, 1080)});
     recording.pop_back();
     EXPECT_EQ(rows(recording), row("90", "00000058", "P", 132, 100, 0, 0, 9000, 9000, "-1"));
@@ -133,7 +133,7 @@ TEST_F(resynchronise, a_frame_found_whose_payload_is_cut_off_ends_the_walk) {
     EXPECT_EQ(g_TempLastFrmNum, 0);
 }
 
-TEST_F(resynchronise, an_inserted_frame_found_leads_on_without_being_counted) {
+TEST_F(ResynchroniseTest, AnInsertedFrameFoundLeadsOnWithoutBeingCounted) {
     const bytes inserted = frame_record({.number = 3, .time_stamp = 1080, .kind = 0, .tag = 0x7788});
     const bytes recording = of_pieces(0, {garbage(), inserted, p_frame(4, 1120), p_frame(5, 1160)});
     const std::string name = put(recording);
@@ -147,7 +147,7 @@ TEST_F(resynchronise, an_inserted_frame_found_leads_on_without_being_counted) {
     EXPECT_EQ(position, 88U + 3 * 132);
 }
 
-TEST_F(resynchronise, an_index_frame_found_ends_the_walk_without_a_verdict) {
+TEST_F(ResynchroniseTest, AnIndexFrameFoundEndsTheWalkWithoutAVerdict) {
     // Its kind is that of an I-frame, or it would not be found.
     bytes found = index_frame_header(52, 0);
     append(found, bytes(12, 0));
@@ -160,13 +160,13 @@ TEST_F(resynchronise, an_index_frame_found_ends_the_walk_without_a_verdict) {
                   row("0", "000000dc", "V", 52, 20, 0, 0, 0, -1000, "IFrameIndex") + well_done);
 }
 
-TEST_F(resynchronise, an_index_of_the_kind_that_is_written_is_never_found) {
+TEST_F(ResynchroniseTest, AnIndexOfTheKindThatIsWrittenIsNeverFound) {
     bytes block = recording::index_block({{.time = 1}});
     EXPECT_EQ(rows(of_pieces(9, {garbage(), block})),
               row("90", "00000058", "P", 132, 100, 0, 0, 9000, 9000, "-1"));
 }
 
-TEST_F(resynchronise, a_frame_found_that_can_be_read_no_more_ends_the_walk) {
+TEST_F(ResynchroniseTest, AFrameFoundThatCanBeReadNoMoreEndsTheWalk) {
     const std::string name = put(of_pieces(9, {garbage(), i_frame(3, 1080)}));
     // Reads: file header; bad header, chunk, header found.
     module_probe::cut("Read", 4, 31);
@@ -175,13 +175,13 @@ TEST_F(resynchronise, a_frame_found_that_can_be_read_no_more_ends_the_walk) {
     EXPECT_FALSE(exists("Diff"));
 }
 
-TEST_F(resynchronise, nothing_found_ends_the_walk) {
+TEST_F(ResynchroniseTest, NothingFoundEndsTheWalk) {
     for (const size_t size : {32, 35, 36, 100})
         EXPECT_EQ(rows(of_pieces(9, {bytes(size, 0xFF)})),
                   row("-1", "00000058", "P", -1, -1, 65535, 65535, -1, -1, "-1"));
 }
 
-TEST_F(resynchronise, two_bad_places_are_both_passed) {
+TEST_F(ResynchroniseTest, TwoBadPlacesAreBothPassed) {
     const bytes recording = of_pieces(9, {garbage(10, 1000), i_frame(11, 1040), garbage(12, 1080),
                                           p_frame(13, 1120), i_frame(14, 1160), p_frame(15, 1200)});
     EXPECT_EQ(rows(recording), row("10", "00000058", "P", 132, 100, 0, 0, 1000, 1000, "-1") +
@@ -191,7 +191,7 @@ TEST_F(resynchronise, two_bad_places_are_both_passed) {
 
 // --- behind an index-looking frame ---
 
-TEST_F(resynchronise, a_poor_file_goes_on_behind_the_index_looking_frame) {
+TEST_F(ResynchroniseTest, APoorFileGoesOnBehindTheIndexLookingFrame) {
     const bytes recording = of_pieces(
         9, {p_frame(1, 1000), index_frame_header(32), p_frame(2, 1040), i_frame(3, 1080), p_frame(4, 1120)});
     EXPECT_EQ(rows(recording), row("1", "00000058", "P", 132, 100, 0, 0, 1000, 1000, "0") +
@@ -202,14 +202,14 @@ TEST_F(resynchronise, a_poor_file_goes_on_behind_the_index_looking_frame) {
     EXPECT_EQ(search_starts(), std::vector<std::string>{"224"});
 }
 
-TEST_F(resynchronise, every_index_looking_frame_of_a_poor_file_gets_its_verdict) {
+TEST_F(ResynchroniseTest, EveryIndexLookingFrameOfAPoorFileGetsItsVerdict) {
     const bytes recording = of_pieces(9, {index_frame_header(32), i_frame(1, 1000), index_frame_header(32),
                                           i_frame(2, 1040), p_frame(3, 1080)});
     EXPECT_EQ(report(recording, option::t), std::string(poor) + poor);
     EXPECT_EQ(text("EndFrame"), "3\n");
 }
 
-TEST_F(resynchronise, behind_a_good_trailer_nothing_is_left_to_be_found) {
+TEST_F(ResynchroniseTest, BehindAGoodTrailerNothingIsLeftToBeFound) {
     // The index-looking frame stands in the middle; the file is left 4 bytes before its end.
     const bytes recording =
         of_pieces(9, {p_frame(1, 1000), index_frame_header(32), i_frame(3, 1080), trailer(52)});
@@ -222,14 +222,14 @@ TEST_F(resynchronise, behind_a_good_trailer_nothing_is_left_to_be_found) {
     }
 }
 
-TEST_F(resynchronise, behind_a_detail_the_search_starts_at_the_last_record) {
+TEST_F(ResynchroniseTest, BehindADetailTheSearchStartsAtTheLastRecord) {
     const bytes recording = analysis::small_recording();
     report(recording, option::t);
     // The records end at 688, the file at 696.
     EXPECT_EQ(search_starts(), std::vector<std::string>{"660"});
 }
 
-TEST_F(resynchronise, behind_an_index_without_records_the_search_starts_at_its_head) {
+TEST_F(ResynchroniseTest, BehindAnIndexWithoutRecordsTheSearchStartsAtItsHead) {
     // The trailer's length leads to a head in the middle of the file: frames behind it are walked.
     bytes head = index_frame_header(44 + 132 + 132 + 8);
     append(head, bytes(12, 0));
@@ -240,7 +240,7 @@ TEST_F(resynchronise, behind_an_index_without_records_the_search_starts_at_its_h
     EXPECT_EQ(text("EndFrame"), "6\n");
 }
 
-TEST_F(resynchronise, behind_a_head_that_is_refused_the_search_starts_at_its_end) {
+TEST_F(ResynchroniseTest, BehindAHeadThatIsRefusedTheSearchStartsAtItsEnd) {
     // 88 + 5 * 132 + 8 = 756; 756 - 316 = 440; 440 + 44 - 28 = 456.
     const bytes recording =
         of_pieces(9, {p_frame(1, 1000), index_frame_header(132), bytes(100, 0), i_frame(2, 1040),
@@ -255,7 +255,7 @@ TEST_F(resynchronise, behind_a_head_that_is_refused_the_search_starts_at_its_end
 
 // --- a trailer that leads back ---
 
-TEST_F(resynchronise, frames_that_a_trailer_leads_back_to_are_walked_again_until_the_quota_ends) {
+TEST_F(ResynchroniseTest, FramesThatATrailerLeadsBackToAreWalkedAgainUntilTheQuotaEnds) {
     // 88 + 132 + 32 + 8 = 260; 260 - 240 = 20; what is read there is no head; 20 + 44 - 28 = 36.
     const bytes recording = of_pieces(2, {i_frame(1, 1000), index_frame_header(32), trailer(240)});
     EXPECT_EQ(rows(recording), row("1", "00000058", "I", 132, 100, 0, 0, 1000, 1000, "0") +
@@ -267,7 +267,7 @@ TEST_F(resynchronise, frames_that_a_trailer_leads_back_to_are_walked_again_until
     EXPECT_EQ(text("EndFrame"), "1\n");
 }
 
-TEST_F(resynchronise, an_index_looking_frame_met_again_without_a_frame_between_ends_the_walk) {
+TEST_F(ResynchroniseTest, AnIndexLookingFrameMetAgainWithoutAFrameBetweenEndsTheWalk) {
     const bytes inserted = frame_record({.number = 1, .time_stamp = 1000, .kind = 0, .tag = 0x7788});
     const bytes recording = of_pieces(1000, {inserted, index_frame_header(32), trailer(240)});
     EXPECT_EQ(rows(recording), row("1", "00000058", "I", 132, 100, 0, 0, 1000, 1000, "1") +
@@ -280,7 +280,7 @@ TEST_F(resynchronise, an_index_looking_frame_met_again_without_a_frame_between_e
                 testing::EndsWith(std::string("          FrameCount :\t1000\n") + well_done));
 }
 
-TEST_F(resynchronise, two_index_looking_frames_that_lead_back_end_as_well) {
+TEST_F(ResynchroniseTest, TwoIndexLookingFramesThatLeadBackEndAsWell) {
     const bytes inserted = frame_record({.number = 1, .time_stamp = 1000, .kind = 0, .tag = 0x7788});
     // The first one is never passed: 88 + 132 + 32 + 32 + 8 = 292; 292 - 272 = 20.
     const bytes recording =

@@ -6,7 +6,7 @@
 
 namespace {
 
-class side_file : public analysis::fixture {
+class SideFileTest : public analysis::AnalysisTest {
 protected:
     // The value and the result of reading a file with this content into 77.
     std::pair<int32_t, int32_t> read_back(const std::string& content) const {
@@ -19,7 +19,7 @@ protected:
 
 using testing::Pair;
 
-TEST_F(side_file, holds_a_decimal_number_and_a_line_feed) {
+TEST_F(SideFileTest, HoldsADecimalNumberAndALineFeed) {
     EXPECT_EQ(myWriteFile("Diff", 12345), 1);
     EXPECT_EQ(text("Diff"), "12345\n");
     EXPECT_EQ(myWriteFile("Diff", -5), 1);
@@ -30,13 +30,13 @@ TEST_F(side_file, holds_a_decimal_number_and_a_line_feed) {
     EXPECT_EQ(text("Diff"), "-2147483648\n");
 }
 
-TEST_F(side_file, is_replaced_as_a_whole) {
+TEST_F(SideFileTest, IsReplacedAsAWhole) {
     folder().write_text("EndFrame", "a very long text that was here before\n");
     EXPECT_EQ(myWriteFile("EndFrame", 1), 1);
     EXPECT_EQ(text("EndFrame"), "1\n");
 }
 
-TEST_F(side_file, is_read_back) {
+TEST_F(SideFileTest, IsReadBack) {
     int32_t value = 0;
     for (const int32_t each : {0, 1, -1, INT32_MAX, INT32_MIN}) {
         ASSERT_EQ(myWriteFile("EndFrame", each), 1);
@@ -45,7 +45,7 @@ TEST_F(side_file, is_read_back) {
     }
 }
 
-TEST_F(side_file, is_read_as_scanf_reads_a_number) {
+TEST_F(SideFileTest, IsReadAsScanfReadsANumber) {
     EXPECT_THAT(read_back("42\n"), Pair(1, 42));
     EXPECT_THAT(read_back("42"), Pair(1, 42));
     EXPECT_THAT(read_back("  \n -42 rest"), Pair(1, -42));
@@ -53,19 +53,19 @@ TEST_F(side_file, is_read_as_scanf_reads_a_number) {
     EXPECT_THAT(read_back("12abc"), Pair(1, 12));
 }
 
-TEST_F(side_file, keeps_the_low_32_bits_of_a_longer_number) {
+TEST_F(SideFileTest, KeepsTheLow32BitsOfALongerNumber) {
     EXPECT_THAT(read_back("99999999999\n"), Pair(1, 1215752191)); // 23 * 2^32 + 1215752191
     EXPECT_THAT(read_back("2147483648\n"), Pair(1, INT32_MIN));
 }
 
-TEST_F(side_file, leaves_the_value_alone_without_a_number) {
+TEST_F(SideFileTest, LeavesTheValueAloneWithoutANumber) {
     EXPECT_THAT(read_back("abc\n"), Pair(0, 77));
     EXPECT_THAT(read_back("-\n"), Pair(0, 77));
     EXPECT_THAT(read_back(""), Pair(-1, 77));
     EXPECT_THAT(read_back(" \n"), Pair(-1, 77));
 }
 
-TEST_F(side_file, that_cannot_be_opened_gives_minus_1) {
+TEST_F(SideFileTest, ThatCannotBeOpenedGivesMinus1) {
     int32_t value = 77;
     EXPECT_EQ(myReadFile("missing", &value), -1);
     EXPECT_EQ(value, 77);

@@ -53,7 +53,7 @@ std::vector<std::string> rows_of(std::vector<std::string> lines) {
     return lines;
 }
 
-TEST(beyond_2_gib, a_recording_that_ends_before_is_reported_whole) {
+TEST(Beyond2GiBTest, ARecordingThatEndsBeforeIsReportedWhole) {
     program_folder folder;
     const auto lines = folder.run({"-a", "-f", write_recording(folder, 2047)});
     EXPECT_THAT(rows_of(lines), SizeIs(2047));
@@ -62,7 +62,7 @@ TEST(beyond_2_gib, a_recording_that_ends_before_is_reported_whole) {
     EXPECT_THAT(lines, Contains("Well done :)"));
 }
 
-TEST(beyond_2_gib, the_walk_ends_at_the_first_frame_beyond_without_a_verdict) {
+TEST(Beyond2GiBTest, TheWalkEndsAtTheFirstFrameBeyondWithoutAVerdict) {
     program_folder folder;
     const auto lines = folder.run({"-a", "-u", "-f", write_recording(folder, 2560)});
     const auto rows = rows_of(lines);
@@ -78,7 +78,7 @@ TEST(beyond_2_gib, the_walk_ends_at_the_first_frame_beyond_without_a_verdict) {
     EXPECT_EQ(scratch::read_text(folder.files.file("EndFrame")), "2048\n");
 }
 
-TEST(beyond_2_gib, the_search_behind_a_bad_header_ends_without_a_frame) {
+TEST(Beyond2GiBTest, TheSearchBehindABadHeaderEndsWithoutAFrame) {
     program_folder folder;
     const std::string path = write_recording(folder, 2560);
     {
@@ -96,7 +96,7 @@ TEST(beyond_2_gib, the_search_behind_a_bad_header_ends_without_a_frame) {
     EXPECT_THAT(rows[2], HasSubstr("\t      -2\t"));
 }
 
-TEST(beyond_2_gib, an_index_in_front_of_frames_is_judged_by_the_trailer_at_the_end) {
+TEST(Beyond2GiBTest, AnIndexInFrontOfFramesIsJudgedByTheTrailerAtTheEnd) {
     program_folder folder;
     const std::string path = folder.files.file("long.kmr");
     {
@@ -114,7 +114,7 @@ TEST(beyond_2_gib, an_index_in_front_of_frames_is_judged_by_the_trailer_at_the_e
     EXPECT_THAT(lines, Contains("Well done :)"));
 }
 
-TEST(beyond_2_gib, a_size_that_is_a_multiple_of_4_gib_searches_nothing) {
+TEST(Beyond2GiBTest, ASizeThatIsAMultipleOf4GiBSearchesNothing) {
     program_folder folder;
     const std::string path = folder.files.file("long.kmr");
     {
@@ -127,7 +127,7 @@ TEST(beyond_2_gib, a_size_that_is_a_multiple_of_4_gib_searches_nothing) {
     EXPECT_THAT(rows_of(folder.run({"-a", "-f", path})), SizeIs(2)); // the good frame and the empty header
 }
 
-TEST(beyond_2_gib, an_export_copies_all_of_it) {
+TEST(Beyond2GiBTest, AnExportCopiesAllOfIt) {
     program_folder folder;
     const int64_t size = (int64_t{1} << 31) + 4097;
     const std::string path = folder.files.file("long.kmr");
@@ -136,7 +136,7 @@ TEST(beyond_2_gib, an_export_copies_all_of_it) {
                 ::testing::ElementsAre("file size=" + std::to_string(size)));
 }
 
-TEST(beyond_2_gib, a_query_finds_what_stands_there_in_the_index_file) {
+TEST(Beyond2GiBTest, AQueryFindsWhatStandsThereInTheIndexFile) {
     program_folder folder;
     constexpr int64_t record_size = 184;
     constexpr int64_t count = 16'000'000; // nearly 3 GiB

@@ -19,7 +19,7 @@ std::vector<std::string> report_of_times(const std::vector<uint32_t>& times) {
     return folder.run({"-a", "-f", folder.files.write("times.kmr", file)});
 }
 
-TEST(index_times, the_last_second_of_31_bits_and_the_one_behind) {
+TEST(IndexTimesTest, TheLastSecondOf31BitsAndTheOneBehind) {
     const auto lines = report_of_times({0x7FFFFFFF, 0x80000000});
     EXPECT_THAT(lines, Contains(HasSubstr("\t[03:14:07]\t")));
     EXPECT_THAT(lines, Contains(HasSubstr("\t[03:14:08]\t")));
@@ -28,7 +28,7 @@ TEST(index_times, the_last_second_of_31_bits_and_the_one_behind) {
     EXPECT_THAT(lines, Contains("KMR File Time     :       1(s)"));
 }
 
-TEST(index_times, the_last_second_of_32_bits) {
+TEST(IndexTimesTest, TheLastSecondOf32Bits) {
     const auto lines = report_of_times({0xFFFFFFFF});
     EXPECT_THAT(lines, Contains(HasSubstr("\t[06:28:15]\t")));
     EXPECT_THAT(lines, Contains("KMR FileStartTime :2106/02/07 06:28:15"));

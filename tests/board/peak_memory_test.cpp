@@ -38,7 +38,7 @@ recording::bytes long_recording() {
     return recording::sound(frames);
 }
 
-class peak_memory : public ::testing::Test {
+class PeakMemoryTest : public ::testing::Test {
 protected:
     void expect_within_budget(const std::string& what, const recording::bytes& content) {
         const long bare = peak_kib(folder_, {"-h"});
@@ -52,11 +52,11 @@ protected:
     board::program_folder folder_;
 };
 
-TEST_F(peak_memory, of_a_sound_recording) {
+TEST_F(PeakMemoryTest, OfASoundRecording) {
     expect_within_budget("report of 5000 frames with user data", long_recording());
 }
 
-TEST_F(peak_memory, of_a_damaged_recording_that_is_searched) {
+TEST_F(PeakMemoryTest, OfADamagedRecordingThatIsSearched) {
     recording::bytes content = recording::file_header(3);
     recording::append(content, recording::frame_record({.number = 1}));
     recording::append(content, recording::bytes(5 * 1024 * 1024, 0x55));
@@ -64,7 +64,7 @@ TEST_F(peak_memory, of_a_damaged_recording_that_is_searched) {
     expect_within_budget("report of a recording with 5 MiB of garbage", content);
 }
 
-TEST_F(peak_memory, of_an_index_of_100000_records) {
+TEST_F(PeakMemoryTest, OfAnIndexOf100000Records) {
     recording::bytes content = recording::file_header(1);
     recording::append(content, recording::frame_record({}));
     recording::append(content, recording::index_block(std::vector<recording::index_record>(100000)));

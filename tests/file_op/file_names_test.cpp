@@ -65,7 +65,7 @@ completion complete(const std::string& name) {
 const completion refused = {1010, "#", "#", "#"};
 const completion ignored = {1001, "#", "#", "#"};
 
-TEST(FileName, IsValidByMediumAndRecordTypeAlone) {
+TEST(FileNameTest, IsValidByMediumAndRecordTypeAlone) {
     for (int letter = 1; letter < 256; ++letter) {
         const char c = static_cast<char>(letter);
         EXPECT_EQ(Common_IsValidFileName(with(disk_name, 0, c).c_str()), c == 'U' || c == 'H' || c == 'N')
@@ -77,7 +77,7 @@ TEST(FileName, IsValidByMediumAndRecordTypeAlone) {
     EXPECT_EQ(Common_IsValidFileName("H???????????????????I and any length of text behind it"), 1);
 }
 
-TEST(FileName, IsNotValidWhenItEndsBeforeItsRecordType) {
+TEST(FileNameTest, IsNotValidWhenItEndsBeforeItsRecordType) {
     EXPECT_EQ(Common_IsValidFileName(nullptr), 0);
     for (size_t length = 0; length < 21; ++length) {
         // What stands behind the end would be a valid type.
@@ -89,7 +89,7 @@ TEST(FileName, IsNotValidWhenItEndsBeforeItsRecordType) {
     EXPECT_EQ(Common_IsValidFileName(disk_name.substr(0, 21).c_str()), 1);
 }
 
-TEST(CompleteFileName, OnEachMedium) {
+TEST(CompleteFileNameTest, OnEachMedium) {
     EXPECT_EQ(complete(network_name), (completion{1001, "/mnt/nfs/20150102/Nb2def20150102opqrstIvwxyz0",
                                                   "/mnt/nfs/20150102", "/mnt/nfs"}));
     EXPECT_EQ(complete(disk_name), (completion{1001, "/dev/scsi/host03/part1/H3cdef20150102opqrstIvwxyz0",
@@ -98,14 +98,14 @@ TEST(CompleteFileName, OnEachMedium) {
                                               "/mnt/usb/a/1/20150102", "/mnt/usb/a/1"}));
 }
 
-TEST(CompleteFileName, DiskDigitIsBase36) {
+TEST(CompleteFileNameTest, DiskDigitIsBase36) {
     EXPECT_EQ(complete(with(disk_name, 1, '0')).mount, "/dev/scsi/host00/part1");
     EXPECT_EQ(complete(with(disk_name, 1, 'a')).mount, "/dev/scsi/host10/part1");
     EXPECT_EQ(complete(with(disk_name, 1, 'N')).mount, "/dev/scsi/host23/part1");
     EXPECT_EQ(complete(with(disk_name, 1, '-')).mount, "/dev/scsi/host00/part1");
 }
 
-TEST(CompleteFileName, DiskBeyond23LeavesTheMountPathEmpty) {
+TEST(CompleteFileNameTest, DiskBeyond23LeavesTheMountPathEmpty) {
     EXPECT_EQ(complete("Hocdef20150102opqrstIvwxyz0"),
               (completion{1001, "/Hocdef20150102opqrstIvwxyz0", "", ""}));
     EXPECT_EQ(complete("Hpcdef20150102opqrstIvwxyz0"),
@@ -114,7 +114,7 @@ TEST(CompleteFileName, DiskBeyond23LeavesTheMountPathEmpty) {
               (completion{1001, "/HZcdef20150102opqrstIvwxyz0", "", ""}));
 }
 
-TEST(CompleteFileName, TypeBHasNoDateDirectoryUnlessItIsAPicture) {
+TEST(CompleteFileNameTest, TypeBHasNoDateDirectoryUnlessItIsAPicture) {
     EXPECT_EQ(complete("Nb2def20150102opqrstBvwxyz0"),
               (completion{1001, "/mnt/nfs/Nb2def20150102opqrstBvwxyz0", "/mnt/nfs", "/mnt/nfs"}));
     EXPECT_EQ(complete("Ua1def20150102opqrstBvwxyz0"),
@@ -129,7 +129,7 @@ TEST(CompleteFileName, TypeBHasNoDateDirectoryUnlessItIsAPicture) {
         EXPECT_EQ(complete(with(network_name, 20, type)).directory, "/mnt/nfs/20150102") << type;
 }
 
-TEST(CompleteFileName, RefusesWhatIsNotAName) {
+TEST(CompleteFileNameTest, RefusesWhatIsNotAName) {
     EXPECT_EQ(Common_CompleteFileName(nullptr, nullptr, nullptr, nullptr), 1010);
     EXPECT_EQ(complete(""), refused);
     EXPECT_EQ(complete("H"), refused);
@@ -139,21 +139,21 @@ TEST(CompleteFileName, RefusesWhatIsNotAName) {
     EXPECT_EQ(complete(disk_name.substr(0, 20)), refused);
 }
 
-TEST(CompleteFileName, LengthDecides) {
+TEST(CompleteFileNameTest, LengthDecides) {
     EXPECT_EQ(complete(disk_name + "1"), refused); // 28 characters
     EXPECT_EQ(complete(disk_name + "12"), ignored);
     EXPECT_EQ(complete(disk_name.substr(0, 21)).full, "/dev/scsi/host03/part1/H3cdef20150102opqrstI");
     EXPECT_EQ(complete(network_name.substr(0, 26)).full, "/mnt/nfs/20150102/Nb2def20150102opqrstIvwxyz");
 }
 
-TEST(CompleteFileName, OpticalNameFillsTheFullPathAlone) {
+TEST(CompleteFileNameTest, OpticalNameFillsTheFullPathAlone) {
     EXPECT_EQ(complete("C7" + disk_name),
               (completion{1001, "/mnt/cdrom7/H3cdef20150102opqrstIvwxyz0", "#", "#"}));
     EXPECT_EQ(complete("C0" + usb_name + ".more"),
               (completion{1001, "/mnt/cdrom0/Ua1def20150102opqrstIvwxyz0.more", "#", "#"}));
 }
 
-TEST(CompleteFileName, UnusableLongNameIsNoError) {
+TEST(CompleteFileNameTest, UnusableLongNameIsNoError) {
     EXPECT_EQ(complete("C7" + with(disk_name, 0, 'X')), ignored);
     EXPECT_EQ(complete("C7" + with(disk_name, 20, 'Z') + "1"), ignored); // 30 characters
     EXPECT_EQ(complete("D7" + disk_name), ignored);
@@ -161,7 +161,7 @@ TEST(CompleteFileName, UnusableLongNameIsNoError) {
     EXPECT_EQ(complete("/dev/scsi/host03/part1/" + disk_name), ignored);
 }
 
-TEST(CompleteFileName, OpticalPathThatDoesNotFitIsUnusable) {
+TEST(CompleteFileNameTest, OpticalPathThatDoesNotFitIsUnusable) {
     // "/mnt/cdrom7/" has 12 characters; 115 more and the terminator make 128.
     const std::string longest = disk_name + std::string(115 - 27, 'z');
     EXPECT_EQ(complete("C7" + longest), (completion{1001, "/mnt/cdrom7/" + longest, "#", "#"}));
@@ -169,7 +169,7 @@ TEST(CompleteFileName, OpticalPathThatDoesNotFitIsUnusable) {
     EXPECT_EQ(complete("C7" + disk_name + std::string(5000, 'z')), ignored);
 }
 
-TEST(CompleteFileName, EveryOutputIsOptional) {
+TEST(CompleteFileNameTest, EveryOutputIsOptional) {
     buffer full, directory, mount;
     EXPECT_EQ(Common_CompleteFileName(usb_name.c_str(), full, nullptr, nullptr), 1001);
     EXPECT_EQ(Common_CompleteFileName(usb_name.c_str(), nullptr, directory, nullptr), 1001);
@@ -184,7 +184,7 @@ TEST(CompleteFileName, EveryOutputIsOptional) {
     EXPECT_TRUE(mount.is_untouched_behind(12));
 }
 
-TEST(DiskDigit, IsReadInBase36OfEitherCase) {
+TEST(DiskDigitTest, IsReadInBase36OfEitherCase) {
     const std::string digits = "0123456789abcdefghijklmnopqrstuvwxyz";
     const std::string capitals = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (int c = 0; c < 256; ++c) {
@@ -200,7 +200,7 @@ TEST(DiskDigit, IsReadInBase36OfEitherCase) {
     EXPECT_EQ(disk_AtoI('-'), 0);
 }
 
-TEST(DiskDigit, IsWrittenUpTo25) {
+TEST(DiskDigitTest, IsWrittenUpTo25) {
     const std::string digits = "0123456789abcdefghijklmnop";
     for (int value = 0; value < 26; ++value)
         EXPECT_EQ(disk_ItoA(value), digits[static_cast<size_t>(value)]);
@@ -211,7 +211,7 @@ TEST(DiskDigit, IsWrittenUpTo25) {
         EXPECT_EQ(disk_ItoA(value), '?') << value;
 }
 
-TEST(DevicePath, OfDiskAndPartition) {
+TEST(DevicePathTest, OfDiskAndPartition) {
     const auto path = [](int disk, int part) {
         buffer written;
         EXPECT_EQ(disk_SATADevicePath(written, disk, part), 1001);
@@ -225,7 +225,7 @@ TEST(DevicePath, OfDiskAndPartition) {
     EXPECT_EQ(path(12, 3), "/dev/scsi/host12/part4");
 }
 
-TEST(DevicePath, RefusesWhatDoesNotExist) {
+TEST(DevicePathTest, RefusesWhatDoesNotExist) {
     buffer path;
     EXPECT_EQ(disk_SATADevicePath(nullptr, 0, 0), 1010);
     EXPECT_EQ(disk_SATADevicePath(path, -1, 0), 1010);
@@ -235,7 +235,7 @@ TEST(DevicePath, RefusesWhatDoesNotExist) {
     EXPECT_TRUE(path.is_untouched());
 }
 
-TEST(MountPath, IsTheFirstPartition) {
+TEST(MountPathTest, IsTheFirstPartition) {
     buffer path;
     EXPECT_EQ(disk_SATAZNFSMountPath(path, 0), 1001);
     EXPECT_EQ(path.text(), "/dev/scsi/host00/part1");
@@ -243,7 +243,7 @@ TEST(MountPath, IsTheFirstPartition) {
     EXPECT_EQ(path.text(), "/dev/scsi/host23/part1");
 }
 
-TEST(MountPath, RefusalEmptiesTheBufferButNotForDisk24) {
+TEST(MountPathTest, RefusalEmptiesTheBufferButNotForDisk24) {
     for (const int disk : {-1, 25, 99}) {
         buffer path("old");
         EXPECT_EQ(disk_SATAZNFSMountPath(path, disk), 1010) << disk;
@@ -263,7 +263,7 @@ int disk_of(const std::string& path) {
     return result;
 }
 
-TEST(DiskNumber, IsReadFromAPath) {
+TEST(DiskNumberTest, IsReadFromAPath) {
     EXPECT_EQ(disk_of("/dev/scsi/host12/part1/x"), 12);
     EXPECT_EQ(disk_of("/dev/scsi/host00/part1/x"), 0);
     EXPECT_EQ(disk_of("/dev/scsi/host99/part1/x"), 99);
@@ -275,7 +275,7 @@ TEST(DiskNumber, IsReadFromAPath) {
     EXPECT_EQ(disk_of("/mnt/cdromn/x"), 23);
 }
 
-TEST(DiskNumber, IsMinus1InAnyOtherPath) {
+TEST(DiskNumberTest, IsMinus1InAnyOtherPath) {
     EXPECT_EQ(disk_of("/mnt/usb/a/1/x"), -1);
     EXPECT_EQ(disk_of("/mnt/nfs/x"), -1);
     EXPECT_EQ(disk_of("/mnt/sat"), -1);
@@ -287,7 +287,7 @@ TEST(DiskNumber, IsMinus1InAnyOtherPath) {
     EXPECT_EQ(stored, -1);
 }
 
-TEST(DiskNumber, MissingDigitsCountAsZero) {
+TEST(DiskNumberTest, MissingDigitsCountAsZero) {
     EXPECT_EQ(disk_of("/mnt/sata"), 0);
     EXPECT_EQ(disk_of("/mnt/sata/"), 0);
     EXPECT_EQ(disk_of("/mnt/cdrom"), 0);
@@ -302,7 +302,7 @@ std::string renumbered(const std::string& path, int disk, int result = 0) {
     return changed.text();
 }
 
-TEST(DiskNumber, IsWrittenIntoAPath) {
+TEST(DiskNumberTest, IsWrittenIntoAPath) {
     EXPECT_EQ(renumbered("/dev/scsi/host12/part1/x", 7), "/dev/scsi/host07/part1/x");
     EXPECT_EQ(renumbered("/dev/scsi/host12/part1/x", 23), "/dev/scsi/host23/part1/x");
     EXPECT_EQ(renumbered("/dev/scsi/host12", 0), "/dev/scsi/host00");
@@ -312,13 +312,13 @@ TEST(DiskNumber, IsWrittenIntoAPath) {
     EXPECT_EQ(renumbered("/mnt/cdrom7/x", 23), "/mnt/cdromn/x");
 }
 
-TEST(DiskNumber, PathWithoutOneStaysAsItIs) {
+TEST(DiskNumberTest, PathWithoutOneStaysAsItIs) {
     for (const std::string path : {"/mnt/usb/a/1/x", "x", "/mnt/sata", "/mnt/sata/", "/mnt/cdrom",
                                    "/dev/scsi/host", "/dev/scsi/host1"})
         EXPECT_EQ(renumbered(path, 5), path);
 }
 
-TEST(DiskNumber, IsRefusedOutOfRange) {
+TEST(DiskNumberTest, IsRefusedOutOfRange) {
     EXPECT_EQ(renumbered("/dev/scsi/host12/x", 24, -1), "/dev/scsi/host12/x");
     EXPECT_EQ(renumbered("/dev/scsi/host12/x", -1, -1), "/dev/scsi/host12/x");
     EXPECT_EQ(renumbered("/mnt/usb/x", 24, -1), "/mnt/usb/x");
@@ -326,7 +326,7 @@ TEST(DiskNumber, IsRefusedOutOfRange) {
     EXPECT_EQ(disk_SetDiskNoToPath(nullptr, 5), -1);
 }
 
-TEST(PickFileName, StartsAtTheFirstH) {
+TEST(PickFileNameTest, StartsAtTheFirstH) {
     buffer name;
     EXPECT_EQ(rec_PickFileName(("/dev/scsi/host03/part1/" + disk_name).c_str(), name), 1001);
     EXPECT_EQ(name.text(), disk_name);
@@ -337,7 +337,7 @@ TEST(PickFileName, StartsAtTheFirstH) {
     EXPECT_EQ(name.text(), "H");
 }
 
-TEST(PickFileName, NeedsAnH) {
+TEST(PickFileNameTest, NeedsAnH) {
     buffer name;
     EXPECT_EQ(rec_PickFileName("/dev/scsi/host03/part1/Ux", name), 1099);
     EXPECT_EQ(rec_PickFileName("", name), 1099);
@@ -346,7 +346,7 @@ TEST(PickFileName, NeedsAnH) {
     EXPECT_TRUE(name.is_untouched());
 }
 
-TEST(PickFileName, IsCutToAPathBuffer) {
+TEST(PickFileNameTest, IsCutToAPathBuffer) {
     buffer name;
     EXPECT_EQ(rec_PickFileName(("/H" + std::string(500, 'z')).c_str(), name), 1001);
     EXPECT_EQ(name.text(), "H" + std::string(126, 'z'));

@@ -53,7 +53,7 @@ int class_of(const kmr_frame_header& frame, uint32_t max_size = 0) {
     return rec_ValidFrame(&frame, max_size);
 }
 
-TEST(FileHeaderCheck, AcceptsEveryStandardAndLobbyResolutionAndNoTransposeOfAStandardOne) {
+TEST(FileHeaderCheckTest, AcceptsEveryStandardAndLobbyResolutionAndNoTransposeOfAStandardOne) {
     ASSERT_EQ(standard.size(), 39u);
     for (const auto& [width, height] : standard) {
         EXPECT_EQ(validity(25, width, height), 1) << width << " x " << height;
@@ -64,7 +64,7 @@ TEST(FileHeaderCheck, AcceptsEveryStandardAndLobbyResolutionAndNoTransposeOfASta
         EXPECT_EQ(validity(25, width, height), 2) << width << " x " << height;
 }
 
-TEST(FileHeaderCheck, AcceptsNothingBesidesTheTables) {
+TEST(FileHeaderCheckTest, AcceptsNothingBesidesTheTables) {
     std::set<int> widths = {0, 1, 65535};
     std::set<int> heights = {0, 1, 1200, 65535};
     for (const auto* table : {&standard, &lobby})
@@ -83,7 +83,7 @@ TEST(FileHeaderCheck, AcceptsNothingBesidesTheTables) {
         }
 }
 
-TEST(FileHeaderCheck, JudgesByRateAndSize) {
+TEST(FileHeaderCheckTest, JudgesByRateAndSize) {
     EXPECT_EQ(validity(25, 1920, 1080), 1);
     EXPECT_EQ(validity(25, 1080, 1920), 2);
     EXPECT_EQ(validity(61, 1920, 1080), -1);
@@ -97,7 +97,7 @@ TEST(FileHeaderCheck, JudgesByRateAndSize) {
     EXPECT_EQ(Common_IsValidFileHeader(nullptr), -1);
 }
 
-TEST(LobbyCheck, KnowsFivePairsOnly) {
+TEST(LobbyCheckTest, KnowsFivePairsOnly) {
     EXPECT_EQ(IsLobbyByWH(720, 1280), 1);
     EXPECT_EQ(IsLobbyByWH(1080, 1920), 1);
     EXPECT_EQ(IsLobbyByWH(1536, 2048), 1);
@@ -111,7 +111,7 @@ TEST(LobbyCheck, KnowsFivePairsOnly) {
     EXPECT_EQ(IsLobbyByWH(0, 0), 0);
 }
 
-TEST(FrameClass, ZeroSyncWordIsEmptyOnlyWithZeroLength) {
+TEST(FrameClassTest, ZeroSyncWordIsEmptyOnlyWithZeroLength) {
     kmr_frame_header frame = {};
     EXPECT_EQ(class_of(frame), -2);
     frame.FrameSize = 5;
@@ -123,7 +123,7 @@ TEST(FrameClass, ZeroSyncWordIsEmptyOnlyWithZeroLength) {
     EXPECT_EQ(class_of(frame), -2);
 }
 
-TEST(FrameClass, ForeignSyncWordIsInvalid) {
+TEST(FrameClassTest, ForeignSyncWordIsInvalid) {
     kmr_frame_header frame = ordinary();
     for (const uint32_t word : {0x01000000u, 0x02000001u, 0x00000002u, 0xFFFFFFFFu}) {
         frame.SyncWord = word;
@@ -134,7 +134,7 @@ TEST(FrameClass, ForeignSyncWordIsInvalid) {
     }
 }
 
-TEST(FrameClass, OrdinaryIndexInsertedDamaged) {
+TEST(FrameClassTest, OrdinaryIndexInsertedDamaged) {
     EXPECT_EQ(class_of(ordinary()), 0);
     kmr_frame_header frame = ordinary();
     frame.TimeStamp = 0;
@@ -149,7 +149,7 @@ TEST(FrameClass, OrdinaryIndexInsertedDamaged) {
     EXPECT_EQ(class_of(frame), 3);
 }
 
-TEST(FrameClass, DamageGoesBeforeTheTag) {
+TEST(FrameClassTest, DamageGoesBeforeTheTag) {
     kmr_frame_header frame = ordinary();
     frame.FrameSize = 133;
     frame.Tag = 0x7788;
@@ -158,7 +158,7 @@ TEST(FrameClass, DamageGoesBeforeTheTag) {
     EXPECT_EQ(class_of(frame), 3);
 }
 
-TEST(FrameClass, AnyTagOrAudioFieldMakesAnOrdinaryFrameOfAZeroTime) {
+TEST(FrameClassTest, AnyTagOrAudioFieldMakesAnOrdinaryFrameOfAZeroTime) {
     kmr_frame_header frame = ordinary();
     frame.TimeStamp = 0;
     frame.Tag = 1;
@@ -180,7 +180,7 @@ TEST(FrameClass, AnyTagOrAudioFieldMakesAnOrdinaryFrameOfAZeroTime) {
     EXPECT_EQ(class_of(frame), 1);
 }
 
-TEST(FrameClass, AudioCountsInTheLength) {
+TEST(FrameClassTest, AudioCountsInTheLength) {
     kmr_frame_header frame = ordinary();
     frame.AFrameNum = 4;
     frame.AFrameSize = 250;
@@ -189,7 +189,7 @@ TEST(FrameClass, AudioCountsInTheLength) {
     EXPECT_EQ(class_of(frame), 0);
 }
 
-TEST(FrameClass, MaximumBoundsFrameAndVideoLength) {
+TEST(FrameClassTest, MaximumBoundsFrameAndVideoLength) {
     kmr_frame_header frame = ordinary();
     frame.FrameSize = 0x100000;
     frame.VideoSize = 0x100000 - 32;
@@ -210,7 +210,7 @@ TEST(FrameClass, MaximumBoundsFrameAndVideoLength) {
     EXPECT_EQ(class_of(frame, 131), -1);
 }
 
-TEST(FrameClass, LengthsThatAgreeOnlyModulo32BitsAreDamaged) {
+TEST(FrameClassTest, LengthsThatAgreeOnlyModulo32BitsAreDamaged) {
     kmr_frame_header frame = ordinary();
     // 0xFFFF8000 + 32 + 0x8000 = 2^32 + 32
     frame.VideoSize = 0xFFFF8000;
@@ -231,7 +231,7 @@ TEST(FrameClass, LengthsThatAgreeOnlyModulo32BitsAreDamaged) {
     EXPECT_EQ(rec_IsValidFrame(frame), REC_INVALID_FRAME);
 }
 
-TEST(FoundFrame, IsValidWhenItsLengthsAgree) {
+TEST(FoundFrameTest, IsValidWhenItsLengthsAgree) {
     EXPECT_EQ(rec_IsValidFrame(ordinary()), 1001);
     kmr_frame_header frame = ordinary();
     frame.FrameSize = 133;
@@ -251,7 +251,7 @@ TEST(FoundFrame, IsValidWhenItsLengthsAgree) {
     EXPECT_EQ(rec_IsValidFrame(frame), 1001);
 }
 
-TEST(FoundFrame, HasAtMostOneMebibyte) {
+TEST(FoundFrameTest, HasAtMostOneMebibyte) {
     kmr_frame_header frame = ordinary();
     frame.FrameSize = 0x100000;
     frame.VideoSize = 0x100000 - 32;
@@ -264,7 +264,7 @@ TEST(FoundFrame, HasAtMostOneMebibyte) {
     EXPECT_EQ(rec_IsValidFrame(frame), 1032);
 }
 
-TEST(FoundFrame, SyncWordTagAndTimeAreNotLookedAt) {
+TEST(FoundFrameTest, SyncWordTagAndTimeAreNotLookedAt) {
     kmr_frame_header frame = ordinary();
     frame.SyncWord = 0;
     frame.Tag = 0x7788;
@@ -272,7 +272,7 @@ TEST(FoundFrame, SyncWordTagAndTimeAreNotLookedAt) {
     EXPECT_EQ(rec_IsValidFrame(frame), 1001);
 }
 
-TEST(FrameTime, LiesAtMostTenHoursAhead) {
+TEST(FrameTimeTest, LiesAtMostTenHoursAhead) {
     EXPECT_EQ(rec_CheckFrameTm(1000, 0), 1);
     EXPECT_EQ(rec_CheckFrameTm(0, 0), 1);
     EXPECT_EQ(rec_CheckFrameTm(36000000, 0), 1);
@@ -285,7 +285,7 @@ TEST(FrameTime, LiesAtMostTenHoursAhead) {
     EXPECT_EQ(rec_CheckFrameTm(0xFFFFFFFF, 0), 0);
 }
 
-TEST(FrameTime, WrappedDistanceCountsOneLess) {
+TEST(FrameTimeTest, WrappedDistanceCountsOneLess) {
     EXPECT_EQ(rec_CheckFrameTm(5, 0xFFFFFFF0), 1);
     EXPECT_EQ(rec_CheckFrameTm(0, 0xFFFFFFFF), 1);
     EXPECT_EQ(rec_CheckFrameTm(0, 1), 0);
@@ -298,7 +298,7 @@ TEST(FrameTime, WrappedDistanceCountsOneLess) {
     EXPECT_EQ(rec_CheckFrameTm(35999986, 0xFFFFFFF0), 0); // 36,000,002
 }
 
-TEST(BackupFormat, IsKept) {
+TEST(BackupFormatTest, IsKept) {
     EXPECT_EQ(g_eBackFileFormat, 1);
     EXPECT_EQ(rec_SetBackFileFormat(7), 0);
     EXPECT_EQ(g_eBackFileFormat, 7);

@@ -316,7 +316,7 @@ bytes joined(const std::vector<frame>& frames) {
     return all;
 }
 
-TEST(FindOneFrame, LastCompleteFrame) {
+TEST(FindOneFrameTest, LastCompleteFrame) {
     bytes buffer = joined({{.number = 7}, {.number = 8, .kind = 1}, {.number = 9}});
     EXPECT_EQ(find_one(buffer), (found_frame{1, 9, 264}));
     EXPECT_EQ(find_one(buffer, 396), (found_frame{1, 9, 264}));
@@ -326,14 +326,14 @@ TEST(FindOneFrame, LastCompleteFrame) {
     EXPECT_EQ(find_one(buffer, 131), not_found);
 }
 
-TEST(FindOneFrame, TornFrameWhoseBytesEndEarly) {
+TEST(FindOneFrameTest, TornFrameWhoseBytesEndEarly) {
     bytes buffer = joined({{.number = 7}, {.number = 8}, {.number = 9}});
     buffer.resize(264 + 40);
     EXPECT_EQ(find_one(buffer, 304), (found_frame{1, 8, 132}));
     EXPECT_EQ(find_one(buffer, 0), (found_frame{1, 9, 264})); // no limit: its header is enough
 }
 
-TEST(FindOneFrame, LimitBeforeTheFrameIsSigned) {
+TEST(FindOneFrameTest, LimitBeforeTheFrameIsSigned) {
     bytes buffer = filler(1000);
     place(buffer, 500, frame_record({.number = 3}));
     EXPECT_EQ(find_one(buffer, 10), not_found); // 490 bytes too few, not four thousand million to spare
@@ -344,25 +344,25 @@ TEST(FindOneFrame, LimitBeforeTheFrameIsSigned) {
     EXPECT_EQ(find_one(buffer, 2147483647), (found_frame{1, 3, 500}));
 }
 
-TEST(FindOneFrame, NumberZeroEndsTheScan) {
+TEST(FindOneFrameTest, NumberZeroEndsTheScan) {
     EXPECT_EQ(find_one(joined({{.number = 0}, {.number = 8}})), not_found);
     EXPECT_EQ(find_one(joined({{.number = 7}, {.number = 0}, {.number = 9}})), (found_frame{1, 7, 0}));
 }
 
-TEST(FindOneFrame, TornFrameEndsTheScan) {
+TEST(FindOneFrameTest, TornFrameEndsTheScan) {
     bytes buffer = joined({{.number = 7}});
     recording::append(buffer, header_only({.number = 8, .video = bytes(500)}));
     recording::append(buffer, joined({{.number = 9}}));
     EXPECT_EQ(find_one(buffer, 400), (found_frame{1, 7, 0}));
 }
 
-TEST(FindOneFrame, PayloadIsNotSkipped) {
+TEST(FindOneFrameTest, PayloadIsNotSkipped) {
     bytes within = frame_record({.number = 7, .video = bytes(200, 0xAA)});
     place(within, 50, header_only({.number = 3}));
     EXPECT_EQ(find_one(within), (found_frame{1, 3, 50}));
 }
 
-TEST(FindOneFrame, OnlyOrdinaryFramesAreCandidates) {
+TEST(FindOneFrameTest, OnlyOrdinaryFramesAreCandidates) {
     const bytes good = joined({{.number = 7}});
     for (const frame& other : {frame{.number = 9, .tag = 0x7788}, frame{.number = 0, .tag = 0x7788},
                                frame{.number = 9, .time_stamp = 0}, frame{.number = 0, .time_stamp = 0}}) {
@@ -380,7 +380,7 @@ TEST(FindOneFrame, OnlyOrdinaryFramesAreCandidates) {
     EXPECT_EQ(find_one(damaged), not_found);
 }
 
-TEST(FindOneFrame, EveryBytePositionIsLookedAt) {
+TEST(FindOneFrameTest, EveryBytePositionIsLookedAt) {
     for (size_t offset = 0; offset <= 40; ++offset) {
         bytes buffer = filler(72);
         place(buffer, offset, header_only({.number = 3}));
@@ -388,7 +388,7 @@ TEST(FindOneFrame, EveryBytePositionIsLookedAt) {
     }
 }
 
-TEST(FindOneFrame, HeaderMustLieInTheBuffer) {
+TEST(FindOneFrameTest, HeaderMustLieInTheBuffer) {
     const bytes header = header_only({.number = 3});
     for (size_t length = 0; length < 32; ++length) {
         EXPECT_EQ(find_one(first_of(header, length)), not_found);
@@ -402,7 +402,7 @@ TEST(FindOneFrame, HeaderMustLieInTheBuffer) {
     EXPECT_EQ(rec_FindOneFrame(nullptr, 0, 0, &number, nullptr, nullptr), 0);
 }
 
-TEST(FindOneFrame, OffsetAndHeaderAreOptional) {
+TEST(FindOneFrameTest, OffsetAndHeaderAreOptional) {
     const bytes buffer = joined({{.number = 7}, {.number = 8}});
     uint32_t number = 0;
     EXPECT_EQ(rec_FindOneFrame(buffer.data(), 264, 0, &number, nullptr, nullptr), 1);

@@ -28,7 +28,7 @@ Record numbered() {
     return record;
 }
 
-TEST(Format, FileHeaderFieldsStandWhereTheyBelong) {
+TEST(FormatTest, FileHeaderFieldsStandWhereTheyBelong) {
     const auto header = numbered<kmr_file_header>();
     EXPECT_EQ(sizeof header, 88u);
     EXPECT_EQ(header.FrameRate, 0x0100);
@@ -56,7 +56,7 @@ TEST(Format, FileHeaderFieldsStandWhereTheyBelong) {
     EXPECT_EQ(header.FrameCount, 0x57565554u);
 }
 
-TEST(Format, FrameHeaderFieldsStandWhereTheyBelong) {
+TEST(FormatTest, FrameHeaderFieldsStandWhereTheyBelong) {
     const auto header = numbered<kmr_frame_header>();
     EXPECT_EQ(sizeof header, 32u);
     EXPECT_EQ(header.SyncWord, 0x03020100u);
@@ -71,7 +71,7 @@ TEST(Format, FrameHeaderFieldsStandWhereTheyBelong) {
     EXPECT_EQ(header.Tag, 0x1F1E);
 }
 
-TEST(Format, IndexFieldsStandWhereTheyBelong) {
+TEST(FormatTest, IndexFieldsStandWhereTheyBelong) {
     const auto head = numbered<kmr_index_head>();
     EXPECT_EQ(sizeof head, 44u);
     EXPECT_EQ(head.Frame.FrameSize, 0x07060504u);
@@ -95,7 +95,7 @@ TEST(Format, IndexFieldsStandWhereTheyBelong) {
     EXPECT_EQ(trailer.Length, 0x07060504u);
 }
 
-TEST(Format, NumbersOfTheFormat) {
+TEST(FormatTest, NumbersOfTheFormat) {
     EXPECT_EQ(KMR_FILE_HEADER_SIZE, 88u);
     EXPECT_EQ(KMR_DEFAULT_FRAME_RATE, 25);
     EXPECT_EQ(KMR_FRAME_HEADER_SIZE, 32u);
@@ -116,12 +116,12 @@ TEST(Format, NumbersOfTheFormat) {
     EXPECT_EQ(KMR_FRAME_DAMAGED, 3);
 }
 
-TEST(Format, SyncWordIsThreeZerosAndATwoOnDisk) {
+TEST(FormatTest, SyncWordIsThreeZerosAndATwoOnDisk) {
     const uint8_t expected[] = {0, 0, 0, 2};
     EXPECT_EQ(std::memcmp(&KMR_SYNC_WORD, expected, 4), 0);
 }
 
-TEST(Format, OnlyTheLowByteOfTheKindMakesAnIFrame) {
+TEST(FormatTest, OnlyTheLowByteOfTheKindMakesAnIFrame) {
     for (const auto& [kind, is_i] :
          {std::pair{0u, 1}, {1u, 0}, {0x100u, 1}, {0xFFFFFF00u, 1}, {0x101u, 0}, {0x80u, 0}}) {
         kmr_frame_header header = {};
@@ -131,14 +131,14 @@ TEST(Format, OnlyTheLowByteOfTheKindMakesAnIFrame) {
     }
 }
 
-TEST(Format, CSeesTheSameSizes) {
+TEST(FormatTest, CSeesTheSameSizes) {
     EXPECT_EQ(c_sizeof_file_header(), 88u);
     EXPECT_EQ(c_sizeof_frame_header(), 32u);
     EXPECT_EQ(c_sizeof_index_record(), 80u);
 }
 
 // A composed recording read back through the records: the two were written apart from each other.
-TEST(Format, AComposedRecordingReadsBack) {
+TEST(FormatTest, AComposedRecordingReadsBack) {
     const recording::bytes file = recording::sound({{.number = 1, .time_stamp = 1000},
                                                     {.number = 2, .time_stamp = 1040, .kind = 1},
                                                     {.number = 3, .time_stamp = 4000}},

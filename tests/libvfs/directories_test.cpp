@@ -8,15 +8,15 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class directories : public ::testing::Test {
+class DirectoriesTest : public ::testing::Test {
 protected:
-    directories() {
+    DirectoriesTest() {
         vfs_Init();
         script = {};
         script.file_count = 2;
         script.block_stat_result = 2;
     }
-    ~directories() override {
+    ~DirectoriesTest() override {
         for (vfs_directory& directory : g_vDir)
             _vfs_CloseDir(&directory);
     }
@@ -39,7 +39,7 @@ protected:
     }
 };
 
-TEST_F(directories, AreSixteenEntriesInGivenOrder) {
+TEST_F(DirectoriesTest, AreSixteenEntriesInGivenOrder) {
     EXPECT_EQ(std::size(g_vDir), 16u);
     EXPECT_EQ(offsetof(vfs_directory, iDirNo), 0u);
     EXPECT_EQ(offsetof(vfs_directory, iUsed), 4u);
@@ -51,12 +51,12 @@ TEST_F(directories, AreSixteenEntriesInGivenOrder) {
 
 // --- Paths ---
 
-TEST_F(directories, ThePathEndsWithTheNumber) {
+TEST_F(DirectoriesTest, ThePathEndsWithTheNumber) {
     EXPECT_EQ(asked_for("/dev/sda1/3"), "GetFileNum /dev/sda1/ 3");
     EXPECT_EQ(asked_for("/dev/scsi/host03/part1/20150102"), "GetFileNum /dev/scsi/host03/part1/ 20150102");
 }
 
-TEST_F(directories, ALastComponentThatIsNoNumberIs0) {
+TEST_F(DirectoriesTest, ALastComponentThatIsNoNumberIs0) {
     EXPECT_EQ(asked_for("/dev/sda1/abc"), "GetFileNum /dev/sda1/ 0");
     EXPECT_EQ(asked_for("/dev/sda1/"), "GetFileNum /dev/sda1/ 0");
     EXPECT_EQ(asked_for("/dev/sda1/12abc"), "GetFileNum /dev/sda1/ 12");
@@ -64,7 +64,7 @@ TEST_F(directories, ALastComponentThatIsNoNumberIs0) {
     EXPECT_EQ(asked_for("/dev/sda1/-4"), "GetFileNum /dev/sda1/ -4");
 }
 
-TEST_F(directories, WhatStandsBeforeTheFirstSlashIsDropped) {
+TEST_F(DirectoriesTest, WhatStandsBeforeTheFirstSlashIsDropped) {
     EXPECT_EQ(asked_for("disk/dev/sda1/3"), "GetFileNum /dev/sda1/ 3");
     EXPECT_EQ(asked_for("disk/3"), "GetFileNum / 3");
     EXPECT_EQ(asked_for("3"), "GetFileNum / 3");
@@ -72,18 +72,18 @@ TEST_F(directories, WhatStandsBeforeTheFirstSlashIsDropped) {
     EXPECT_EQ(asked_for("/3"), "GetFileNum / 3");
 }
 
-TEST_F(directories, EmptyComponentsStay) {
+TEST_F(DirectoriesTest, EmptyComponentsStay) {
     EXPECT_EQ(asked_for("/dev//3"), "GetFileNum /dev// 3");
 }
 
-TEST_F(directories, SevenSlashesAreTheMost) {
+TEST_F(DirectoriesTest, SevenSlashesAreTheMost) {
     EXPECT_EQ(asked_for("/a/b/c/d/e/f/3"), "GetFileNum /a/b/c/d/e/f/ 3");
     EXPECT_EQ(asked_for("/a/b/c/d/e/f/g/3"), "");
     EXPECT_EQ(asked_for("/a/b/c/d/e/f/3/"), "");
     EXPECT_EQ(asked_for("/a/b/c/d/e/f/g/h/3"), "");
 }
 
-TEST_F(directories, AComponentHasAtMost63Characters) {
+TEST_F(DirectoriesTest, AComponentHasAtMost63Characters) {
     const std::string longest(63, 'a');
     const std::string too_long(64, 'a');
     EXPECT_EQ(asked_for("/" + longest + "/3"), "GetFileNum /" + longest + "/ 3");
@@ -94,7 +94,7 @@ TEST_F(directories, AComponentHasAtMost63Characters) {
     EXPECT_EQ(asked_for("/dev/" + std::string(62, '0') + "5"), "GetFileNum /dev/ 5");
 }
 
-TEST_F(directories, TheBasePathHasAtMost255Characters) {
+TEST_F(DirectoriesTest, TheBasePathHasAtMost255Characters) {
     const std::string of_63 = std::string(63, 'a') + "/";
     const std::string base_of_255 = "/" + of_63 + of_63 + of_63 + std::string(61, 'b') + "/";
     ASSERT_EQ(base_of_255.size(), 255u);
@@ -105,7 +105,7 @@ TEST_F(directories, TheBasePathHasAtMost255Characters) {
 
 // --- Opening ---
 
-TEST_F(directories, OpenFillsTheFirstFreeEntry) {
+TEST_F(DirectoriesTest, OpenFillsTheFirstFreeEntry) {
     EXPECT_EQ(_vfs_OpenDir("/dev/sda1/3"), &g_vDir[0]);
     EXPECT_EQ(_vfs_OpenDir("/dev/sda1/4"), &g_vDir[1]);
     EXPECT_EQ(g_vDir[1].iDirNo, 4);
@@ -118,7 +118,7 @@ TEST_F(directories, OpenFillsTheFirstFreeEntry) {
     EXPECT_EQ(_vfs_OpenDir("/dev/sda1/5"), &g_vDir[0]);
 }
 
-TEST_F(directories, ADirectoryWithoutFilesDoesNotOpen) {
+TEST_F(DirectoriesTest, ADirectoryWithoutFilesDoesNotOpen) {
     for (const int32_t count : {0, -1}) {
         script.file_count = count;
         EXPECT_EQ(_vfs_OpenDir("/dev/sda1/3"), nullptr);
@@ -127,13 +127,13 @@ TEST_F(directories, ADirectoryWithoutFilesDoesNotOpen) {
     expect_all_free();
 }
 
-TEST_F(directories, AFailedBlockStatDoesNotOpen) {
+TEST_F(DirectoriesTest, AFailedBlockStatDoesNotOpen) {
     script.block_stat_result = -1;
     EXPECT_EQ(_vfs_OpenDir("/dev/sda1/3"), nullptr);
     expect_all_free();
 }
 
-TEST_F(directories, TheCountIsWhatBlockStatDelivered) {
+TEST_F(DirectoriesTest, TheCountIsWhatBlockStatDelivered) {
     script.file_count = 5;
     script.block_stat_result = 1;
     void* const handle = _vfs_OpenDir("/dev/sda1/3");
@@ -142,14 +142,14 @@ TEST_F(directories, TheCountIsWhatBlockStatDelivered) {
     EXPECT_EQ(_vfs_ReadDir(handle), nullptr);
 }
 
-TEST_F(directories, NothingDeliveredIsAnEmptyDirectory) {
+TEST_F(DirectoriesTest, NothingDeliveredIsAnEmptyDirectory) {
     script.block_stat_result = 0;
     void* const handle = _vfs_OpenDir("/dev/sda1/3");
     EXPECT_EQ(handle, &g_vDir[0]);
     EXPECT_EQ(_vfs_ReadDir(handle), nullptr);
 }
 
-TEST_F(directories, A17thOpenFails) {
+TEST_F(DirectoriesTest, A17thOpenFails) {
     for (vfs_directory& directory : g_vDir)
         ASSERT_EQ(_vfs_OpenDir("/dev/sda1/3"), &directory);
     EXPECT_EQ(_vfs_OpenDir("/dev/sda1/3"), nullptr);
@@ -159,7 +159,7 @@ TEST_F(directories, A17thOpenFails) {
 
 // --- Reading and closing ---
 
-TEST_F(directories, ReadGivesTheRecordsInOrderAndThenNullAgainAndAgain) {
+TEST_F(DirectoriesTest, ReadGivesTheRecordsInOrderAndThenNullAgainAndAgain) {
     void* const handle = _vfs_OpenDir("/dev/sda1/3");
     const auto* const first = static_cast<const vfs_directory_record*>(_vfs_ReadDir(handle));
     const auto* const second = static_cast<const vfs_directory_record*>(_vfs_ReadDir(handle));
@@ -174,7 +174,7 @@ TEST_F(directories, ReadGivesTheRecordsInOrderAndThenNullAgainAndAgain) {
     EXPECT_EQ(g_vDir[0].iNext, 2u);
 }
 
-TEST_F(directories, CloseFreesTheEntryAndClosingTwiceIsHarmless) {
+TEST_F(DirectoriesTest, CloseFreesTheEntryAndClosingTwiceIsHarmless) {
     void* const handle = _vfs_OpenDir("/dev/sda1/3");
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(_vfs_CloseDir(handle), 0);
@@ -187,7 +187,7 @@ TEST_F(directories, CloseFreesTheEntryAndClosingTwiceIsHarmless) {
     EXPECT_EQ(_vfs_ReadDir(handle), nullptr);
 }
 
-TEST_F(directories, NoEntrysLockStaysHeld) {
+TEST_F(DirectoriesTest, NoEntrysLockStaysHeld) {
     void* const handle = _vfs_OpenDir("/dev/sda1/3");
     _vfs_ReadDir(handle);
     for (vfs_directory& directory : g_vDir) {

@@ -9,15 +9,15 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class directory_calls : public layer_test {
+class DirectoryCallsTest : public LayerTest {
 protected:
-    directory_calls() {
+    DirectoryCallsTest() {
         folder.write_text("dev/sda1/3/b", "bb");
         folder.write_text("dev/sda1/3/a", "a");
         folder.write_text("dev/sda1/20/c", "c");
         module_probe::reset();
     }
-    ~directory_calls() override {
+    ~DirectoryCallsTest() override {
         for (vfs_directory& directory : g_vDir)
             _vfs_CloseDir(&directory);
     }
@@ -33,7 +33,7 @@ std::vector<std::string> names_of(vfs_scan_entry** list, int32_t count) {
     return names;
 }
 
-TEST_F(directory_calls, NullsFailWithoutACall) {
+TEST_F(DirectoryCallsTest, NullsFailWithoutACall) {
     vfs_scan_entry** list = nullptr;
     EXPECT_EQ(vfs_OpenDir(nullptr), nullptr);
     EXPECT_EQ(vfs_ReadDir(nullptr), nullptr);
@@ -43,7 +43,7 @@ TEST_F(directory_calls, NullsFailWithoutACall) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(directory_calls, Module0ListsTheFilesOfANumber) {
+TEST_F(DirectoryCallsTest, Module0ListsTheFilesOfANumber) {
     void* const handle = vfs_OpenDir(disk("sda1/3").c_str());
     ASSERT_EQ(handle, &g_vDir[0]);
     EXPECT_EQ(g_vDir[0].iDirNo, 3);
@@ -63,7 +63,7 @@ TEST_F(directory_calls, Module0ListsTheFilesOfANumber) {
     EXPECT_EQ(module_probe::count(), 2) << "reading and closing are the layer's own";
 }
 
-TEST_F(directory_calls, Module0ScansItsBlocks) {
+TEST_F(DirectoryCallsTest, Module0ScansItsBlocks) {
     vfs_scan_entry** list = nullptr;
     ASSERT_EQ(vfs_ScanDir(disk("sda1").c_str(), &list), 2);
     EXPECT_THAT(names_of(list, 2), ElementsAre(disk("sda1/3"), disk("sda1/20")));
@@ -71,14 +71,14 @@ TEST_F(directory_calls, Module0ScansItsBlocks) {
                                                    call("znfs_GetBlockInfo", disk("sda1"), ", 2) = 2")));
 }
 
-TEST_F(directory_calls, EveryScannedBlockOpens) {
+TEST_F(DirectoryCallsTest, EveryScannedBlockOpens) {
     vfs_scan_entry** list = nullptr;
     ASSERT_EQ(vfs_ScanDir(disk("sda1").c_str(), &list), 2);
     for (const std::string& name : names_of(list, 2))
         EXPECT_NE(vfs_OpenDir(name.c_str()), nullptr) << name;
 }
 
-TEST_F(directory_calls, Module1ListsWithItsOwnOperations) {
+TEST_F(DirectoryCallsTest, Module1ListsWithItsOwnOperations) {
     write_plain("y", "");
     write_plain("x", "");
     vfs_scan_entry** list = nullptr;
@@ -95,7 +95,7 @@ TEST_F(directory_calls, Module1ListsWithItsOwnOperations) {
                             call("sznfs_OpenDir", folder.path(), ") = handle"), "sznfs_CloseDir() = 0"));
 }
 
-TEST_F(directory_calls, TheFirstWordOfAHandleDecidesWhoClosesIt) {
+TEST_F(DirectoryCallsTest, TheFirstWordOfAHandleDecidesWhoClosesIt) {
     void* const handle = vfs_OpenDir(disk("sda1/3").c_str());
     ASSERT_EQ(vfs_CloseDir(handle), 0);
     module_probe::reset();
@@ -103,7 +103,7 @@ TEST_F(directory_calls, TheFirstWordOfAHandleDecidesWhoClosesIt) {
     EXPECT_THAT(module_probe::calls(), ElementsAre("sznfs_CloseDir() = -1"));
 }
 
-TEST_F(directory_calls, ResultsOfModule1ArePassedOnUnchanged) {
+TEST_F(DirectoryCallsTest, ResultsOfModule1ArePassedOnUnchanged) {
     vfs_scan_entry** list = nullptr;
     int32_t handle_of_1 = -1;
     module_probe::fail("ScanDir", 1, -44);
@@ -114,7 +114,7 @@ TEST_F(directory_calls, ResultsOfModule1ArePassedOnUnchanged) {
     EXPECT_EQ(vfs_CloseDir(&handle_of_1), 55);
 }
 
-TEST_F(directory_calls, AModuleThatIsNotLoadedFailsWithoutACall) {
+TEST_F(DirectoryCallsTest, AModuleThatIsNotLoadedFailsWithoutACall) {
     vfs_scan_entry** list = nullptr;
     int32_t handle_of_0 = 3;
     int32_t handle_of_1 = -1;

@@ -11,14 +11,14 @@
 #include <filesystem>
 #include <string>
 
-class layer_test : public ::testing::Test {
+class LayerTest : public ::testing::Test {
 protected:
-    layer_test() {
+    LayerTest() {
         std::filesystem::create_directory(folder.path() / "dev");
         vfs_Init();
         module_probe::reset();
     }
-    ~layer_test() override {
+    ~LayerTest() override {
         module_probe::reset();
         for (int32_t fd = 1; fd <= VFS_MAX_FILES; ++fd)
             vfs_Close(fd);

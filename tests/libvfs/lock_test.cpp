@@ -31,23 +31,23 @@ int32_t looking_close(int32_t) {
     return 0;
 }
 
-class locks : public layer_test {
+class LocksTest : public LayerTest {
 protected:
-    locks() {
+    LocksTest() {
         g_stvfsmnt.Entries[1].Operations.Open = looking_open;
         g_stvfsmnt.Entries[1].Operations.Read = looking_read;
         g_stvfsmnt.Entries[1].Operations.Close = looking_close;
     }
 };
 
-TEST_F(locks, AreNotHeldWhileTheModuleOpens) {
+TEST_F(LocksTest, AreNotHeldWhileTheModuleOpens) {
     EXPECT_EQ(vfs_Open(0, "/tmp/x", 0), 1);
     EXPECT_TRUE(table_was_free);
     EXPECT_TRUE(entry_was_reserved);
     EXPECT_EQ(descriptor_seen_by_open, 0);
 }
 
-TEST_F(locks, AreNotHeldWhileTheModuleReadsOrCloses) {
+TEST_F(LocksTest, AreNotHeldWhileTheModuleReadsOrCloses) {
     vfs_Open(0, "/tmp/x", 0);
     table_was_free = false;
     vfs_Read(1, nullptr, 0);
@@ -57,7 +57,7 @@ TEST_F(locks, AreNotHeldWhileTheModuleReadsOrCloses) {
     EXPECT_TRUE(table_was_free);
 }
 
-TEST_F(locks, AFileKeepsItsModulesOperations) {
+TEST_F(LocksTest, AFileKeepsItsModulesOperations) {
     vfs_Open(0, "/tmp/x", 0);
     g_stvfsmnt.Entries[1].iState = 0; // too late for a file that is open
     EXPECT_EQ(vfs_Read(1, nullptr, 0), 0);

@@ -43,15 +43,15 @@ void* __wrap___dlsym_time64(void* handle, const char* symbol) {
 
 namespace {
 
-class lookup_order : public ::testing::Test {
+class LookupOrderTest : public ::testing::Test {
 protected:
-    lookup_order() {
+    LookupOrderTest() {
         requests.clear();
         library_that_is_missing.clear();
     }
 };
 
-TEST_F(lookup_order, BothModulesAreOpenedAndSearchedInAFixedOrder) {
+TEST_F(LookupOrderTest, BothModulesAreOpenedAndSearchedInAFixedOrder) {
     vfs_Init();
     EXPECT_THAT(requests,
                 ElementsAre("./lib/libznfs.so 2", "znfs_Open", "znfs_Read", "znfs_Seek", "znfs_Close",
@@ -65,7 +65,7 @@ TEST_F(lookup_order, BothModulesAreOpenedAndSearchedInAFixedOrder) {
                             "sznfs_CloseDir"));
 }
 
-TEST_F(lookup_order, SymbolsThatAreNotFoundDoNotKeepAModuleFromBeingLoaded) {
+TEST_F(LookupOrderTest, SymbolsThatAreNotFoundDoNotKeepAModuleFromBeingLoaded) {
     vfs_Init();
     EXPECT_EQ(g_stvfsmnt.Entries[0].iState, 1u);
     EXPECT_EQ(g_stvfsmnt.Entries[1].iState, 1u);
@@ -75,7 +75,7 @@ TEST_F(lookup_order, SymbolsThatAreNotFoundDoNotKeepAModuleFromBeingLoaded) {
     EXPECT_EQ(g_handle, &loaded_library);
 }
 
-TEST_F(lookup_order, NothingIsSearchedInALibraryThatCannotBeOpened) {
+TEST_F(LookupOrderTest, NothingIsSearchedInALibraryThatCannotBeOpened) {
     library_that_is_missing = "./lib/libsznfs.so";
     vfs_Init();
     EXPECT_EQ(requests.back(), "./lib/libsznfs.so 2");
@@ -84,7 +84,7 @@ TEST_F(lookup_order, NothingIsSearchedInALibraryThatCannotBeOpened) {
     EXPECT_EQ(g_stvfsmnt.Entries[1].iState, 0u);
 }
 
-TEST_F(lookup_order, AMissingFirstModuleDoesNotKeepTheSecondFromBeingLoaded) {
+TEST_F(LookupOrderTest, AMissingFirstModuleDoesNotKeepTheSecondFromBeingLoaded) {
     library_that_is_missing = "./lib/libznfs.so";
     vfs_Init();
     ASSERT_GE(requests.size(), 3u);

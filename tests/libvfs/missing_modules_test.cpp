@@ -14,9 +14,9 @@
 namespace {
 
 // Starts with nothing in ./lib of an own working directory.
-class missing_modules : public ::testing::Test {
+class MissingModulesTest : public ::testing::Test {
 protected:
-    missing_modules() {
+    MissingModulesTest() {
         std::filesystem::create_directory(folder.path() / "lib");
         std::filesystem::create_directory(folder.path() / "dev");
         plain_file = folder.write_text("x", "abc");
@@ -52,7 +52,7 @@ protected:
     vfs_scan_entry** list = nullptr;
 };
 
-TEST_F(missing_modules, WithoutModule1OnlyItsPathsFail) {
+TEST_F(MissingModulesTest, WithoutModule1OnlyItsPathsFail) {
     provide("libznfs.so");
     after_init([this] {
         EXPECT_EQ(g_handle, nullptr);
@@ -74,7 +74,7 @@ TEST_F(missing_modules, WithoutModule1OnlyItsPathsFail) {
     });
 }
 
-TEST_F(missing_modules, WithoutModule0ItsPathsDoNotFallBackToModule1) {
+TEST_F(MissingModulesTest, WithoutModule0ItsPathsDoNotFallBackToModule1) {
     provide("libsznfs.so");
     after_init([this] {
         EXPECT_NE(g_handle, nullptr);
@@ -96,7 +96,7 @@ TEST_F(missing_modules, WithoutModule0ItsPathsDoNotFallBackToModule1) {
     });
 }
 
-TEST_F(missing_modules, WithoutAnyModuleEveryOperationFailsQuietly) {
+TEST_F(MissingModulesTest, WithoutAnyModuleEveryOperationFailsQuietly) {
     after_init([this] {
         EXPECT_EQ(g_handle, nullptr);
         EXPECT_EQ(g_stvfsmnt.Entries[0].iState, 0u);
@@ -123,7 +123,7 @@ TEST_F(missing_modules, WithoutAnyModuleEveryOperationFailsQuietly) {
 }
 
 // The three specials call module 0 directly, by the program's own link to it.
-TEST_F(missing_modules, TheSpecialsOfModule0NeedNoMountEntry) {
+TEST_F(MissingModulesTest, TheSpecialsOfModule0NeedNoMountEntry) {
     provide("libsznfs.so");
     after_init([this] {
         EXPECT_EQ(vfs_ChangeRecType(plain_file.c_str(), 1, 0), 0);
@@ -132,7 +132,7 @@ TEST_F(missing_modules, TheSpecialsOfModule0NeedNoMountEntry) {
     });
 }
 
-TEST_F(missing_modules, ALibraryThatIsNoLibraryIsNotLoaded) {
+TEST_F(MissingModulesTest, ALibraryThatIsNoLibraryIsNotLoaded) {
     folder.write_text("lib/libznfs.so", "not a library");
     provide("libsznfs.so");
     after_init([] {

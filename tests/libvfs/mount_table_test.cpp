@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class mount_table : public layer_test {};
+class MountTableTest : public LayerTest {};
 
 // The slots as addresses, slot 1 first.
 std::vector<const void*> slots_of(const vfs_module_operations& operations) {
@@ -35,13 +35,13 @@ const void* of_1(const char* name) {
     return symbol("./lib/libsznfs.so", name);
 }
 
-TEST_F(mount_table, NamesTheTwoLibrariesInZeroFilledFields) {
+TEST_F(MountTableTest, NamesTheTwoLibrariesInZeroFilledFields) {
     const char expected[2][32] = {"libznfs.so", "libsznfs.so"};
     EXPECT_EQ(sizeof g_cSoName, 64u);
     EXPECT_EQ(std::memcmp(g_cSoName, expected, sizeof expected), 0);
 }
 
-TEST_F(mount_table, HoldsTwoLoadedEntriesAfterInit) {
+TEST_F(MountTableTest, HoldsTwoLoadedEntriesAfterInit) {
     EXPECT_EQ(g_stvfsmnt.iMntNum, 2u);
     for (uint32_t module = 0; module < 2; ++module) {
         const vfs_mount_entry& entry = g_stvfsmnt.Entries[module];
@@ -51,16 +51,16 @@ TEST_F(mount_table, HoldsTwoLoadedEntriesAfterInit) {
     }
 }
 
-TEST_F(mount_table, InitReturnsZero) {
+TEST_F(MountTableTest, InitReturnsZero) {
     EXPECT_EQ(vfs_Init(), 0);
 }
 
-TEST_F(mount_table, InitCallsNoModule) {
+TEST_F(MountTableTest, InitCallsNoModule) {
     vfs_Init();
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(mount_table, FillsTheSlotsOfModule0) {
+TEST_F(MountTableTest, FillsTheSlotsOfModule0) {
     EXPECT_THAT(slots_of(g_stvfsmnt.Entries[0].Operations),
                 ElementsAre(of_0("znfs_Open"), of_0("znfs_Read"), of_0("znfs_Write"), of_0("znfs_Seek"),
                             of_0("znfs_Tell"), of_0("znfs_Eof"), of_0("znfs_Close"), of_0("znfs_Unlink"),
@@ -71,7 +71,7 @@ TEST_F(mount_table, FillsTheSlotsOfModule0) {
                             address(_vfs_CloseDir), of_0("znfs_error")));
 }
 
-TEST_F(mount_table, FillsTheSlotsOfModule1ExceptReadDir) {
+TEST_F(MountTableTest, FillsTheSlotsOfModule1ExceptReadDir) {
     ASSERT_NE(of_1("sznfs_ReadDir"), nullptr) << "the module exports it, and it must not be taken";
     EXPECT_THAT(slots_of(g_stvfsmnt.Entries[1].Operations),
                 ElementsAre(of_1("sznfs_Open"), of_1("sznfs_Read"), of_1("sznfs_Write"), of_1("sznfs_Seek"),
@@ -83,13 +83,13 @@ TEST_F(mount_table, FillsTheSlotsOfModule1ExceptReadDir) {
                             of_1("sznfs_error")));
 }
 
-TEST_F(mount_table, KeepsTheHandleOfTheModuleLoadedLast) {
+TEST_F(MountTableTest, KeepsTheHandleOfTheModuleLoadedLast) {
     void* const module_1 = dlopen("./lib/libsznfs.so", RTLD_NOW | RTLD_NOLOAD);
     EXPECT_NE(g_handle, nullptr);
     EXPECT_EQ(g_handle, module_1);
 }
 
-TEST_F(mount_table, InitMakesEveryDirectoryHandleFree) {
+TEST_F(MountTableTest, InitMakesEveryDirectoryHandleFree) {
     for (vfs_directory& directory : g_vDir)
         directory.iDirNo = 7, directory.iUsed = 1, directory.iCount = 2, directory.iNext = 1;
     vfs_Init();
@@ -104,7 +104,7 @@ TEST_F(mount_table, InitMakesEveryDirectoryHandleFree) {
     }
 }
 
-TEST_F(mount_table, InitClearsTheTableOfOpenFiles) {
+TEST_F(MountTableTest, InitClearsTheTableOfOpenFiles) {
     for (vfs_file& entry : g_stvfile)
         entry = {5, 6, &g_stvfsmnt.Entries[0].Operations};
     vfs_Init();
@@ -115,7 +115,7 @@ TEST_F(mount_table, InitClearsTheTableOfOpenFiles) {
     }
 }
 
-TEST_F(mount_table, TheModuleOfAPathIsFoundByASubstring) {
+TEST_F(MountTableTest, TheModuleOfAPathIsFoundByASubstring) {
     EXPECT_EQ(vfs_iCheckfs(nullptr), -1);
     EXPECT_EQ(vfs_iCheckfs("/dev/sda1/a"), 0);
     EXPECT_EQ(vfs_iCheckfs("/mnt/dev/x"), 0);
@@ -126,14 +126,14 @@ TEST_F(mount_table, TheModuleOfAPathIsFoundByASubstring) {
     EXPECT_EQ(vfs_iCheckfs(""), 1);
 }
 
-TEST_F(mount_table, DeInitLeavesEverythingInPlace) {
+TEST_F(MountTableTest, DeInitLeavesEverythingInPlace) {
     const auto path = write_plain("x", "abc");
     EXPECT_EQ(vfs_DeInit(), 0);
     EXPECT_EQ(g_stvfsmnt.Entries[0].iState, 1u);
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), 1);
 }
 
-TEST_F(mount_table, ASymbolThatTheModuleLacksLeavesItsSlotNull) {
+TEST_F(MountTableTest, ASymbolThatTheModuleLacksLeavesItsSlotNull) {
     vfs_mount_entry entry = {};
     entry.Operations.iIndex = 1;
     std::strcpy(entry.cName, "libsparse.so");
@@ -148,7 +148,7 @@ TEST_F(mount_table, ASymbolThatTheModuleLacksLeavesItsSlotNull) {
     EXPECT_EQ(entry.Operations.CloseDir, nullptr);
 }
 
-TEST_F(mount_table, TheLayersOwnOperationsServeModule0WhateverTheLibraryExports) {
+TEST_F(MountTableTest, TheLayersOwnOperationsServeModule0WhateverTheLibraryExports) {
     vfs_mount_entry entry = {};
     std::strcpy(entry.cName, "libsparse.so");
     const scratch::working_directory sparse(SPARSE_MODULE_FOLDER);
@@ -162,7 +162,7 @@ TEST_F(mount_table, TheLayersOwnOperationsServeModule0WhateverTheLibraryExports)
     EXPECT_EQ(entry.Operations.CloseDir, _vfs_CloseDir);
 }
 
-TEST_F(mount_table, ALibraryThatCannotBeOpenedLeavesTheEntryUnloaded) {
+TEST_F(MountTableTest, ALibraryThatCannotBeOpenedLeavesTheEntryUnloaded) {
     vfs_mount_entry entry = {};
     std::strcpy(entry.cName, "libmissing.so");
     EXPECT_EQ(vfs_LoadInitMdl(&entry), -1);
@@ -172,7 +172,7 @@ TEST_F(mount_table, ALibraryThatCannotBeOpenedLeavesTheEntryUnloaded) {
     EXPECT_EQ(g_handle, nullptr);
 }
 
-TEST_F(mount_table, BeforeInitEveryOperationFails) {
+TEST_F(MountTableTest, BeforeInitEveryOperationFails) {
     g_stvfsmnt = {};
     const auto plain_file = write_plain("x", "abc");
     EXPECT_EQ(vfs_Open(0, plain_file.c_str(), 0), 0);

@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class open_files : public layer_test {
+class OpenFilesTest : public LayerTest {
 protected:
     // Opens a new file of module 1 that holds `content`, with an empty log behind it.
     int32_t open_plain(const std::string& content, int32_t flags = O_RDWR) {
@@ -43,13 +43,13 @@ void expect_free(const vfs_file& entry) {
 
 // --- Opening ---
 
-TEST_F(open_files, TheTableHas1025EntriesOfDescriptorNumberAndOperations) {
+TEST_F(OpenFilesTest, TheTableHas1025EntriesOfDescriptorNumberAndOperations) {
     EXPECT_EQ(std::size(g_stvfile), 1025u);
     EXPECT_EQ(offsetof(vfs_file, iMdlFd), 4u);
     EXPECT_EQ(offsetof(vfs_file, pMdlOps), 8u);
 }
 
-TEST_F(open_files, OpenRoutesByPathAndPassesSelectorAndFlagsOn) {
+TEST_F(OpenFilesTest, OpenRoutesByPathAndPassesSelectorAndFlagsOn) {
     const auto plain_file = write_plain("x", "abc");
     const auto disk_file = write_disk("x", "abc");
     EXPECT_EQ(vfs_Open(0, plain_file.c_str(), 2), 1);
@@ -60,7 +60,7 @@ TEST_F(open_files, OpenRoutesByPathAndPassesSelectorAndFlagsOn) {
                                                    open_call("znfs_Open", -7, plain_file, "0) = 4")));
 }
 
-TEST_F(open_files, AnOpenEntryHoldsDescriptorModuleNumberAndOperations) {
+TEST_F(OpenFilesTest, AnOpenEntryHoldsDescriptorModuleNumberAndOperations) {
     const auto path = write_disk("x", "abc");
     const auto other = write_plain("y", "abc");
     vfs_Open(0, other.c_str(), 0);
@@ -72,7 +72,7 @@ TEST_F(open_files, AnOpenEntryHoldsDescriptorModuleNumberAndOperations) {
     EXPECT_EQ(g_stvfile[2].pMdlOps->iIndex, 0u);
 }
 
-TEST_F(open_files, TheLowestFreeDescriptorIsGivenFirst) {
+TEST_F(OpenFilesTest, TheLowestFreeDescriptorIsGivenFirst) {
     const auto path = write_plain("x", "abc");
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), 1);
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), 2);
@@ -82,18 +82,18 @@ TEST_F(open_files, TheLowestFreeDescriptorIsGivenFirst) {
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), 4);
 }
 
-TEST_F(open_files, NullPathWithSelector0FailsWithoutACall) {
+TEST_F(OpenFilesTest, NullPathWithSelector0FailsWithoutACall) {
     EXPECT_EQ(vfs_Open(0, nullptr, 0), -1);
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(open_files, NullPathWithASelectorIsModule0sBusiness) {
+TEST_F(OpenFilesTest, NullPathWithASelectorIsModule0sBusiness) {
     EXPECT_EQ(vfs_Open(1, nullptr, 0), -1);
     EXPECT_THAT(module_probe::calls(), ElementsAre("znfs_Open(1, null, 0) = -1"));
     expect_free(g_stvfile[1]);
 }
 
-TEST_F(open_files, AFailedOpenGivesMinus1WhateverTheModuleSaidAndFreesTheEntry) {
+TEST_F(OpenFilesTest, AFailedOpenGivesMinus1WhateverTheModuleSaidAndFreesTheEntry) {
     const auto path = write_plain("x", "abc");
     module_probe::fail("Open", 1, -5);
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), -1);
@@ -101,7 +101,7 @@ TEST_F(open_files, AFailedOpenGivesMinus1WhateverTheModuleSaidAndFreesTheEntry) 
     EXPECT_EQ(vfs_Open(0, path.c_str(), 0), 1);
 }
 
-TEST_F(open_files, ModuleNumber0IsAGoodOpen) {
+TEST_F(OpenFilesTest, ModuleNumber0IsAGoodOpen) {
     module_probe::fail("Open", 1, 0);
     EXPECT_EQ(vfs_Open(0, "/tmp/x", 0), 1);
     EXPECT_EQ(g_stvfile[1].iMdlFd, 0);
@@ -111,7 +111,7 @@ TEST_F(open_files, ModuleNumber0IsAGoodOpen) {
     EXPECT_EQ(module_probe::calls().back(), "sznfs_Close(0) = 0");
 }
 
-TEST_F(open_files, AModuleThatIsNotLoadedGives0AndLeavesTheTableAlone) {
+TEST_F(OpenFilesTest, AModuleThatIsNotLoadedGives0AndLeavesTheTableAlone) {
     const auto path = write_plain("x", "abc");
     for (const uint32_t state : {0u, 2u}) {
         g_stvfsmnt.Entries[1].iState = state;
@@ -121,7 +121,7 @@ TEST_F(open_files, AModuleThatIsNotLoadedGives0AndLeavesTheTableAlone) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(open_files, A1025thOpenFailsWithoutACallAndChangesNoEntry) {
+TEST_F(OpenFilesTest, A1025thOpenFailsWithoutACallAndChangesNoEntry) {
     allow_many_host_files();
     const auto path = write_plain("x", "abc");
     for (int32_t fd = 1; fd <= 1024; ++fd)
@@ -142,7 +142,7 @@ TEST_F(open_files, A1025thOpenFailsWithoutACallAndChangesNoEntry) {
 
 // --- Descriptor calls ---
 
-TEST_F(open_files, EveryDescriptorCallReachesTheModuleWithTheModulesOwnNumber) {
+TEST_F(OpenFilesTest, EveryDescriptorCallReachesTheModuleWithTheModulesOwnNumber) {
     open_disk("other");
     const int32_t fd = open_plain("hello world");
     ASSERT_EQ(fd, 2);
@@ -165,7 +165,7 @@ TEST_F(open_files, EveryDescriptorCallReachesTheModuleWithTheModulesOwnNumber) {
                             "sznfs_fcntl(3, 77, 5) = -1", "sznfs_Close(3) = 0"));
 }
 
-TEST_F(open_files, ResultsOfTheModuleArePassedOnUnchanged) {
+TEST_F(OpenFilesTest, ResultsOfTheModuleArePassedOnUnchanged) {
     const int32_t fd = open_plain("hello");
     char buffer[16] = {};
     for (const char* operation :
@@ -184,7 +184,7 @@ TEST_F(open_files, ResultsOfTheModuleArePassedOnUnchanged) {
     EXPECT_EQ(vfs_Seek(fd, 0, SEEK_SET), -0x500000000);
 }
 
-TEST_F(open_files, TheSeekOffsetIsWidenedWithItsSign) {
+TEST_F(OpenFilesTest, TheSeekOffsetIsWidenedWithItsSign) {
     const int32_t fd = open_plain("hello");
     EXPECT_EQ(vfs_Seek(fd, INT32_MAX, SEEK_SET), 0x7FFFFFFF);
     EXPECT_EQ(vfs_Seek(fd, INT32_MAX, SEEK_CUR), 0xFFFFFFFE) << "64-bit result";
@@ -192,14 +192,14 @@ TEST_F(open_files, TheSeekOffsetIsWidenedWithItsSign) {
     EXPECT_EQ(module_probe::calls().back(), "sznfs_Seek(3, -2147483648, 1) = 2147483646");
 }
 
-TEST_F(open_files, FcntlOfModule0IsTheLayersOwnAndGives1) {
+TEST_F(OpenFilesTest, FcntlOfModule0IsTheLayersOwnAndGives1) {
     const int32_t fd = open_disk("hello");
     EXPECT_EQ(vfs_fcntl(fd, 3, 4), 1);
     EXPECT_EQ(_vfs_fcntl(-1, 0, 0), 1);
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(open_files, ABadDescriptorGivesMinus1WithoutACall) {
+TEST_F(OpenFilesTest, ABadDescriptorGivesMinus1WithoutACall) {
     open_plain("hello");
     char buffer[4];
     for (const int32_t fd : {0, -1, 2, 1024, 1025, INT32_MAX, INT32_MIN}) {
@@ -219,7 +219,7 @@ TEST_F(open_files, ABadDescriptorGivesMinus1WithoutACall) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(open_files, TheHighestDescriptorIsServed) {
+TEST_F(OpenFilesTest, TheHighestDescriptorIsServed) {
     allow_many_host_files();
     const auto path = write_plain("x", "abc");
     for (int32_t fd = 1; fd <= 1024; ++fd)
@@ -231,7 +231,7 @@ TEST_F(open_files, TheHighestDescriptorIsServed) {
 
 // --- Closing ---
 
-TEST_F(open_files, CloseFreesTheEntry) {
+TEST_F(OpenFilesTest, CloseFreesTheEntry) {
     const int32_t fd = open_plain("hello");
     EXPECT_EQ(iIsValidFd(fd), 0);
     EXPECT_EQ(vfs_Close(fd), 0);
@@ -241,7 +241,7 @@ TEST_F(open_files, CloseFreesTheEntry) {
     EXPECT_THAT(module_probe::calls(), ElementsAre("sznfs_Close(3) = 0"));
 }
 
-TEST_F(open_files, AFailedCloseKeepsTheDescriptorOpen) {
+TEST_F(OpenFilesTest, AFailedCloseKeepsTheDescriptorOpen) {
     const int32_t fd = open_plain("hello");
     for (const int32_t result : {-1, 5}) {
         module_probe::fail("Close", 1, result);
@@ -255,7 +255,7 @@ TEST_F(open_files, AFailedCloseKeepsTheDescriptorOpen) {
     EXPECT_EQ(iIsValidFd(fd), -1);
 }
 
-TEST_F(open_files, NoHostDescriptorIsLeftBehind) {
+TEST_F(OpenFilesTest, NoHostDescriptorIsLeftBehind) {
     const int before = scratch::open_descriptors();
     const auto path = write_plain("x", "abc");
     vfs_Open(0, path.c_str(), 0);
@@ -266,7 +266,7 @@ TEST_F(open_files, NoHostDescriptorIsLeftBehind) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST_F(open_files, TheLockIsFreeDuringAndAfterEveryCall) {
+TEST_F(OpenFilesTest, TheLockIsFreeDuringAndAfterEveryCall) {
     const int32_t fd = open_plain("hello");
     char buffer[4];
     vfs_Read(fd, buffer, 1);

@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class paths : public layer_test {
+class PathsTest : public LayerTest {
 protected:
     vfs_stat_record record = {};
     vfs_times times = {5, 6};
@@ -18,7 +18,7 @@ protected:
 
 // --- Records ---
 
-TEST_F(paths, TheStatRecordHas232BytesWithItsFieldsInFixedPlaces) {
+TEST_F(PathsTest, TheStatRecordHas232BytesWithItsFieldsInFixedPlaces) {
     EXPECT_EQ(sizeof(vfs_stat_record), 232u);
     EXPECT_EQ(offsetof(vfs_stat_record, Size), 48u);
     EXPECT_EQ(offsetof(vfs_stat_record, AccessTime), 72u);
@@ -27,14 +27,14 @@ TEST_F(paths, TheStatRecordHas232BytesWithItsFieldsInFixedPlaces) {
     EXPECT_EQ(offsetof(vfs_stat_record, StartTime), 128u);
 }
 
-TEST_F(paths, TheTimeRecordIsTwoLongWords) {
+TEST_F(PathsTest, TheTimeRecordIsTwoLongWords) {
     EXPECT_EQ(sizeof(vfs_times), 2 * sizeof(long));
     EXPECT_EQ(offsetof(vfs_times, ModifyTime), sizeof(long));
 }
 
 // --- Routing ---
 
-TEST_F(paths, EveryCallIsRoutedToTheModuleOfItsPath) {
+TEST_F(PathsTest, EveryCallIsRoutedToTheModuleOfItsPath) {
     const auto plain_file = write_plain("x", "abc");
     const auto disk_file = write_disk("x", "abc");
     EXPECT_EQ(vfs_Stat(plain_file.c_str(), &record), 0);
@@ -61,7 +61,7 @@ TEST_F(paths, EveryCallIsRoutedToTheModuleOfItsPath) {
                     call("sznfs_Unlink", plain_file, ") = 0"), call("znfs_Unlink", disk_file, ") = 0")));
 }
 
-TEST_F(paths, ResultsOfTheModuleArePassedOnUnchanged) {
+TEST_F(PathsTest, ResultsOfTheModuleArePassedOnUnchanged) {
     for (const char* operation :
          {"Stat", "Unlink", "Statfs", "Format", "ChangeTime", "SetUsrParam", "Rename"})
         module_probe::fail(operation, 1, 77);
@@ -74,7 +74,7 @@ TEST_F(paths, ResultsOfTheModuleArePassedOnUnchanged) {
     EXPECT_EQ(vfs_Rename("/tmp/x", "/tmp/y"), 77);
 }
 
-TEST_F(paths, NullPathsFailWithoutACall) {
+TEST_F(PathsTest, NullPathsFailWithoutACall) {
     EXPECT_EQ(vfs_Stat(nullptr, &record), -1);
     EXPECT_EQ(vfs_Unlink(nullptr), -1);
     EXPECT_EQ(vfs_Statfs(nullptr, &statistics), -1);
@@ -92,7 +92,7 @@ TEST_F(paths, NullPathsFailWithoutACall) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, AModuleThatIsNotLoadedFailsWithoutACall) {
+TEST_F(PathsTest, AModuleThatIsNotLoadedFailsWithoutACall) {
     g_stvfsmnt.Entries[1].iState = 0;
     EXPECT_EQ(vfs_Stat("/tmp/x", &record), -1);
     EXPECT_EQ(vfs_Unlink("/tmp/x"), -1);
@@ -104,12 +104,12 @@ TEST_F(paths, AModuleThatIsNotLoadedFailsWithoutACall) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, UtimesRefusesANullRecord) {
+TEST_F(PathsTest, UtimesRefusesANullRecord) {
     EXPECT_EQ(vfs_utimes("/tmp/x", nullptr), -1);
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, SetUsrParamRefusesAParameterOf0) {
+TEST_F(PathsTest, SetUsrParamRefusesAParameterOf0) {
     EXPECT_EQ(vfs_SetUsrParam("/tmp/x", 0, 1), -1);
     EXPECT_EQ(vfs_SetUsrParam("/tmp/x", 1, 0), -1);
     EXPECT_EQ(vfs_SetUsrParam("/tmp/x", 0, 0), -1);
@@ -118,7 +118,7 @@ TEST_F(paths, SetUsrParamRefusesAParameterOf0) {
 
 // --- Renaming ---
 
-TEST_F(paths, RenameWithinModule1RenamesTheFile) {
+TEST_F(PathsTest, RenameWithinModule1RenamesTheFile) {
     const auto path = write_plain("x", "abc");
     EXPECT_EQ(vfs_Rename(path.c_str(), plain("y").c_str()), 0);
     EXPECT_THAT(module_probe::calls(),
@@ -126,7 +126,7 @@ TEST_F(paths, RenameWithinModule1RenamesTheFile) {
     EXPECT_EQ(scratch::read_text(plain("y")), "abc");
 }
 
-TEST_F(paths, RenameAcrossModulesFailsWithoutACall) {
+TEST_F(PathsTest, RenameAcrossModulesFailsWithoutACall) {
     EXPECT_EQ(vfs_Rename("/dev/a/x", "/tmp/x"), -1);
     EXPECT_EQ(vfs_Rename("/tmp/x", "/dev/a/x"), -1);
     EXPECT_THAT(module_probe::calls(), IsEmpty());
@@ -136,7 +136,7 @@ TEST_F(paths, RenameAcrossModulesFailsWithoutACall) {
 constexpr char unlocked_name[] = "H3000120150102030405Nabcdef";
 constexpr char locked_name[] = "H3000120150102030405Labcdef";
 
-TEST_F(paths, RenameWithinModule0LocksAndUnlocksAndNeverRenames) {
+TEST_F(PathsTest, RenameWithinModule0LocksAndUnlocksAndNeverRenames) {
     const auto path = write_disk(unlocked_name, "abc");
     const auto locked = disk(locked_name);
     EXPECT_EQ(vfs_Rename(path.c_str(), locked.c_str()), 0);
@@ -152,7 +152,7 @@ int32_t rename_of(const std::string& from, const std::string& to) {
     return _vfs_rename(from.c_str(), to.c_str());
 }
 
-TEST_F(paths, TheMarkerOfTheNewNameSaysWhetherToLock) {
+TEST_F(PathsTest, TheMarkerOfTheNewNameSaysWhetherToLock) {
     const std::string unlocked = std::string("/dev/a/") + unlocked_name;
     const std::string locked = std::string("/dev/a/") + locked_name;
     EXPECT_EQ(rename_of(unlocked, locked), 12);
@@ -163,7 +163,7 @@ TEST_F(paths, TheMarkerOfTheNewNameSaysWhetherToLock) {
     EXPECT_THAT(module_probe::calls(), ElementsAre(call("znfs_Lock", locked, ", 0) = 12")));
 }
 
-TEST_F(paths, EqualMarkersAreNothingToDo) {
+TEST_F(PathsTest, EqualMarkersAreNothingToDo) {
     const std::string locked = std::string("/dev/a/") + locked_name;
     EXPECT_EQ(rename_of(locked, locked), -1);
     EXPECT_EQ(rename_of(locked, std::string("/dev/b/") + locked_name), -1);
@@ -171,7 +171,7 @@ TEST_F(paths, EqualMarkersAreNothingToDo) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, ThePathIsCutAt63CharactersBeforeTheNameIsTaken) {
+TEST_F(PathsTest, ThePathIsCutAt63CharactersBeforeTheNameIsTaken) {
     // The name begins at character 42, so its character 20 is the path's character 62, the last that is kept.
     const std::string folder_of_42 = "/dev/" + std::string(36, 'd') + "/";
     ASSERT_EQ(folder_of_42.size(), 42u);
@@ -186,7 +186,7 @@ TEST_F(paths, ThePathIsCutAt63CharactersBeforeTheNameIsTaken) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, ABareNameLosesItsFirstCharacterSoTheMarkerMoves) {
+TEST_F(PathsTest, ABareNameLosesItsFirstCharacterSoTheMarkerMoves) {
     EXPECT_EQ(rename_of(unlocked_name, locked_name), -1) << "'a' at character 21 of both";
     EXPECT_EQ(rename_of(std::string("x") + unlocked_name, std::string("x") + locked_name), 12);
 }
@@ -200,7 +200,7 @@ std::string file_name_of(std::string path, int32_t expected_result = 0) {
     return text.data();
 }
 
-TEST_F(paths, ExtractFileNameKeepsWhatFollowsTheLastSlash) {
+TEST_F(PathsTest, ExtractFileNameKeepsWhatFollowsTheLastSlash) {
     EXPECT_EQ(file_name_of("/a/b"), "b");
     EXPECT_EQ(file_name_of("/b"), "b");
     EXPECT_EQ(file_name_of("dir/"), "");
@@ -210,18 +210,18 @@ TEST_F(paths, ExtractFileNameKeepsWhatFollowsTheLastSlash) {
     EXPECT_EQ(file_name_of(""), "");
 }
 
-TEST_F(paths, ExtractFileNameDropsTheFirstCharacterOfABareName) {
+TEST_F(PathsTest, ExtractFileNameDropsTheFirstCharacterOfABareName) {
     EXPECT_EQ(file_name_of("ab"), "b");
     EXPECT_EQ(file_name_of("a"), "");
 }
 
-TEST_F(paths, ExtractFileNameZeroFillsTheRest) {
+TEST_F(PathsTest, ExtractFileNameZeroFillsTheRest) {
     char text[] = "/dir/name";
     EXPECT_EQ(extract_file_name(text), 0);
     EXPECT_EQ(std::memcmp(text, "name\0\0\0\0\0", 10), 0);
 }
 
-TEST_F(paths, ExtractFileNameRefusesMoreThan255Characters) {
+TEST_F(PathsTest, ExtractFileNameRefusesMoreThan255Characters) {
     const std::string longest = "/" + std::string(253, 'a') + "/";
     EXPECT_EQ(file_name_of(longest), "");
     const std::string too_long = "/" + std::string(255, 'a');
@@ -230,7 +230,7 @@ TEST_F(paths, ExtractFileNameRefusesMoreThan255Characters) {
 
 // --- What module 0 does specially ---
 
-TEST_F(paths, TheSpecialsCallModule0WhateverServesThePath) {
+TEST_F(PathsTest, TheSpecialsCallModule0WhateverServesThePath) {
     const auto path = write_plain("x", "abc");
     for (vfs_mount_entry& entry : g_stvfsmnt.Entries)
         entry.iState = 0;
@@ -243,13 +243,13 @@ TEST_F(paths, TheSpecialsCallModule0WhateverServesThePath) {
                                                    call("znfs_ChangeRecType", path, ", 63, 9) = 0")));
 }
 
-TEST_F(paths, ChangeRecTypeRefusesTypesOutsideOf1To63) {
+TEST_F(PathsTest, ChangeRecTypeRefusesTypesOutsideOf1To63) {
     for (const int32_t type : {0, 64, -1, INT32_MIN, INT32_MAX})
         EXPECT_EQ(vfs_ChangeRecType("/dev/x", type, 1), -1);
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(paths, UpdataePreRecPtrPassesTheModulesOwnNumberWhateverModuleOpenedTheFile) {
+TEST_F(PathsTest, UpdataePreRecPtrPassesTheModulesOwnNumberWhateverModuleOpenedTheFile) {
     const auto plain_file = write_plain("x", "abc");
     const auto disk_file = write_disk("x", "abc");
     ASSERT_EQ(vfs_Open(0, disk_file.c_str(), 0), 1);

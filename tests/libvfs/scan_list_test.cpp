@@ -9,10 +9,10 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class scan_list : public ::testing::Test {
+class ScanListTest : public ::testing::Test {
 protected:
-    scan_list() { script = {}; }
-    ~scan_list() override {
+    ScanListTest() { script = {}; }
+    ~ScanListTest() override {
         for (int32_t i = 0; i < count; ++i)
             std::free(list[i]);
         std::free(list);
@@ -42,23 +42,23 @@ vfs_block_record block(uint32_t number, uint32_t key) {
     return record;
 }
 
-TEST_F(scan_list, NamesTheBlocksInAscendingOrderOfTheirThirdWord) {
+TEST_F(ScanListTest, NamesTheBlocksInAscendingOrderOfTheirThirdWord) {
     use_blocks({block(7, 300), block(8, 100), block(-9u, 200)});
     EXPECT_THAT(scan("/dev/sda1"), ElementsAre("/dev/sda1/8", "/dev/sda1/-9", "/dev/sda1/7"));
     EXPECT_THAT(script.calls, ElementsAre("GetUsedBlockNum /dev/sda1", "GetBlockInfo /dev/sda1 3"));
 }
 
-TEST_F(scan_list, BlocksWithEqualKeysKeepTheirOrder) {
+TEST_F(ScanListTest, BlocksWithEqualKeysKeepTheirOrder) {
     use_blocks({block(1, 5), block(2, 4), block(3, 5), block(4, 4), block(5, 5), block(6, 4), block(7, 5)});
     EXPECT_THAT(scan("/d"), ElementsAre("/d/2", "/d/4", "/d/6", "/d/1", "/d/3", "/d/5", "/d/7"));
 }
 
-TEST_F(scan_list, KeysThatLieFarApartAreInTheOrderOfTheirWrappedDifference) {
+TEST_F(ScanListTest, KeysThatLieFarApartAreInTheOrderOfTheirWrappedDifference) {
     use_blocks({block(1, 0), block(2, 0x90000000)});
     EXPECT_THAT(scan("/d"), ElementsAre("/d/2", "/d/1"));
 }
 
-TEST_F(scan_list, AnEntryHas280BytesThatAreZeroButForTheNameAt19) {
+TEST_F(ScanListTest, AnEntryHas280BytesThatAreZeroButForTheNameAt19) {
     use_blocks({block(5, 1)});
     scan("/dev/a");
     ASSERT_EQ(count, 1);
@@ -68,19 +68,19 @@ TEST_F(scan_list, AnEntryHas280BytesThatAreZeroButForTheNameAt19) {
     EXPECT_EQ(std::memcmp(list[0], expected, 280), 0);
 }
 
-TEST_F(scan_list, OnlyTheBlocksThatWereFilledAreListed) {
+TEST_F(ScanListTest, OnlyTheBlocksThatWereFilledAreListed) {
     use_blocks({block(1, 2), block(2, 1)});
     script.used_blocks = 10;
     EXPECT_THAT(scan("/dev/a"), ElementsAre("/dev/a/2", "/dev/a/1"));
     EXPECT_EQ(script.calls.back(), "GetBlockInfo /dev/a 10");
 }
 
-TEST_F(scan_list, NoBlocksAreAnEmptyList) {
+TEST_F(ScanListTest, NoBlocksAreAnEmptyList) {
     EXPECT_EQ(_vfs_ScanDir("/dev/a", &list), 0);
     EXPECT_NE(list, nullptr);
 }
 
-TEST_F(scan_list, AFailureOfTheModuleLeavesTheListAlone) {
+TEST_F(ScanListTest, AFailureOfTheModuleLeavesTheListAlone) {
     script.used_blocks = -3;
     EXPECT_EQ(_vfs_ScanDir("/dev/a", &list), -1);
     EXPECT_THAT(script.calls, ElementsAre("GetUsedBlockNum /dev/a"));
@@ -90,14 +90,14 @@ TEST_F(scan_list, AFailureOfTheModuleLeavesTheListAlone) {
     EXPECT_EQ(list, nullptr);
 }
 
-TEST_F(scan_list, APathThatFillsTheNameIsCut) {
+TEST_F(ScanListTest, APathThatFillsTheNameIsCut) {
     use_blocks({block(5, 1)});
     const std::string path(300, 'p');
     EXPECT_THAT(scan(path), ElementsAre(std::string(255, 'p')));
     EXPECT_EQ(list[0]->Padding[0], 0);
 }
 
-TEST_F(scan_list, BlocksAreComparedByAWrappingSubtraction) {
+TEST_F(ScanListTest, BlocksAreComparedByAWrappingSubtraction) {
     const auto compared = [](uint32_t a, uint32_t b) {
         const vfs_block_record first = block(1, a);
         const vfs_block_record second = block(2, b);

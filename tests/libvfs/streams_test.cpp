@@ -8,7 +8,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class streams : public layer_test {
+class StreamsTest : public LayerTest {
 protected:
     vfs_file* open_stream(const std::string& content, const char* mode = "rb") {
         const auto path = write_plain(std::string("file") + std::to_string(++files), content);
@@ -28,9 +28,9 @@ struct mode_case {
     int flags; // -1: no open
 };
 
-class stream_modes : public layer_test, public ::testing::WithParamInterface<mode_case> {};
+class StreamModesTest : public LayerTest, public ::testing::WithParamInterface<mode_case> {};
 
-TEST_P(stream_modes, DecideTheOpenFlags) {
+TEST_P(StreamModesTest, DecideTheOpenFlags) {
     const auto path = write_plain("x", "abc");
     vfs_file* const stream = vfs_fopen(0, path.c_str(), GetParam().mode);
     if (GetParam().flags < 0) {
@@ -45,7 +45,7 @@ TEST_P(stream_modes, DecideTheOpenFlags) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    table, stream_modes,
+    Table, StreamModesTest,
     ::testing::Values(mode_case{"r", 0}, mode_case{"rb", 0}, mode_case{"br", 0}, mode_case{"r+", 64},
                       mode_case{"rb+", 64}, mode_case{"r+b", 64}, mode_case{"w", 65}, mode_case{"wb", 65},
                       mode_case{"w+", 66}, mode_case{"wb+", 66}, mode_case{"w+b", 66}, mode_case{"a", 1024},
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // --- Opening and closing ---
 
-TEST_F(streams, AStreamIsTheEntryOfItsDescriptor) {
+TEST_F(StreamsTest, AStreamIsTheEntryOfItsDescriptor) {
     vfs_file* const first = open_stream("abc");
     vfs_file* const second = open_stream("abc");
     EXPECT_EQ(first, &g_stvfile[1]);
@@ -71,20 +71,20 @@ TEST_F(streams, AStreamIsTheEntryOfItsDescriptor) {
     EXPECT_EQ(second->iFd, 2);
 }
 
-TEST_F(streams, OpenPassesTheSelectorOn) {
+TEST_F(StreamsTest, OpenPassesTheSelectorOn) {
     const auto path = write_plain("x", "abc");
     EXPECT_NE(vfs_fopen(4, path.c_str(), "r"), nullptr);
     EXPECT_THAT(module_probe::calls(), ElementsAre(open_call("znfs_Open", 4, path, "0) = 3")));
 }
 
-TEST_F(streams, OpenGivesNullWhenTheFileDoesNotOpen) {
+TEST_F(StreamsTest, OpenGivesNullWhenTheFileDoesNotOpen) {
     EXPECT_EQ(vfs_fopen(0, plain("missing").c_str(), "r"), nullptr);
     EXPECT_EQ(vfs_fopen(0, nullptr, "r"), nullptr);
     g_stvfsmnt.Entries[1].iState = 0;
     EXPECT_EQ(vfs_fopen(0, write_plain("x", "abc").c_str(), "r"), nullptr);
 }
 
-TEST_F(streams, CloseFreesTheStream) {
+TEST_F(StreamsTest, CloseFreesTheStream) {
     vfs_file* const stream = open_stream("abc");
     EXPECT_EQ(vfs_fclose(stream), 0);
     EXPECT_THAT(module_probe::calls(), ElementsAre("sznfs_Close(3) = 0"));
@@ -93,7 +93,7 @@ TEST_F(streams, CloseFreesTheStream) {
     EXPECT_EQ(module_probe::count(), 1);
 }
 
-TEST_F(streams, AFailedCloseKeepsTheStreamOpen) {
+TEST_F(StreamsTest, AFailedCloseKeepsTheStreamOpen) {
     vfs_file* const stream = open_stream("abc");
     module_probe::fail("Close", 1, 9);
     EXPECT_EQ(vfs_fclose(stream), 9);
@@ -114,20 +114,20 @@ void expect_refused(vfs_file* stream) {
     EXPECT_THAT(module_probe::calls(), IsEmpty());
 }
 
-TEST_F(streams, NullIsRefused) {
+TEST_F(StreamsTest, NullIsRefused) {
     expect_refused(nullptr);
 }
 
-TEST_F(streams, AFreeEntryIsRefused) {
+TEST_F(StreamsTest, AFreeEntryIsRefused) {
     expect_refused(&g_stvfile[5]);
 }
 
-TEST_F(streams, AnEntryWhoseOpenIsInProgressIsRefused) {
+TEST_F(StreamsTest, AnEntryWhoseOpenIsInProgressIsRefused) {
     vfs_file reserved = {0, 0, &g_stvfsmnt.Entries[1].Operations};
     expect_refused(&reserved);
 }
 
-TEST_F(streams, AnEntryWithABadDescriptorIsRefused) {
+TEST_F(StreamsTest, AnEntryWithABadDescriptorIsRefused) {
     vfs_file negative = {-1, 3, &g_stvfsmnt.Entries[1].Operations};
     expect_refused(&negative);
     vfs_file not_open = {7, 3, &g_stvfsmnt.Entries[1].Operations};
@@ -138,7 +138,7 @@ TEST_F(streams, AnEntryWithABadDescriptorIsRefused) {
 
 // --- Reading and writing ---
 
-TEST_F(streams, ReadGivesTheNumberOfWholeItems) {
+TEST_F(StreamsTest, ReadGivesTheNumberOfWholeItems) {
     vfs_file* const stream = open_stream("0123456789");
     EXPECT_EQ(vfs_fread(buffer, 4, 3, stream), 2) << "10 bytes by 4";
     EXPECT_EQ(std::string(buffer, 10), "0123456789") << "the bytes of the item in part have been read";
@@ -146,44 +146,44 @@ TEST_F(streams, ReadGivesTheNumberOfWholeItems) {
     EXPECT_EQ(module_probe::calls().front(), "sznfs_Read(3, 12) = 10");
 }
 
-TEST_F(streams, ReadAtTheEndGivesMinus1) {
+TEST_F(StreamsTest, ReadAtTheEndGivesMinus1) {
     vfs_file* const stream = open_stream("abc");
     EXPECT_EQ(vfs_fread(buffer, 1, 3, stream), 3);
     EXPECT_EQ(vfs_fread(buffer, 1, 1, stream), -1);
     EXPECT_EQ(module_probe::calls().back(), "sznfs_Read(3, 1) = 0");
 }
 
-TEST_F(streams, ReadOfLessThanOneItemGives0) {
+TEST_F(StreamsTest, ReadOfLessThanOneItemGives0) {
     vfs_file* const stream = open_stream("abc");
     EXPECT_EQ(vfs_fread(buffer, 4, 1, stream), 0);
 }
 
-TEST_F(streams, ReadOfNothingGivesMinus1) {
+TEST_F(StreamsTest, ReadOfNothingGivesMinus1) {
     vfs_file* const stream = open_stream("abc");
     EXPECT_EQ(vfs_fread(buffer, 0, 5, stream), -1);
     EXPECT_EQ(vfs_fread(buffer, 5, 0, stream), -1);
     EXPECT_EQ(vfs_ftell(stream), 0);
 }
 
-TEST_F(streams, ReadOfSize0NeverDivides) {
+TEST_F(StreamsTest, ReadOfSize0NeverDivides) {
     vfs_file* const stream = open_stream("abc");
     module_probe::fail("Read", 1, 3); // a module that claims to have read what nobody asked for
     EXPECT_EQ(vfs_fread(buffer, 0, 5, stream), -1);
 }
 
-TEST_F(streams, AFailedReadGivesMinus1WhateverTheModuleSaid) {
+TEST_F(StreamsTest, AFailedReadGivesMinus1WhateverTheModuleSaid) {
     vfs_file* const stream = open_stream("abc");
     module_probe::fail("Read", 1, -77);
     EXPECT_EQ(vfs_fread(buffer, 1, 1, stream), -1);
 }
 
-TEST_F(streams, SizeTimesCountIsA32BitProduct) {
+TEST_F(StreamsTest, SizeTimesCountIsA32BitProduct) {
     vfs_file* const stream = open_stream("abcdef");
     EXPECT_EQ(vfs_fread(buffer, 0x80000001, 2, stream), 0) << "2 bytes are less than one item";
     EXPECT_EQ(module_probe::calls().back(), "sznfs_Read(3, 2) = 2");
 }
 
-TEST_F(streams, WriteGivesTheCountWhenEverythingWasWritten) {
+TEST_F(StreamsTest, WriteGivesTheCountWhenEverythingWasWritten) {
     vfs_file* const stream = open_stream("", "wb");
     EXPECT_EQ(vfs_fwrite("0123456789ab", 4, 3, stream), 3);
     EXPECT_THAT(module_probe::calls(), ElementsAre("sznfs_Write(3, 12) = 12"));
@@ -191,34 +191,34 @@ TEST_F(streams, WriteGivesTheCountWhenEverythingWasWritten) {
     EXPECT_EQ(scratch::read_text(plain("file1")), "0123456789ab");
 }
 
-TEST_F(streams, AShortWriteGivesMinus1) {
+TEST_F(StreamsTest, AShortWriteGivesMinus1) {
     vfs_file* const stream = open_stream("", "wb");
     module_probe::cut("Write", 1, 11);
     EXPECT_EQ(vfs_fwrite("0123456789ab", 4, 3, stream), -1);
     EXPECT_EQ(vfs_ftell(stream), 11);
 }
 
-TEST_F(streams, AFailedWriteGivesMinus1) {
+TEST_F(StreamsTest, AFailedWriteGivesMinus1) {
     vfs_file* const stream = open_stream("abc", "rb");
     EXPECT_EQ(vfs_fwrite("0123", 4, 1, stream), -1);
     module_probe::fail("Write", 1, -1);
     EXPECT_EQ(vfs_fwrite("", 0xFFFFFFFF, 1, stream), -1) << "the failure looks like the number wanted";
 }
 
-TEST_F(streams, WriteOfNothingGivesTheCount) {
+TEST_F(StreamsTest, WriteOfNothingGivesTheCount) {
     vfs_file* const stream = open_stream("", "wb");
     EXPECT_EQ(vfs_fwrite("", 0, 5, stream), 5);
     EXPECT_EQ(vfs_fwrite("", 5, 0, stream), 0);
     EXPECT_THAT(module_probe::calls(), ElementsAre("sznfs_Write(3, 0) = 0", "sznfs_Write(3, 0) = 0"));
 }
 
-TEST_F(streams, AStreamOfModeRPlusCannotWrite) {
+TEST_F(StreamsTest, AStreamOfModeRPlusCannotWrite) {
     vfs_file* const stream = open_stream("abc", "r+b");
     EXPECT_EQ(vfs_fwrite("x", 1, 1, stream), -1);
     EXPECT_EQ(vfs_fread(buffer, 1, 3, stream), 3);
 }
 
-TEST_F(streams, NoModeTruncates) {
+TEST_F(StreamsTest, NoModeTruncates) {
     vfs_file* const stream = open_stream("abcdef", "w");
     EXPECT_EQ(vfs_fwrite("X", 1, 1, stream), 1);
     vfs_fclose(stream);
@@ -227,7 +227,7 @@ TEST_F(streams, NoModeTruncates) {
 
 // --- Position ---
 
-TEST_F(streams, SeekGives0AndMovesThePosition) {
+TEST_F(StreamsTest, SeekGives0AndMovesThePosition) {
     vfs_file* const stream = open_stream("0123456789");
     EXPECT_EQ(vfs_fseek(stream, -3, SEEK_END), 0);
     EXPECT_EQ(vfs_ftell(stream), 7);
@@ -236,14 +236,14 @@ TEST_F(streams, SeekGives0AndMovesThePosition) {
     EXPECT_NE(vfs_feof(stream), 0);
 }
 
-TEST_F(streams, AFailedSeekLeavesThePosition) {
+TEST_F(StreamsTest, AFailedSeekLeavesThePosition) {
     vfs_file* const stream = open_stream("0123456789");
     EXPECT_EQ(vfs_fseek(stream, 4, SEEK_SET), 0);
     EXPECT_EQ(vfs_fseek(stream, -5, SEEK_CUR), -1);
     EXPECT_EQ(vfs_ftell(stream), 4);
 }
 
-TEST_F(streams, SeekBeyond2GiBIsReportedAsAFailureAndTakesPlace) {
+TEST_F(StreamsTest, SeekBeyond2GiBIsReportedAsAFailureAndTakesPlace) {
     vfs_file* const stream = open_stream("", "w+b");
     ASSERT_EQ(vfs_ftruncate(stream->iFd, 0xC0000000 + int64_t{16}), 0);
     EXPECT_EQ(vfs_fseek(stream, -16, SEEK_END), -0x40000000) << "the low 32 bits of 3 GiB";
@@ -255,7 +255,7 @@ TEST_F(streams, SeekBeyond2GiBIsReportedAsAFailureAndTakesPlace) {
     EXPECT_STREQ(buffer, "here");
 }
 
-TEST_F(streams, OnlyTheLow32BitsOfTheNewPositionCount) {
+TEST_F(StreamsTest, OnlyTheLow32BitsOfTheNewPositionCount) {
     vfs_file* const stream = open_stream("abc");
     const auto seek_that_gives = [&](int64_t position) {
         module_probe::fail("Seek", 1, position);

@@ -11,7 +11,7 @@ namespace {
 constexpr int thread_count = 4;
 constexpr int round_count = 100;
 
-class threads : public layer_test {
+class ThreadsTest : public LayerTest {
 protected:
     template <typename Work>
     static void run(Work work) {
@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(threads, UseFilesOfTheirOwnUndisturbed) {
+TEST_F(ThreadsTest, UseFilesOfTheirOwnUndisturbed) {
     std::atomic<int> mistakes = 0;
     run([&](int thread) {
         const std::string content(10 + static_cast<size_t>(thread), static_cast<char>('a' + thread));
@@ -42,7 +42,7 @@ TEST_F(threads, UseFilesOfTheirOwnUndisturbed) {
         EXPECT_EQ(iIsValidFd(fd), -1);
 }
 
-TEST_F(threads, NeverGetTheSameDescriptor) {
+TEST_F(ThreadsTest, NeverGetTheSameDescriptor) {
     const auto path = write_plain("x", "abc");
     std::vector<std::vector<int32_t>> given(thread_count);
     run([&](int thread) {
@@ -57,7 +57,7 @@ TEST_F(threads, NeverGetTheSameDescriptor) {
     EXPECT_EQ(*all.rbegin(), 80);
 }
 
-TEST_F(threads, NeverGetTheSameDirectoryHandle) {
+TEST_F(ThreadsTest, NeverGetTheSameDirectoryHandle) {
     for (int thread = 0; thread < thread_count; ++thread)
         for (int file = 0; file <= thread; ++file)
             write_disk("sda1/" + std::to_string(thread) + "/" + std::to_string(file), "");

@@ -45,20 +45,20 @@ private:
     std::string query_end_;
 };
 
-class command_line : public ::testing::TestWithParam<bool> {
+class CommandLineTest : public ::testing::TestWithParam<bool> {
 protected:
-    command_line() {
+    CommandLineTest() {
         if (GetParam())
             setenv("POSIXLY_CORRECT", "1", 1);
         else
             unsetenv("POSIXLY_CORRECT");
     }
-    ~command_line() override { unsetenv("POSIXLY_CORRECT"); }
+    ~CommandLineTest() override { unsetenv("POSIXLY_CORRECT"); }
 
     reader read;
 };
 
-TEST_P(command_line, a_complaint_has_the_same_words_on_every_libc) {
+TEST_P(CommandLineTest, AComplaintHasTheSameWordsOnEveryLibc) {
     const auto complaint = [this](const std::vector<std::string>& arguments) {
         ::testing::internal::CaptureStderr();
         EXPECT_EQ(read(arguments).what, job::help);
@@ -73,18 +73,18 @@ TEST_P(command_line, a_complaint_has_the_same_words_on_every_libc) {
     EXPECT_EQ(complaint({"-a", "-q"}), "kmr_viewer: option requires an argument -- 'q'\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(, command_line, ::testing::Bool(), [](const auto& stops_at_names) {
+INSTANTIATE_TEST_SUITE_P(, CommandLineTest, ::testing::Bool(), [](const auto& stops_at_names) {
     return stops_at_names.param ? "getopt_that_stops_at_names" : "getopt_that_reorders";
 });
 
-TEST_P(command_line, without_words_asks_for_an_analysis_of_nothing) {
+TEST_P(CommandLineTest, WithoutWordsAsksForAnAnalysisOfNothing) {
     const kmr::command_line command = read({});
     EXPECT_EQ(command.what, job::analysis);
     EXPECT_EQ(command.option_word, 0U);
     EXPECT_STREQ(command.recording.data(), "");
 }
 
-TEST_P(command_line, every_letter_sets_its_bit) {
+TEST_P(CommandLineTest, EveryLetterSetsItsBit) {
     EXPECT_EQ(read({"-s"}).option_word, 0x01U);
     EXPECT_EQ(read({"-a"}).option_word, 0x02U);
     EXPECT_EQ(read({"-i"}).option_word, 0x04U);
@@ -94,13 +94,13 @@ TEST_P(command_line, every_letter_sets_its_bit) {
     EXPECT_EQ(read({"-o"}).option_word, 0x80U);
 }
 
-TEST_P(command_line, bits_of_repeated_and_joined_letters_are_combined) {
+TEST_P(CommandLineTest, BitsOfRepeatedAndJoinedLettersAreCombined) {
     EXPECT_EQ(read({"-a", "-a", "-s"}).option_word, 0x03U);
     EXPECT_EQ(read({"-saitum"}).option_word, 0x77U);
     EXPECT_EQ(read({"-saitum"}).what, job::analysis);
 }
 
-TEST_P(command_line, a_name_is_attached_or_the_next_word) {
+TEST_P(CommandLineTest, ANameIsAttachedOrTheNextWord) {
     EXPECT_STREQ(read({"-fx.kmr"}).recording.data(), "x.kmr");
     EXPECT_STREQ(read({"-f", "x.kmr"}).recording.data(), "x.kmr");
     EXPECT_STREQ(read({"-amf", "x.kmr"}).recording.data(), "x.kmr");
@@ -109,12 +109,12 @@ TEST_P(command_line, a_name_is_attached_or_the_next_word) {
     EXPECT_STREQ(read({"-f", "--"}).recording.data(), "--");
 }
 
-TEST_P(command_line, a_later_name_replaces_an_earlier_one) {
+TEST_P(CommandLineTest, ALaterNameReplacesAnEarlierOne) {
     const kmr::command_line command = read({"-f", "a-long-name.kmr", "-f", "b"});
     EXPECT_EQ(std::string(command.recording.data(), command.recording.size()), "b" + std::string(127, '\0'));
 }
 
-TEST_P(command_line, words_that_are_no_options_are_passed_over) {
+TEST_P(CommandLineTest, WordsThatAreNoOptionsArePassedOver) {
     EXPECT_EQ(read({"x", "-a"}).option_word, 0x02U);
     EXPECT_EQ(read({"-s", "x", "y", "-a"}).option_word, 0x03U);
     EXPECT_EQ(read({"-a", "x"}).option_word, 0x02U);
@@ -125,7 +125,7 @@ TEST_P(command_line, words_that_are_no_options_are_passed_over) {
     EXPECT_STREQ(read({"x", "-f", "name", "y"}).recording.data(), "name");
 }
 
-TEST_P(command_line, two_dashes_end_the_options) {
+TEST_P(CommandLineTest, TwoDashesEndTheOptions) {
     EXPECT_EQ(read({"-a", "--", "-s"}).option_word, 0x02U);
     EXPECT_EQ(read({"--", "-h"}).what, job::analysis);
     EXPECT_EQ(read({"x", "--", "-a"}).option_word, 0U);
@@ -133,7 +133,7 @@ TEST_P(command_line, two_dashes_end_the_options) {
     EXPECT_EQ(read({"--", "x", "-", "-a"}).option_word, 0U);
 }
 
-TEST_P(command_line, a_bad_option_asks_for_help_whatever_came_before) {
+TEST_P(CommandLineTest, ABadOptionAsksForHelpWhateverCameBefore) {
     EXPECT_EQ(read({"-h"}).what, job::help);
     EXPECT_EQ(read({"-a", "-f", "x", "-h"}).what, job::help);
     EXPECT_EQ(read({"-oname", "-f", "x", "-h"}).what, job::help);
@@ -146,12 +146,12 @@ TEST_P(command_line, a_bad_option_asks_for_help_whatever_came_before) {
     EXPECT_EQ(read({"-a", "-q"}).what, job::help);
 }
 
-TEST_P(command_line, options_behind_a_bad_one_are_not_looked_at) {
+TEST_P(CommandLineTest, OptionsBehindABadOneAreNotLookedAt) {
     EXPECT_EQ(read({"-h", "-q", "1,2"}).what, job::help);
     EXPECT_EQ(read({"-f", std::string(128, 'n'), "-q", "1,2"}).what, job::help);
 }
 
-TEST_P(command_line, export_takes_an_attached_name_only) {
+TEST_P(CommandLineTest, ExportTakesAnAttachedNameOnly) {
     const kmr::command_line attached = read({"-f", "in.kmr", "-o/dbg/a.kmr"});
     EXPECT_EQ(attached.what, job::copy_out);
     EXPECT_STREQ(attached.output.data(), "/dbg/a.kmr");
@@ -168,12 +168,12 @@ TEST_P(command_line, export_takes_an_attached_name_only) {
     EXPECT_STREQ(read({"-o-f", "x"}).output.data(), "-f");
 }
 
-TEST_P(command_line, export_wins_over_the_letters_of_the_analysis) {
+TEST_P(CommandLineTest, ExportWinsOverTheLettersOfTheAnalysis) {
     EXPECT_EQ(read({"-a", "-o", "-f", "x", "-m"}).what, job::copy_out);
     EXPECT_EQ(read({"-a", "-o", "-m"}).option_word, 0xC2U);
 }
 
-TEST_P(command_line, a_query_is_cut_at_its_first_comma) {
+TEST_P(CommandLineTest, AQueryIsCutAtItsFirstComma) {
     const kmr::command_line command = read({"-q", "abc,def"});
     EXPECT_EQ(command.what, job::query);
     EXPECT_STREQ(command.query.data(), "abc");
@@ -185,13 +185,13 @@ TEST_P(command_line, a_query_is_cut_at_its_first_comma) {
     EXPECT_EQ(read.query_end(), "");
 }
 
-TEST_P(command_line, a_query_runs_where_it_stands) {
+TEST_P(CommandLineTest, AQueryRunsWhereItStands) {
     EXPECT_EQ(read({"-a", "-oname", "-q", "1,2", "-h"}).what, job::query);
     EXPECT_EQ(read({"-q", "1,2", "-f", std::string(200, 'n')}).what, job::query);
     EXPECT_EQ(read({"-h", "-q", "1,2"}).what, job::help);
 }
 
-TEST_P(command_line, a_query_without_a_comma_is_an_export) {
+TEST_P(CommandLineTest, AQueryWithoutACommaIsAnExport) {
     const kmr::command_line command = read({"-f", "x", "-q", "abc"});
     EXPECT_EQ(command.what, job::copy_out);
     EXPECT_EQ(command.option_word, 0x80U);
@@ -200,13 +200,13 @@ TEST_P(command_line, a_query_without_a_comma_is_an_export) {
     EXPECT_EQ(read({"-q", "abc", "-q", "1,2"}).what, job::query);
 }
 
-TEST_P(command_line, an_empty_query_is_an_export_to_the_name_of_the_recording) {
+TEST_P(CommandLineTest, AnEmptyQueryIsAnExportToTheNameOfTheRecording) {
     const kmr::command_line command = read({"-f", "x", "-oname", "-q", ""});
     EXPECT_EQ(command.what, job::copy_out);
     EXPECT_STREQ(command.output.data(), "x");
 }
 
-TEST_P(command_line, names_hold_up_to_127_characters) {
+TEST_P(CommandLineTest, NamesHoldUpTo127Characters) {
     const std::string longest(127, 'n');
     EXPECT_EQ(read({"-f", longest}).what, job::analysis);
     EXPECT_EQ(read({"-f", longest}).recording.data(), longest);
@@ -215,7 +215,7 @@ TEST_P(command_line, names_hold_up_to_127_characters) {
     EXPECT_EQ(read({"-f", std::string(100000, 'n')}).what, job::help);
 }
 
-TEST_P(command_line, queries_hold_up_to_127_characters) {
+TEST_P(CommandLineTest, QueriesHoldUpTo127Characters) {
     const std::string longest = std::string(63, '1') + "," + std::string(63, '2');
     EXPECT_EQ(read({"-q", longest}).what, job::query);
     EXPECT_EQ(read.query_end(), std::string(63, '2'));
@@ -226,7 +226,7 @@ TEST_P(command_line, queries_hold_up_to_127_characters) {
     EXPECT_EQ(read({"-q", std::string(129, 'q')}).what, job::help);
 }
 
-TEST_P(command_line, output_names_are_cut_behind_128_characters) {
+TEST_P(CommandLineTest, OutputNamesAreCutBehind128Characters) {
     const std::string name(128, 'o');
     EXPECT_EQ(read({"-o" + name.substr(1)}).output.data(), name.substr(1));
     EXPECT_EQ(read({"-o" + name}).output.data(), name);

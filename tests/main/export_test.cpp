@@ -18,18 +18,18 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class copy_out : public ::testing::Test {
+class CopyOutTest : public ::testing::Test {
 protected:
     // The layer finds the test modules below the working directory that the test program was started in.
     static void SetUpTestSuite() { vfs_Init(); }
 
-    copy_out() {
+    CopyOutTest() {
         bOpenFirst = 1;
         in = place.write("in.kmr", content);
         out = place.file("out.kmr");
         module_probe::reset();
     }
-    ~copy_out() override { module_probe::reset(); }
+    ~CopyOutTest() override { module_probe::reset(); }
 
     static std::string printed_by(const std::string& from, const std::string& to) {
         ::testing::internal::CaptureStdout();
@@ -69,7 +69,7 @@ protected:
     std::string out;
 };
 
-TEST_F(copy_out, reads_blocks_of_4096_bytes_and_asks_for_the_end_after_each) {
+TEST_F(CopyOutTest, ReadsBlocksOf4096BytesAndAsksForTheEndAfterEach) {
     EXPECT_EQ(printed(), "file size=10000\n");
     EXPECT_EQ(written(), content);
     EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
@@ -78,83 +78,83 @@ TEST_F(copy_out, reads_blocks_of_4096_bytes_and_asks_for_the_end_after_each) {
                                      "sznfs_Read(N, 4096) = 1808", "sznfs_Eof(N) = 1", "sznfs_Close(N) = 0"));
 }
 
-TEST_F(copy_out, ends_where_the_module_says_that_the_file_ends) {
+TEST_F(CopyOutTest, EndsWhereTheModuleSaysThatTheFileEnds) {
     module_probe::fail("Eof", 2, 7);
     EXPECT_EQ(printed(), "file size=8192\n");
     EXPECT_EQ(written(), bytes(content.begin(), content.begin() + 8192));
 }
 
-TEST_F(copy_out, ends_when_the_module_cannot_say) {
+TEST_F(CopyOutTest, EndsWhenTheModuleCannotSay) {
     module_probe::fail("Eof", 1, -1);
     EXPECT_EQ(printed(), "file size=4096\n");
 }
 
-TEST_F(copy_out, ends_when_nothing_more_is_read_although_the_file_goes_on) {
+TEST_F(CopyOutTest, EndsWhenNothingMoreIsReadAlthoughTheFileGoesOn) {
     module_probe::fail_from("Eof", 1, 0);
     EXPECT_EQ(printed(), "file size=10000\n");
     EXPECT_EQ(written(), content);
 }
 
-TEST_F(copy_out, ends_with_the_size_so_far_when_a_read_fails) {
+TEST_F(CopyOutTest, EndsWithTheSizeSoFarWhenAReadFails) {
     module_probe::fail("Read", 2);
     EXPECT_EQ(printed(), "file size=4096\n");
     EXPECT_EQ(written(), bytes(content.begin(), content.begin() + 4096));
     EXPECT_THAT(calls().back(), "sznfs_Close(N) = 0");
 }
 
-TEST_F(copy_out, makes_an_empty_file_when_the_first_read_fails) {
+TEST_F(CopyOutTest, MakesAnEmptyFileWhenTheFirstReadFails) {
     module_probe::fail("Read", 1);
     EXPECT_EQ(printed(), "file size=0\n");
     EXPECT_THAT(written(), IsEmpty());
 }
 
-TEST_F(copy_out, takes_short_blocks_as_they_come) {
+TEST_F(CopyOutTest, TakesShortBlocksAsTheyCome) {
     module_probe::cut("Read", 1, 100);
     module_probe::cut("Read", 2, 1);
     EXPECT_EQ(printed(), "file size=10000\n");
     EXPECT_EQ(written(), content);
 }
 
-TEST_F(copy_out, reports_the_block_that_did_not_fit) {
+TEST_F(CopyOutTest, ReportsTheBlockThatDidNotFit) {
     EXPECT_EQ(printed_by(in, "/dev/full"), "fwrite error. iLen=4096 iRet=0\nfile size=0\n");
     EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
                                      "sznfs_Read(N, 4096) = 4096", "sznfs_Close(N) = 0"));
 }
 
-TEST_F(copy_out, prints_and_makes_nothing_when_the_recording_is_not_there) {
+TEST_F(CopyOutTest, PrintsAndMakesNothingWhenTheRecordingIsNotThere) {
     EXPECT_EQ(printed_by(place.file("missing.kmr"), out), "");
     EXPECT_FALSE(fs::exists(out));
 }
 
 // The target is not touched before the recording is open.
-TEST_F(copy_out, leaves_the_target_when_the_recording_cannot_be_opened) {
+TEST_F(CopyOutTest, LeavesTheTargetWhenTheRecordingCannotBeOpened) {
     place.write_text("out.kmr", "kept");
     module_probe::fail("Open", 1);
     EXPECT_EQ(printed(), "");
     EXPECT_EQ(scratch::read_text(out), "kept");
 }
 
-TEST_F(copy_out, opens_and_closes_the_recording_when_the_target_cannot_be_opened) {
+TEST_F(CopyOutTest, OpensAndClosesTheRecordingWhenTheTargetCannotBeOpened) {
     const std::string target = place.file("missing/out.kmr");
     EXPECT_EQ(printed_by(in, target), "fopen " + target + " error\n");
     EXPECT_THAT(calls(), ElementsAre("sznfs_Stat(\"in.kmr\") = 0", "sznfs_Open(0, \"in.kmr\", 0) = N",
                                      "sznfs_Close(N) = 0"));
 }
 
-TEST_F(copy_out, replaces_what_the_target_held) {
+TEST_F(CopyOutTest, ReplacesWhatTheTargetHeld) {
     place.write("out.kmr", bytes(20000, 1));
     EXPECT_EQ(printed(), "file size=10000\n");
     EXPECT_EQ(written(), content);
 }
 
-TEST_F(copy_out, refuses_the_recording_itself_under_every_name) {
+TEST_F(CopyOutTest, RefusesTheRecordingItselfUnderEveryName) {
     fs::create_symlink(in, place.file("symlink"));
     fs::create_hard_link(in, place.file("hardlink"));
     for (const char* name : {"in.kmr", "./in.kmr", "symlink", "hardlink"})
         expect_refused((place.path() / name).string());
 }
 
-TEST_F(copy_out, refuses_any_regular_file_that_is_held_open) {
+TEST_F(CopyOutTest, RefusesAnyRegularFileThatIsHeldOpen) {
     const std::string held = place.write_text("held", "kept");
     const int descriptor = open(held.c_str(), O_RDONLY);
     expect_refused(held);
@@ -163,7 +163,7 @@ TEST_F(copy_out, refuses_any_regular_file_that_is_held_open) {
     EXPECT_EQ(printed_by(in, held), "file size=10000\n");
 }
 
-TEST_F(copy_out, refuses_a_held_file_whatever_its_descriptor) {
+TEST_F(CopyOutTest, RefusesAHeldFileWhateverItsDescriptor) {
     const std::string held = place.write_text("held", "kept");
     const int low = open(held.c_str(), O_RDONLY);
     const int high = dup2(low, 1000);
@@ -172,7 +172,7 @@ TEST_F(copy_out, refuses_a_held_file_whatever_its_descriptor) {
     close(high);
 }
 
-TEST_F(copy_out, keeps_no_descriptor_after_any_failure) {
+TEST_F(CopyOutTest, KeepsNoDescriptorAfterAnyFailure) {
     const int before = scratch::open_descriptors();
     for (const char* operation : {"Stat", "Open", "Read", "Eof"})
         for (int nth = 1; nth <= 4; ++nth) {
@@ -187,7 +187,7 @@ TEST_F(copy_out, keeps_no_descriptor_after_any_failure) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST_F(copy_out, leaves_its_entry_of_the_table_of_open_recordings_taken) {
+TEST_F(CopyOutTest, LeavesItsEntryOfTheTableOfOpenRecordingsTaken) {
     for (int i = 0; i < REC_MAX_OPEN; ++i)
         EXPECT_EQ(printed(), "file size=10000\n");
     fs::remove(out);
@@ -195,7 +195,7 @@ TEST_F(copy_out, leaves_its_entry_of_the_table_of_open_recordings_taken) {
     EXPECT_FALSE(fs::exists(out));
 }
 
-TEST(input_file, is_assigned_by_nobody) {
+TEST(InputFileTest, IsAssignedByNobody) {
     EXPECT_EQ(input_file, nullptr);
 }
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(help, is_eight_lines_that_begin_with_the_name_as_called) {
+TEST(HelpTest, IsEightLinesThatBeginWithTheNameAsCalled) {
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(PromptInfo("./some where/kmr_viewer"), 0);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "./some where/kmr_viewer: version 1.0.0\n"
@@ -17,7 +17,7 @@ TEST(help, is_eight_lines_that_begin_with_the_name_as_called) {
                                                         "-o Output file. e.g.:-o/dbg/a.kmr\n");
 }
 
-TEST(help, names_the_version) {
+TEST(HelpTest, NamesTheVersion) {
     EXPECT_STREQ(version, "1.0.0");
 }
 

@@ -33,7 +33,7 @@ std::string written(const std::string& text) {
     return (text + '\0').append(path_size - text.size() - 1, 'x');
 }
 
-TEST(mount_path, has_two_digits_and_partition_1) {
+TEST(MountPathTest, HasTwoDigitsAndPartition1) {
     const std::vector<std::pair<int32_t, std::string>> paths{
         {0, "/dev/scsi/host00/part1"}, {1, "/dev/scsi/host01/part1"},  {7, "/dev/scsi/host07/part1"},
         {9, "/dev/scsi/host09/part1"}, {10, "/dev/scsi/host10/part1"}, {22, "/dev/scsi/host22/part1"},
@@ -44,22 +44,22 @@ TEST(mount_path, has_two_digits_and_partition_1) {
     }
 }
 
-TEST(mount_path, of_slot_24_is_refused_and_leaves_the_buffer) {
+TEST(MountPathTest, OfSlot24IsRefusedAndLeavesTheBuffer) {
     EXPECT_EQ(path_of(24).result, -1);
     EXPECT_EQ(path_of(24).bytes, std::string(path_size, 'x'));
 }
 
-TEST(mount_path, of_any_other_slot_is_refused_and_empties_the_buffer) {
+TEST(MountPathTest, OfAnyOtherSlotIsRefusedAndEmptiesTheBuffer) {
     for (const int32_t slot : {-1, 25, 26, 100, -24, INT32_MIN, INT32_MAX}) {
         EXPECT_EQ(path_of(slot).result, -1) << slot;
         EXPECT_EQ(path_of(slot).bytes, written("")) << slot;
     }
 }
 
-class mounting : public ::testing::Test {
+class MountingTest : public ::testing::Test {
 protected:
-    mounting() { module_probe::reset(); }
-    ~mounting() override { module_probe::reset(); }
+    MountingTest() { module_probe::reset(); }
+    ~MountingTest() override { module_probe::reset(); }
 
     // In slot order, whatever each gives.
     static std::vector<std::string> start_calls(const std::string& mount_result) {
@@ -73,19 +73,19 @@ protected:
     }
 };
 
-TEST_F(mounting, initialises_the_module_and_then_tries_all_disks_in_ascending_order) {
+TEST_F(MountingTest, InitialisesTheModuleAndThenTriesAllDisksInAscendingOrder) {
     module_probe::fail_from("Mount", 1, 5);
     EXPECT_EQ(inner_InitVFS(), 0);
     EXPECT_THAT(module_probe::calls(), ElementsAreArray(start_calls("5")));
 }
 
-TEST_F(mounting, goes_on_when_disks_are_missing) {
+TEST_F(MountingTest, GoesOnWhenDisksAreMissing) {
     module_probe::fail_from("Mount", 1);
     EXPECT_EQ(inner_InitVFS(), 0);
     EXPECT_THAT(module_probe::calls(), ElementsAreArray(start_calls("-1")));
 }
 
-TEST_F(mounting, loads_the_modules_first) {
+TEST_F(MountingTest, LoadsTheModulesFirst) {
     EXPECT_EQ(inner_InitVFS(), 0);
     EXPECT_EQ(g_stvfsmnt.Entries[0].iState, 1U);
     EXPECT_EQ(g_stvfsmnt.Entries[1].iState, 1U);
@@ -96,7 +96,7 @@ void print_last_call() {
     std::fprintf(stderr, "last: %s\n", calls.empty() ? "none" : calls.back().c_str());
 }
 
-TEST_F(mounting, shuts_the_module_down_when_the_process_ends) {
+TEST_F(MountingTest, ShutsTheModuleDownWhenTheProcessEnds) {
     const auto start_and_end = [] {
         std::atexit(print_last_call);
         inner_InitVFS();

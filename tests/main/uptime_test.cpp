@@ -12,7 +12,7 @@ int64_t expected_uptime() {
     return static_cast<int64_t>(ticks) * 1000 / sysconf(_SC_CLK_TCK) + 300000;
 }
 
-TEST(uptime, is_the_tick_count_in_milliseconds_from_300000_on) {
+TEST(UptimeTest, IsTheTickCountInMillisecondsFrom300000On) {
     const int64_t before = expected_uptime();
     const int64_t uptime = get_uptime_ms();
     const int64_t after = expected_uptime();
@@ -20,7 +20,7 @@ TEST(uptime, is_the_tick_count_in_milliseconds_from_300000_on) {
     EXPECT_LE(uptime, after);
 }
 
-TEST(uptime, runs_on) {
+TEST(UptimeTest, RunsOn) {
     const int64_t start = get_uptime_ms();
     usleep(60000);
     const int64_t passed = get_uptime_ms() - start;

@@ -10,7 +10,7 @@
 
 namespace {
 
-class plain_files : public both_modules {
+class PlainFilesTest : public BothModulesTest {
 protected:
     std::string read_text(int32_t number, uint32_t count) const {
         std::string text(count, '?');
@@ -19,9 +19,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(modules, plain_files, ::testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(Modules, PlainFilesTest, ::testing::Values(0, 1));
 
-TEST_P(plain_files, NumbersStartAt3AndTheLowestFreeOneIsGiven) {
+TEST_P(PlainFilesTest, NumbersStartAt3AndTheLowestFreeOneIsGiven) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.open(path), 3);
     EXPECT_EQ(module.open(path), 4);
@@ -30,12 +30,12 @@ TEST_P(plain_files, NumbersStartAt3AndTheLowestFreeOneIsGiven) {
     EXPECT_EQ(module.open(path), 4);
 }
 
-TEST_P(plain_files, TheSelectorIsIgnored) {
+TEST_P(PlainFilesTest, TheSelectorIsIgnored) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.call<int32_t>("Open", int32_t{99}, path.c_str(), int32_t{0}), 3);
 }
 
-TEST_P(plain_files, WhatIsNoFileDoesNotOpen) {
+TEST_P(PlainFilesTest, WhatIsNoFileDoesNotOpen) {
     const int before = scratch::open_descriptors();
     EXPECT_EQ(module.open(file("missing")), -1);
     EXPECT_EQ(module.open(""), -1);
@@ -46,7 +46,7 @@ TEST_P(plain_files, WhatIsNoFileDoesNotOpen) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST_P(plain_files, APipeIsRefusedAtOnce) {
+TEST_P(PlainFilesTest, APipeIsRefusedAtOnce) {
     std::filesystem::create_directory(folder.path() / "dev");
     ASSERT_EQ(mkfifo(file("pipe").c_str(), 0666), 0);
     EXPECT_EQ(module.open(file("pipe"), O_RDONLY), -1);
@@ -54,7 +54,7 @@ TEST_P(plain_files, APipeIsRefusedAtOnce) {
     EXPECT_EQ(module.open(file("pipe"), O_RDWR), -1);
 }
 
-TEST_P(plain_files, NewFilesGetMode666LessTheUmask) {
+TEST_P(PlainFilesTest, NewFilesGetMode666LessTheUmask) {
     write_file("x", "");
     const mode_t before = umask(027);
     const int32_t number = module.open(file("new"), O_WRONLY | O_CREAT);
@@ -65,7 +65,7 @@ TEST_P(plain_files, NewFilesGetMode666LessTheUmask) {
     EXPECT_EQ(status.st_mode & 07777, 0640u);
 }
 
-TEST_P(plain_files, OpenFilesAreNotPassedOnToOtherPrograms) {
+TEST_P(PlainFilesTest, OpenFilesAreNotPassedOnToOtherPrograms) {
     const auto path = write_file("x", "abc");
     const int before = scratch::open_descriptors();
     ASSERT_EQ(module.open(path), 3);
@@ -78,7 +78,7 @@ TEST_P(plain_files, OpenFilesAreNotPassedOnToOtherPrograms) {
     }
 }
 
-TEST_P(plain_files, ReadMovesThePositionAndStopsAtTheEnd) {
+TEST_P(PlainFilesTest, ReadMovesThePositionAndStopsAtTheEnd) {
     const int32_t number = module.open(write_file("x", "0123456789"));
     EXPECT_EQ(read_text(number, 4), "0123");
     EXPECT_EQ(module.of_file("Tell", number), 4);
@@ -89,7 +89,7 @@ TEST_P(plain_files, ReadMovesThePositionAndStopsAtTheEnd) {
     EXPECT_EQ(module.of_file("Tell", number), 10);
 }
 
-TEST_P(plain_files, WriteMovesThePosition) {
+TEST_P(PlainFilesTest, WriteMovesThePosition) {
     const int32_t number = module.open(write_file("x", "0123456789"), O_RDWR);
     EXPECT_EQ(module.seek(number, 2, SEEK_SET), 2);
     EXPECT_EQ(module.write(number, "AB", 2), 2);
@@ -99,7 +99,7 @@ TEST_P(plain_files, WriteMovesThePosition) {
     EXPECT_EQ(scratch::read_text(file("x")), "01AB456789");
 }
 
-TEST_P(plain_files, AppendedBytesGoToTheEndAndThePositionFollows) {
+TEST_P(PlainFilesTest, AppendedBytesGoToTheEndAndThePositionFollows) {
     const int32_t number = module.open(write_file("x", "0123456789"), O_RDWR | O_APPEND);
     EXPECT_EQ(module.of_file("Tell", number), 0);
     EXPECT_EQ(read_text(number, 2), "01");
@@ -111,7 +111,7 @@ TEST_P(plain_files, AppendedBytesGoToTheEndAndThePositionFollows) {
     EXPECT_EQ(scratch::read_text(file("x")), "0123456789ABC");
 }
 
-TEST_P(plain_files, SeekFromEveryOrigin) {
+TEST_P(PlainFilesTest, SeekFromEveryOrigin) {
     const int32_t number = module.open(write_file("x", "0123456789"));
     EXPECT_EQ(module.seek(number, 4, SEEK_SET), 4);
     EXPECT_EQ(module.seek(number, 3, SEEK_CUR), 7);
@@ -123,7 +123,7 @@ TEST_P(plain_files, SeekFromEveryOrigin) {
     EXPECT_EQ(read_text(number, 5), "");
 }
 
-TEST_P(plain_files, ARefusedSeekLeavesThePosition) {
+TEST_P(PlainFilesTest, ARefusedSeekLeavesThePosition) {
     const int32_t number = module.open(write_file("x", "0123456789"));
     EXPECT_EQ(module.seek(number, 4, SEEK_SET), 4);
     EXPECT_EQ(module.seek(number, -1, SEEK_SET), -1);
@@ -137,7 +137,7 @@ TEST_P(plain_files, ARefusedSeekLeavesThePosition) {
     EXPECT_EQ(module.of_file("Tell", number), 4);
 }
 
-TEST_P(plain_files, PositionsBeyond4GiBAreServed) {
+TEST_P(PlainFilesTest, PositionsBeyond4GiBAreServed) {
     const int32_t number = module.open(write_file("x", ""), O_RDWR);
     EXPECT_EQ(module.seek(number, 0x123456789, SEEK_SET), 0x123456789);
     EXPECT_EQ(module.write(number, "far", 3), 3);
@@ -147,13 +147,13 @@ TEST_P(plain_files, PositionsBeyond4GiBAreServed) {
     EXPECT_EQ(read_text(number, 3), "far");
 }
 
-TEST_P(plain_files, TellBeyond2GiBIsNegative) {
+TEST_P(PlainFilesTest, TellBeyond2GiBIsNegative) {
     const int32_t number = module.open(write_file("x", ""));
     EXPECT_EQ(module.seek(number, 0xC0000000, SEEK_SET), 0xC0000000);
     EXPECT_EQ(module.of_file("Tell", number), -0x40000000);
 }
 
-TEST_P(plain_files, EofFollowsAGrowingFile) {
+TEST_P(PlainFilesTest, EofFollowsAGrowingFile) {
     const auto path = write_file("x", "abc");
     const int32_t reader = module.open(path);
     const int32_t writer = module.open(path, O_WRONLY | O_APPEND);
@@ -164,11 +164,11 @@ TEST_P(plain_files, EofFollowsAGrowingFile) {
     EXPECT_EQ(read_text(reader, 3), "d");
 }
 
-TEST_P(plain_files, AnEmptyFileIsAtItsEnd) {
+TEST_P(PlainFilesTest, AnEmptyFileIsAtItsEnd) {
     EXPECT_EQ(module.of_file("Eof", module.open(write_file("x", ""))), 1);
 }
 
-TEST_P(plain_files, FilesHaveAPositionEach) {
+TEST_P(PlainFilesTest, FilesHaveAPositionEach) {
     const auto path = write_file("x", "0123456789");
     const int32_t first = module.open(path);
     const int32_t second = module.open(path);
@@ -177,7 +177,7 @@ TEST_P(plain_files, FilesHaveAPositionEach) {
     EXPECT_EQ(read_text(first, 3), "345");
 }
 
-TEST_P(plain_files, TruncateSetsTheLengthAndKeepsThePosition) {
+TEST_P(PlainFilesTest, TruncateSetsTheLengthAndKeepsThePosition) {
     const int32_t number = module.open(write_file("x", "0123456789"), O_RDWR);
     module.seek(number, 6, SEEK_SET);
     EXPECT_EQ(module.call<int32_t>("ftruncate", number, int64_t{4}), 0);
@@ -188,12 +188,12 @@ TEST_P(plain_files, TruncateSetsTheLengthAndKeepsThePosition) {
     EXPECT_EQ(module.call<int32_t>("ftruncate", number, int64_t{-1}), -1);
 }
 
-TEST_P(plain_files, SyncReports0) {
+TEST_P(PlainFilesTest, SyncReports0) {
     const int32_t number = module.open(write_file("x", "abc"), O_RDWR);
     EXPECT_EQ(module.of_file("fsync", number), 0);
 }
 
-TEST_P(plain_files, ErrorTellsTheLastFailureOfEachFile) {
+TEST_P(PlainFilesTest, ErrorTellsTheLastFailureOfEachFile) {
     const auto path = write_file("x", "abc");
     const int32_t read_only = module.open(path);
     const int32_t untouched = module.open(path);
@@ -206,13 +206,13 @@ TEST_P(plain_files, ErrorTellsTheLastFailureOfEachFile) {
     EXPECT_EQ(scratch::read_text(path), "abc");
 }
 
-TEST_P(plain_files, ABadBufferFailsQuietly) {
+TEST_P(PlainFilesTest, ABadBufferFailsQuietly) {
     const int32_t number = module.open(write_file("x", "abc"), O_RDWR);
     EXPECT_EQ(module.read(number, nullptr, 3), -1);
     EXPECT_EQ(module.of_file("Tell", number), 0);
 }
 
-TEST_P(plain_files, NumbersThatAreNotOpenAreRefused) {
+TEST_P(PlainFilesTest, NumbersThatAreNotOpenAreRefused) {
     const int32_t closed = module.open(write_file("x", "abc"));
     ASSERT_EQ(module.close(closed), 0);
     char buffer[4];
@@ -229,7 +229,7 @@ TEST_P(plain_files, NumbersThatAreNotOpenAreRefused) {
     }
 }
 
-TEST_P(plain_files, A1025thFileIsRefused) {
+TEST_P(PlainFilesTest, A1025thFileIsRefused) {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = limit.rlim_max;
@@ -244,7 +244,7 @@ TEST_P(plain_files, A1025thFileIsRefused) {
         EXPECT_EQ(module.close(number), 0);
 }
 
-TEST_P(plain_files, ThreadsUseDifferentFilesAtOnce) {
+TEST_P(PlainFilesTest, ThreadsUseDifferentFilesAtOnce) {
     std::atomic<int> mistakes = 0;
     const auto use_a_file = [&](int thread) {
         const std::string content(100, static_cast<char>('a' + thread));

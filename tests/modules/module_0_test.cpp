@@ -11,7 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::UnorderedElementsAre;
 
-class module_0 : public plain_module_test {
+class Module0Test : public PlainModuleTest {
 protected:
     int32_t lock(const std::string& path, int32_t flag) const {
         return module.call<int32_t>("Lock", path.c_str(), flag);
@@ -46,7 +46,7 @@ mode_t permissions(const std::string& path) {
 
 // --- Where paths lead ---
 
-TEST_F(module_0, PathsBelowDevScsiLieBelowTheFolderDisks) {
+TEST_F(Module0Test, PathsBelowDevScsiLieBelowTheFolderDisks) {
     const scratch::working_directory here(folder.path());
     folder.write_text("disks/host03/part1/X", "on disk");
     const int32_t number = module.open("/dev/scsi/host03/part1/X");
@@ -61,7 +61,7 @@ TEST_F(module_0, PathsBelowDevScsiLieBelowTheFolderDisks) {
     EXPECT_FALSE(fs::exists("disks/host03/part1/X"));
 }
 
-TEST_F(module_0, TheWorkingDirectoryOfTheCallCounts) {
+TEST_F(Module0Test, TheWorkingDirectoryOfTheCallCounts) {
     folder.write_text("first/disks/host00/x", "1");
     folder.write_text("second/disks/host00/x", "22");
     vfs_stat_record record = {};
@@ -75,21 +75,21 @@ TEST_F(module_0, TheWorkingDirectoryOfTheCallCounts) {
     EXPECT_EQ(record.Size, 2);
 }
 
-TEST_F(module_0, OtherPathsAreTheHosts) {
+TEST_F(Module0Test, OtherPathsAreTheHosts) {
     const auto path = folder.write_text("dev/scsi/x", "abc");
     vfs_stat_record record = {};
     EXPECT_EQ(module.stat(path, record), 0) << "/dev/scsi/ counts at the start alone";
     EXPECT_EQ(module.stat("/dev/null", record), 0);
 }
 
-TEST_F(module_0, APathThatIsTooLongNamesNothing) {
+TEST_F(Module0Test, APathThatIsTooLongNamesNothing) {
     vfs_stat_record record = {};
     EXPECT_EQ(module.stat("/dev/scsi/" + std::string(PATH_MAX, 'a'), record), -1);
 }
 
 // --- Start and end ---
 
-TEST_F(module_0, MountSucceedsWhereTheDiskIs) {
+TEST_F(Module0Test, MountSucceedsWhereTheDiskIs) {
     const scratch::working_directory here(folder.path());
     fs::create_directories("disks/host00/part1");
     module.call<void>("Init", int32_t{0});
@@ -97,7 +97,7 @@ TEST_F(module_0, MountSucceedsWhereTheDiskIs) {
     EXPECT_EQ(module.of_path("Mount", "/dev/scsi/host01/part1"), -1);
 }
 
-TEST_F(module_0, DeInitClosesWhatIsOpenAndMayComeTwice) {
+TEST_F(Module0Test, DeInitClosesWhatIsOpenAndMayComeTwice) {
     const auto path = write_file("x", "abc");
     const int before = scratch::open_descriptors();
     EXPECT_EQ(module.open(path), 3);
@@ -111,7 +111,7 @@ TEST_F(module_0, DeInitClosesWhatIsOpenAndMayComeTwice) {
 
 // --- Locking and changing recordings ---
 
-TEST_F(module_0, ALockedFileCannotBeWritten) {
+TEST_F(Module0Test, ALockedFileCannotBeWritten) {
     const auto path = write_file("x", "abc");
     fs::permissions(path, fs::perms{0664});
     EXPECT_EQ(lock(path, 1), 0);
@@ -122,19 +122,19 @@ TEST_F(module_0, ALockedFileCannotBeWritten) {
     EXPECT_EQ(scratch::read_text(path), "abc");
 }
 
-class module_0_times : public module_0 {
+class Module0TimesTest : public Module0Test {
 protected:
-    module_0_times() {
+    Module0TimesTest() {
         setenv("TZ", "CET-1", 1);
         tzset();
     }
-    ~module_0_times() override {
+    ~Module0TimesTest() override {
         unsetenv("TZ");
         tzset();
     }
 };
 
-TEST_F(module_0_times, ChangeCreateTimeChangesTheStartTimeAndNothingElse) {
+TEST_F(Module0TimesTest, ChangeCreateTimeChangesTheStartTimeAndNothingElse) {
     recording::bytes content = recording::sound({recording::frame{}});
     const auto path = folder.write("dev/x", content);
     const vfs_times times = {1000000001, 1000000002};
@@ -153,7 +153,7 @@ TEST_F(module_0_times, ChangeCreateTimeChangesTheStartTimeAndNothingElse) {
     EXPECT_EQ(scratch::read_file(path), content);
 }
 
-TEST_F(module_0_times, ChangeCreateTimeRefusesTimesThatTheHeaderCannotHold) {
+TEST_F(Module0TimesTest, ChangeCreateTimeRefusesTimesThatTheHeaderCannotHold) {
     const recording::bytes content = recording::file_header(1);
     const auto path = folder.write("dev/x", content);
     for (const int64_t time : {int64_t{-90000}, int64_t{4291747200}, INT64_MAX, INT64_MIN})
@@ -161,7 +161,7 @@ TEST_F(module_0_times, ChangeCreateTimeRefusesTimesThatTheHeaderCannotHold) {
     EXPECT_EQ(scratch::read_file(path), content);
 }
 
-TEST_F(module_0_times, ChangeCreateTimeRefusesWhatIsNoRecording) {
+TEST_F(Module0TimesTest, ChangeCreateTimeRefusesWhatIsNoRecording) {
     const auto path = write_file("x", std::string(100, 'x'));
     EXPECT_EQ(change_create_time(path, 1456761599), -1);
     EXPECT_EQ(scratch::read_text(path), std::string(100, 'x'));
@@ -169,14 +169,14 @@ TEST_F(module_0_times, ChangeCreateTimeRefusesWhatIsNoRecording) {
     EXPECT_EQ(change_create_time(folder.path(), 1456761599), -1);
 }
 
-TEST_F(module_0, ChangeRecTypeKeepsNothing) {
+TEST_F(Module0Test, ChangeRecTypeKeepsNothing) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.call<int32_t>("ChangeRecType", path.c_str(), int32_t{5}, int32_t{6}), 0);
     EXPECT_EQ(module.call<int32_t>("ChangeRecType", file("missing").c_str(), int32_t{5}, int32_t{6}), -1);
     EXPECT_EQ(scratch::read_text(path), "abc");
 }
 
-TEST_F(module_0, UpdataePreRecPtrWantsAnOpenFileAndKeepsNothing) {
+TEST_F(Module0Test, UpdataePreRecPtrWantsAnOpenFileAndKeepsNothing) {
     const auto path = write_file("x", "abc");
     const int32_t number = module.open(path);
     EXPECT_EQ(module.call<int32_t>("UpdataePreRecPtr", number, int32_t{5}, int32_t{6}), 0);
@@ -186,7 +186,7 @@ TEST_F(module_0, UpdataePreRecPtrWantsAnOpenFileAndKeepsNothing) {
 
 // --- Blocks and numbered directories ---
 
-TEST_F(module_0, UsedBlocksAreTheFoldersWithANumberForAName) {
+TEST_F(Module0Test, UsedBlocksAreTheFoldersWithANumberForAName) {
     for (const char* name :
          {"0", "3", "20150102", "2147483647", "2147483648", "03", "-1", "+1", "1x", "x", " 1"})
         write_file(std::string("part/") + name + "/file", "");
@@ -210,7 +210,7 @@ TEST_F(module_0, UsedBlocksAreTheFoldersWithANumberForAName) {
                                             std::vector<uint32_t>{2147483647, 1, 2147483647, 0, 0, 0}));
 }
 
-TEST_F(module_0, BlockInfoFillsNoMoreThanAskedFor) {
+TEST_F(Module0Test, BlockInfoFillsNoMoreThanAskedFor) {
     for (const char* name : {"1", "2", "3"})
         write_file(std::string("part/") + name + "/file", "");
     std::vector<vfs_block_record> blocks(2);
@@ -219,7 +219,7 @@ TEST_F(module_0, BlockInfoFillsNoMoreThanAskedFor) {
     EXPECT_EQ(block_info(file("part"), none), 0);
 }
 
-TEST_F(module_0, APartitionThatIsNotThereHasNoBlocks) {
+TEST_F(Module0Test, APartitionThatIsNotThereHasNoBlocks) {
     std::vector<vfs_block_record> blocks(2);
     EXPECT_EQ(module.of_path("GetUsedBlockNum", file("part")), -1);
     EXPECT_EQ(block_info(file("part"), blocks), -1);
@@ -227,7 +227,7 @@ TEST_F(module_0, APartitionThatIsNotThereHasNoBlocks) {
     EXPECT_EQ(module.of_path("GetUsedBlockNum", file("empty")), 0);
 }
 
-TEST_F(module_0, ANumberedDirectoryListsItsFilesInOrderOfTheirNames) {
+TEST_F(Module0Test, ANumberedDirectoryListsItsFilesInOrderOfTheirNames) {
     folder.write("dev/part/20150102/b", recording::file_header(1));
     write_file("part/20150102/a", "abc");
     fs::create_directory(file("part/20150102/subfolder"));
@@ -249,7 +249,7 @@ TEST_F(module_0, ANumberedDirectoryListsItsFilesInOrderOfTheirNames) {
     EXPECT_EQ(first.Size, 3);
 }
 
-TEST_F(module_0, NamesInADirectoryRecordHaveAtMost99Characters) {
+TEST_F(Module0Test, NamesInADirectoryRecordHaveAtMost99Characters) {
     write_file("part/1/" + std::string(120, 'n'), "");
     std::vector<vfs_directory_record> records(1);
     ASSERT_EQ(block_stat(file("part/"), 1, records), 1);
@@ -257,7 +257,7 @@ TEST_F(module_0, NamesInADirectoryRecordHaveAtMost99Characters) {
     EXPECT_EQ(records[0].Bytes[231], 0);
 }
 
-TEST_F(module_0, BlockStatFillsNoMoreThanAskedFor) {
+TEST_F(Module0Test, BlockStatFillsNoMoreThanAskedFor) {
     write_file("part/1/a", "");
     write_file("part/1/b", "");
     std::vector<vfs_directory_record> records(1);
@@ -265,7 +265,7 @@ TEST_F(module_0, BlockStatFillsNoMoreThanAskedFor) {
     EXPECT_EQ(name_in(records[0]), "a");
 }
 
-TEST_F(module_0, ADirectoryThatIsNotThereIsRefused) {
+TEST_F(Module0Test, ADirectoryThatIsNotThereIsRefused) {
     std::vector<vfs_directory_record> records(1);
     EXPECT_EQ(file_num(file("part/"), 1), -1);
     EXPECT_EQ(block_stat(file("part/"), 1, records), -1);
@@ -273,7 +273,7 @@ TEST_F(module_0, ADirectoryThatIsNotThereIsRefused) {
     EXPECT_EQ(file_num("/dev/" + std::string(5000, 'a') + "/", 1), -1);
 }
 
-TEST_F(module_0, NumberedDirectoriesOfADiskLieBelowTheFolderDisks) {
+TEST_F(Module0Test, NumberedDirectoriesOfADiskLieBelowTheFolderDisks) {
     const scratch::working_directory here(folder.path());
     folder.write_text("disks/host03/part1/20150102/x", "");
     EXPECT_EQ(module.of_path("GetUsedBlockNum", "/dev/scsi/host03/part1"), 1);

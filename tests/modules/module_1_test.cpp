@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;
 
-class module_1 : public plain_module_test {
+class Module1Test : public PlainModuleTest {
 protected:
     void* open_dir(const std::string& path) const { return module.call<void*>("OpenDir", path.c_str()); }
     const char* read_dir(void* handle) const {
@@ -26,7 +26,7 @@ protected:
     const plain_module module = plain_module::module_1();
 };
 
-TEST_F(module_1, PathsAreTheHosts) {
+TEST_F(Module1Test, PathsAreTheHosts) {
     const scratch::working_directory here(folder.path());
     folder.write_text("x", "abc");
     vfs_stat_record record = {};
@@ -34,7 +34,7 @@ TEST_F(module_1, PathsAreTheHosts) {
     EXPECT_EQ(record.Size, 3);
 }
 
-TEST_F(module_1, RenameRenames) {
+TEST_F(Module1Test, RenameRenames) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.call<int32_t>("Rename", path.c_str(), file("y").c_str()), 0);
     EXPECT_FALSE(fs::exists(path));
@@ -42,7 +42,7 @@ TEST_F(module_1, RenameRenames) {
     EXPECT_EQ(module.call<int32_t>("Rename", path.c_str(), file("y").c_str()), -1);
 }
 
-TEST_F(module_1, FcntlAnswersQuestionsAndRefusesChanges) {
+TEST_F(Module1Test, FcntlAnswersQuestionsAndRefusesChanges) {
     const int32_t number = module.open(write_file("x", "abc"), O_RDWR | O_APPEND);
     EXPECT_EQ(module.call<int32_t>("fcntl", number, int32_t{F_GETFD}, int32_t{0}), FD_CLOEXEC);
     EXPECT_EQ(module.call<int32_t>("fcntl", number, int32_t{F_GETFL}, int32_t{0}) & (O_ACCMODE | O_APPEND),
@@ -57,7 +57,7 @@ TEST_F(module_1, FcntlAnswersQuestionsAndRefusesChanges) {
 
 // --- Directories ---
 
-TEST_F(module_1, ScanDirListsTheNamesInOrder) {
+TEST_F(Module1Test, ScanDirListsTheNamesInOrder) {
     for (const char* name : {"b", "B", ".hidden", "a10", "a2"})
         write_file(name, "");
     fs::create_directory(file("folder"));
@@ -75,14 +75,14 @@ TEST_F(module_1, ScanDirListsTheNamesInOrder) {
     EXPECT_THAT(names, ElementsAre(".hidden", "B", "a10", "a2", "b", "folder"));
 }
 
-TEST_F(module_1, ScanDirOfAnEmptyFolderIsAnEmptyList) {
+TEST_F(Module1Test, ScanDirOfAnEmptyFolderIsAnEmptyList) {
     vfs_scan_entry** list = nullptr;
     EXPECT_EQ(scan(folder.path(), list), 0);
     ASSERT_NE(list, nullptr);
     std::free(list);
 }
 
-TEST_F(module_1, ScanDirOfNoFolderFailsAndLeavesTheListAlone) {
+TEST_F(Module1Test, ScanDirOfNoFolderFailsAndLeavesTheListAlone) {
     vfs_scan_entry** list = nullptr;
     EXPECT_EQ(scan(file("missing"), list), -1);
     EXPECT_EQ(scan(write_file("x", ""), list), -1);
@@ -90,7 +90,7 @@ TEST_F(module_1, ScanDirOfNoFolderFailsAndLeavesTheListAlone) {
     EXPECT_EQ(list, nullptr);
 }
 
-TEST_F(module_1, TheLongestNameOfTheHostIsListedWhole) {
+TEST_F(Module1Test, TheLongestNameOfTheHostIsListedWhole) {
     const std::string longest(255, 'n');
     write_file(longest, "");
     vfs_scan_entry** list = nullptr;
@@ -100,7 +100,7 @@ TEST_F(module_1, TheLongestNameOfTheHostIsListedWhole) {
     std::free(list);
 }
 
-TEST_F(module_1, AHandleBeginsWithMinus1AndReadsEveryName) {
+TEST_F(Module1Test, AHandleBeginsWithMinus1AndReadsEveryName) {
     write_file("a", "");
     write_file("b", "");
     void* const handle = open_dir(file(""));
@@ -116,7 +116,7 @@ TEST_F(module_1, AHandleBeginsWithMinus1AndReadsEveryName) {
     EXPECT_EQ(close_dir(handle), 0);
 }
 
-TEST_F(module_1, HandlesAreIndependent) {
+TEST_F(Module1Test, HandlesAreIndependent) {
     write_file("a", "");
     const int before = scratch::open_descriptors();
     void* const first = open_dir(file(""));
@@ -129,7 +129,7 @@ TEST_F(module_1, HandlesAreIndependent) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST_F(module_1, HandlesThatAreNotOpenAreRefused) {
+TEST_F(Module1Test, HandlesThatAreNotOpenAreRefused) {
     void* const handle = open_dir(folder.path());
     ASSERT_EQ(close_dir(handle), 0);
     int32_t looks_like_one = -1;

@@ -11,13 +11,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class plain_paths : public both_modules {
+class PlainPathsTest : public BothModulesTest {
 protected:
-    plain_paths() {
+    PlainPathsTest() {
         setenv("TZ", "CET-1", 1); // one hour ahead of UTC, without summer time
         tzset();
     }
-    ~plain_paths() override {
+    ~PlainPathsTest() override {
         unsetenv("TZ");
         tzset();
     }
@@ -38,13 +38,13 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(modules, plain_paths, ::testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(Modules, PlainPathsTest, ::testing::Values(0, 1));
 
 constexpr uint32_t start_in_cet = 1420167845 - 3600; // 2015-01-02 03:04:05
 
 // --- Stat ---
 
-TEST_P(plain_paths, StatFillsItsFieldsAndNothingElse) {
+TEST_P(PlainPathsTest, StatFillsItsFieldsAndNothingElse) {
     const auto path = write_file("x", "abcde");
     const vfs_times times = {1000000001, 852516354};
     ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
@@ -65,7 +65,7 @@ TEST_P(plain_paths, StatFillsItsFieldsAndNothingElse) {
     EXPECT_EQ(std::memcmp(&record, expected, sizeof expected), 0);
 }
 
-TEST_P(plain_paths, StatOfARecordingGivesItsTimes) {
+TEST_P(PlainPathsTest, StatOfARecordingGivesItsTimes) {
     const auto path = write_recording(recording::sound({recording::frame{}}));
     const vfs_times times = {1420168000, 1420171445};
     ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
@@ -78,7 +78,7 @@ TEST_P(plain_paths, StatOfARecordingGivesItsTimes) {
     EXPECT_EQ(record.Size, static_cast<int64_t>(fs::file_size(path)));
 }
 
-TEST_P(plain_paths, StatFollowsTheFilesSize) {
+TEST_P(PlainPathsTest, StatFollowsTheFilesSize) {
     const auto path = write_file("x", "");
     fs::resize_file(path, 0x123456789);
     vfs_stat_record record = {};
@@ -86,7 +86,7 @@ TEST_P(plain_paths, StatFollowsTheFilesSize) {
     EXPECT_EQ(record.Size, 0x123456789);
 }
 
-TEST_P(plain_paths, OnlyAPlausibleHeaderHasAStartTime) {
+TEST_P(PlainPathsTest, OnlyAPlausibleHeaderHasAStartTime) {
     EXPECT_EQ(start_of(recording::file_header(1)), start_in_cet);
     EXPECT_EQ(start_of(header_with(0, 0)), start_in_cet); // frame rate
     EXPECT_EQ(start_of(header_with(0, 60)), start_in_cet);
@@ -108,19 +108,19 @@ TEST_P(plain_paths, OnlyAPlausibleHeaderHasAStartTime) {
     EXPECT_EQ(start_of(header_with(20, 60)), 0u);
 }
 
-TEST_P(plain_paths, AHeaderCutShortHasNoStartTime) {
+TEST_P(PlainPathsTest, AHeaderCutShortHasNoStartTime) {
     recording::bytes header = recording::file_header(1);
     header.pop_back();
     EXPECT_EQ(start_of(header), 0u);
 }
 
-TEST_P(plain_paths, StatOfAFolderSucceedsWithoutAStartTime) {
+TEST_P(PlainPathsTest, StatOfAFolderSucceedsWithoutAStartTime) {
     vfs_stat_record record = {};
     EXPECT_EQ(module.stat(folder.path(), record), 0);
     EXPECT_EQ(record.StartTime, 0u);
 }
 
-TEST_P(plain_paths, AMissingFileIsRefusedByEveryOperation) {
+TEST_P(PlainPathsTest, AMissingFileIsRefusedByEveryOperation) {
     vfs_stat_record record = {};
     const vfs_times times = {1, 2};
     struct statfs statistics = {};
@@ -135,7 +135,7 @@ TEST_P(plain_paths, AMissingFileIsRefusedByEveryOperation) {
     }
 }
 
-TEST_P(plain_paths, StatLeavesTheAccessTimeOfAFileOfOnesOwn) {
+TEST_P(PlainPathsTest, StatLeavesTheAccessTimeOfAFileOfOnesOwn) {
     const auto path = write_recording(recording::file_header(1));
     const vfs_times times = {1000000001, 1000000002}; // last read before last written, so reading would count
     ASSERT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
@@ -148,13 +148,13 @@ TEST_P(plain_paths, StatLeavesTheAccessTimeOfAFileOfOnesOwn) {
 
 // --- The other operations ---
 
-TEST_P(plain_paths, UnlinkRemovesTheFile) {
+TEST_P(PlainPathsTest, UnlinkRemovesTheFile) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.of_path("Unlink", path), 0);
     EXPECT_FALSE(fs::exists(path));
 }
 
-TEST_P(plain_paths, ChangeTimeSetsAccessAndModificationTime) {
+TEST_P(PlainPathsTest, ChangeTimeSetsAccessAndModificationTime) {
     const auto path = write_file("x", "abc");
     const vfs_times times = {1000000001, 1000000002};
     EXPECT_EQ(module.call<int32_t>("ChangeTime", path.c_str(), &times), 0);
@@ -164,7 +164,7 @@ TEST_P(plain_paths, ChangeTimeSetsAccessAndModificationTime) {
     EXPECT_EQ(status.st_mtime, 1000000002);
 }
 
-TEST_P(plain_paths, TimesBeyond2038ComeBackFromStatAsTheyWereSet) {
+TEST_P(PlainPathsTest, TimesBeyond2038ComeBackFromStatAsTheyWereSet) {
     const auto path = write_file("x", "abc");
     // A long of 32 bits holds them as negative numbers.
     const vfs_times times = {static_cast<long>(3000000001u), static_cast<long>(4000000002u)};
@@ -175,13 +175,13 @@ TEST_P(plain_paths, TimesBeyond2038ComeBackFromStatAsTheyWereSet) {
     EXPECT_EQ(record.ModifyTime, 4000000002u);
 }
 
-TEST_P(plain_paths, SetUsrParamKeepsNothing) {
+TEST_P(PlainPathsTest, SetUsrParamKeepsNothing) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.call<int32_t>("SetUsrParam", path.c_str(), int32_t{1}, int32_t{2}), 0);
     EXPECT_EQ(scratch::read_text(path), "abc");
 }
 
-TEST_P(plain_paths, StatfsGivesTheHostsStatistics) {
+TEST_P(PlainPathsTest, StatfsGivesTheHostsStatistics) {
     struct statfs expected = {};
     struct statfs statistics = {};
     ASSERT_EQ(statfs(folder.path().c_str(), &expected), 0);
@@ -190,7 +190,7 @@ TEST_P(plain_paths, StatfsGivesTheHostsStatistics) {
     EXPECT_EQ(statistics.f_blocks, expected.f_blocks);
 }
 
-TEST_P(plain_paths, FormatIsRefusedAndRemovesNothing) {
+TEST_P(PlainPathsTest, FormatIsRefusedAndRemovesNothing) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.of_path("Format", folder.path()), -1);
     EXPECT_TRUE(fs::exists(path));

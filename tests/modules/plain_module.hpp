@@ -60,9 +60,9 @@ private:
 };
 
 // Numbers are handed out lowest first, so a test must leave nothing open behind it.
-class plain_module_test : public ::testing::Test {
+class PlainModuleTest : public ::testing::Test {
 protected:
-    ~plain_module_test() override {
+    ~PlainModuleTest() override {
         for (int32_t file = 3; file < 16; ++file) {
             plain_module::module_0().close(file);
             plain_module::module_1().close(file);
@@ -79,7 +79,7 @@ protected:
 };
 
 // What both modules do alike.
-class both_modules : public plain_module_test, public ::testing::WithParamInterface<int> {
+class BothModulesTest : public PlainModuleTest, public ::testing::WithParamInterface<int> {
 protected:
     const plain_module module = GetParam() == 0 ? plain_module::module_0() : plain_module::module_1();
 };

@@ -14,7 +14,7 @@ std::string numbered_bytes(size_t size) {
     return bytes;
 }
 
-class read_ahead : public plain_module_test {
+class ReadAheadTest : public PlainModuleTest {
 protected:
     std::string read_at(int32_t number, int64_t position, uint32_t count) const {
         EXPECT_EQ(module.seek(number, position, SEEK_SET), position);
@@ -26,7 +26,7 @@ protected:
     const plain_module module = plain_module::module_1();
 };
 
-TEST_F(read_ahead, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
+TEST_F(ReadAheadTest, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
     constexpr size_t size = 300000;
     const std::string content = numbered_bytes(size);
     const int32_t number = module.open(write_file("x", content));
@@ -43,7 +43,7 @@ TEST_F(read_ahead, ReadsOfAnySizeAnywhereGiveTheFilesBytes) {
     }
 }
 
-TEST_F(read_ahead, AReadOfNothingIsTheHosts) {
+TEST_F(ReadAheadTest, AReadOfNothingIsTheHosts) {
     const auto path = write_file("x", numbered_bytes(100));
     const int32_t number = module.open(path);
     EXPECT_EQ(read_at(number, 0, 0), "") << "before there is a window";
@@ -52,7 +52,7 @@ TEST_F(read_ahead, AReadOfNothingIsTheHosts) {
     EXPECT_EQ(read_at(module.open(path, O_WRONLY), 0, 0), "failed");
 }
 
-TEST_F(read_ahead, AWriteThroughTheSameFileShows) {
+TEST_F(ReadAheadTest, AWriteThroughTheSameFileShows) {
     const int32_t number = module.open(write_file("x", numbered_bytes(10000)), O_RDWR);
     read_at(number, 0, 32);
     module.seek(number, 100, SEEK_SET);
@@ -60,7 +60,7 @@ TEST_F(read_ahead, AWriteThroughTheSameFileShows) {
     EXPECT_EQ(read_at(number, 100, 7), "changed");
 }
 
-TEST_F(read_ahead, AWriteThroughAnotherOpenFileShows) {
+TEST_F(ReadAheadTest, AWriteThroughAnotherOpenFileShows) {
     const auto path = write_file("x", numbered_bytes(10000));
     const int32_t reader = module.open(path);
     const int32_t writer = module.open(path, O_WRONLY);
@@ -70,7 +70,7 @@ TEST_F(read_ahead, AWriteThroughAnotherOpenFileShows) {
     EXPECT_EQ(read_at(reader, 100, 7), "changed");
 }
 
-TEST_F(read_ahead, ATruncationShows) {
+TEST_F(ReadAheadTest, ATruncationShows) {
     const auto path = write_file("x", numbered_bytes(10000));
     const int32_t reader = module.open(path);
     const int32_t writer = module.open(path, O_RDWR);
@@ -80,7 +80,7 @@ TEST_F(read_ahead, ATruncationShows) {
     EXPECT_EQ(module.of_file("Eof", reader), 1);
 }
 
-TEST_F(read_ahead, AFileThatGrowsIsReadToItsNewEnd) {
+TEST_F(ReadAheadTest, AFileThatGrowsIsReadToItsNewEnd) {
     const auto path = write_file("x", "0123456789");
     const int32_t number = module.open(path);
     EXPECT_EQ(read_at(number, 0, 32), "0123456789");
@@ -91,7 +91,7 @@ TEST_F(read_ahead, AFileThatGrowsIsReadToItsNewEnd) {
     EXPECT_EQ(read_at(number, 0, 32), "0123456789abcdef");
 }
 
-TEST_F(read_ahead, TheEndIsToldAtItsByteAlone) {
+TEST_F(ReadAheadTest, TheEndIsToldAtItsByteAlone) {
     const int32_t number = module.open(write_file("x", numbered_bytes(8192)));
     std::string block(4096, '\0');
     EXPECT_EQ(module.read(number, block.data(), 4096), 4096);
@@ -103,7 +103,7 @@ TEST_F(read_ahead, TheEndIsToldAtItsByteAlone) {
     EXPECT_EQ(module.read(number, block.data(), 4096), 0);
 }
 
-TEST_F(read_ahead, ANumberThatIsGivenAgainKeepsNothingOfTheFileBefore) {
+TEST_F(ReadAheadTest, ANumberThatIsGivenAgainKeepsNothingOfTheFileBefore) {
     const int32_t number = module.open(write_file("x", numbered_bytes(5000)));
     read_at(number, 0, 32);
     module.close(number);
@@ -111,7 +111,7 @@ TEST_F(read_ahead, ANumberThatIsGivenAgainKeepsNothingOfTheFileBefore) {
     EXPECT_EQ(read_at(number, 0, 32), "other");
 }
 
-TEST_F(read_ahead, ReadingLeavesTheAccessTimeAlone) {
+TEST_F(ReadAheadTest, ReadingLeavesTheAccessTimeAlone) {
     const auto path = write_file("x", numbered_bytes(5000));
     const timespec long_ago[] = {{.tv_sec = 1000, .tv_nsec = 0}, {.tv_sec = 2000, .tv_nsec = 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), long_ago, 0), 0);

@@ -23,7 +23,7 @@ bytes small_recording() {
     });
 }
 
-class damage : public ::testing::Test {
+class DamageTest : public ::testing::Test {
 protected:
     void expect_survived(const bytes& file) {
         place.folder().write("damaged.kmr", file);
@@ -40,14 +40,14 @@ protected:
     std::mt19937 random{20150102};
 };
 
-TEST_F(damage, cut_at_every_byte) {
+TEST_F(DamageTest, CutAtEveryByte) {
     for (size_t size = 0; size <= sound.size(); ++size) {
         SCOPED_TRACE(size);
         expect_survived(bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size)));
     }
 }
 
-TEST_F(damage, noise_in_every_block_of_16_bytes) {
+TEST_F(DamageTest, NoiseInEveryBlockOf16Bytes) {
     for (size_t block = 0; block < sound.size(); block += 16) {
         SCOPED_TRACE(block);
         bytes file = sound;
@@ -57,7 +57,7 @@ TEST_F(damage, noise_in_every_block_of_16_bytes) {
     }
 }
 
-TEST_F(damage, one_or_zero_bits_in_every_block_of_16_bytes) {
+TEST_F(DamageTest, OneOrZeroBitsInEveryBlockOf16Bytes) {
     for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}})
         for (size_t block = 0; block < sound.size(); block += 16) {
             SCOPED_TRACE(block);
@@ -69,7 +69,7 @@ TEST_F(damage, one_or_zero_bits_in_every_block_of_16_bytes) {
 }
 
 // The count of frames is kept small, so that what is walked again and again comes to an end soon.
-TEST_F(damage, noise_from_end_to_end_with_sync_words_in_it) {
+TEST_F(DamageTest, NoiseFromEndToEndWithSyncWordsInIt) {
     for (int round = 0; round < 40; ++round) {
         SCOPED_TRACE(round);
         bytes file(2000);
@@ -88,7 +88,7 @@ TEST_F(damage, noise_from_end_to_end_with_sync_words_in_it) {
 }
 
 // The head's count decides how many rows there are; behind the end of the file they show zeros.
-TEST_F(damage, an_index_that_counts_more_records_than_the_file_has) {
+TEST_F(DamageTest, AnIndexThatCountsMoreRecordsThanTheFileHas) {
     constexpr uint32_t count = 10000;
     bytes file = sound;
     const size_t index_block = file.size() - recording::get_u32(file, file.size() - 4);

@@ -9,7 +9,7 @@ namespace {
 // Medium, disk 2, partition, date, time, and the record type at position 20.
 const std::string short_name = "H2100020150102030405C000000";
 
-class disks : public ::testing::Test {
+class DisksTest : public ::testing::Test {
 protected:
     void write(const std::string& path) { place.folder().write(path, recordings::all().at("sound.kmr")()); }
 
@@ -28,17 +28,17 @@ protected:
     viewer::place place;
 };
 
-TEST_F(disks, hold_a_recording_where_its_name_says) {
+TEST_F(DisksTest, HoldARecordingWhereItsNameSays) {
     write("disks/host02/part1/" + short_name);
     expect_found(short_name);
 }
 
-TEST_F(disks, are_searched_for_a_recording_that_moved_and_was_locked) {
+TEST_F(DisksTest, AreSearchedForARecordingThatMovedAndWasLocked) {
     write("disks/host05/part1/H2100020150102030405L000000");
     expect_found(short_name);
 }
 
-TEST_F(disks, are_searched_from_the_first_to_the_last) {
+TEST_F(DisksTest, AreSearchedFromTheFirstToTheLast) {
     write("disks/host23/part1/" + short_name);
     expect_found(short_name);
     write("disks/host00/part1/Hn100020150102030405C000000");
@@ -46,7 +46,7 @@ TEST_F(disks, are_searched_from_the_first_to_the_last) {
 }
 
 // Base 36: 'n' and 'N' are 23, 'o' is 24, which no disk is any more.
-TEST_F(disks, are_numbered_from_0_to_23) {
+TEST_F(DisksTest, AreNumberedFrom0To23) {
     for (const char* name : {"Hn100020150102030405C000000", "HN100020150102030405C000000"}) {
         write(std::string("disks/host23/part1/") + name);
         expect_found(name);
@@ -56,25 +56,25 @@ TEST_F(disks, are_numbered_from_0_to_23) {
     expect_missing("Ho100020150102030405C000000");
 }
 
-TEST_F(disks, show_a_recording_of_another_type_under_the_letters_c_and_l) {
+TEST_F(DisksTest, ShowARecordingOfAnotherTypeUnderTheLettersCAndL) {
     write("disks/host00/part1/H2100020150102030405C000000");
     expect_found("H2100020150102030405I000000");
     expect_missing("H2100020150102030405Z000000");
 }
 
-TEST_F(disks, are_named_by_full_paths_too) {
+TEST_F(DisksTest, AreNamedByFullPathsToo) {
     write("disks/host03/part1/a.kmr");
     expect_found("/dev/scsi/host03/part1/a.kmr");
     expect_missing("/dev/scsi/host04/part1/a.kmr");
 }
 
-TEST_F(disks, come_behind_a_file_of_that_very_name) {
+TEST_F(DisksTest, ComeBehindAFileOfThatVeryName) {
     write(short_name);
     place.folder().write("disks/host02/part1/" + short_name, {});
     expect_found(short_name);
 }
 
-TEST_F(disks, have_no_recordings_with_unusable_names) {
+TEST_F(DisksTest, HaveNoRecordingsWithUnusableNames) {
     write("disks/host02/part1/" + short_name);
     expect_missing("X2100020150102030405C000000");
     expect_missing(short_name + "0");

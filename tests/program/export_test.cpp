@@ -16,9 +16,9 @@ bytes of_size(size_t size) {
     return content;
 }
 
-class copy_out : public ::testing::Test {
+class CopyOutTest : public ::testing::Test {
 protected:
-    copy_out() { place.folder().write("in.kmr", content); }
+    CopyOutTest() { place.folder().write("in.kmr", content); }
 
     bytes written(const std::string& name) const { return scratch::read_file(place.path() / name); }
 
@@ -31,14 +31,14 @@ protected:
     viewer::place place;
 };
 
-TEST_F(copy_out, prints_the_size_and_nothing_else) {
+TEST_F(CopyOutTest, PrintsTheSizeAndNothingElse) {
     EXPECT_EQ(place.report({"-f", "in.kmr", "-oout.kmr"}), "file size=10000\n");
     EXPECT_EQ(written("out.kmr"), content);
     EXPECT_EQ(written("in.kmr"), content);
     EXPECT_FALSE(place.has("EndFrame"));
 }
 
-TEST_F(copy_out, of_every_size_around_a_block) {
+TEST_F(CopyOutTest, OfEverySizeAroundABlock) {
     for (const size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8192U}) {
         place.folder().write("in.kmr", of_size(size));
         EXPECT_EQ(place.report({"-f", "in.kmr", "-oout.kmr"}), "file size=" + std::to_string(size) + "\n");
@@ -46,13 +46,13 @@ TEST_F(copy_out, of_every_size_around_a_block) {
     }
 }
 
-TEST_F(copy_out, replaces_a_longer_file) {
+TEST_F(CopyOutTest, ReplacesALongerFile) {
     place.folder().write("out.kmr", of_size(20000));
     EXPECT_EQ(place.report({"-oout.kmr", "-f", "in.kmr", "-a"}), "file size=10000\n");
     EXPECT_EQ(written("out.kmr"), content);
 }
 
-TEST_F(copy_out, is_what_a_query_without_a_comma_asks_for) {
+TEST_F(CopyOutTest, IsWhatAQueryWithoutACommaAsksFor) {
     EXPECT_EQ(place.report({"-f", "in.kmr", "-q", "abc"}), "file size=10000\n");
     EXPECT_EQ(written("abc"), content);
     EXPECT_EQ(place.report({"-f", "in.kmr", "-q", "n", "-oout.kmr"}), "file size=10000\n");
@@ -60,38 +60,38 @@ TEST_F(copy_out, is_what_a_query_without_a_comma_asks_for) {
     EXPECT_TRUE(place.has("out.kmr"));
 }
 
-TEST_F(copy_out, cuts_an_output_name_behind_128_characters) {
+TEST_F(CopyOutTest, CutsAnOutputNameBehind128Characters) {
     const std::string name(128, 'o');
     EXPECT_EQ(place.report({"-f", "in.kmr", "-o" + name + "xyz"}), "file size=10000\n");
     EXPECT_EQ(written(name), content);
 }
 
-TEST_F(copy_out, prints_nothing_and_makes_nothing_without_a_recording) {
+TEST_F(CopyOutTest, PrintsNothingAndMakesNothingWithoutARecording) {
     EXPECT_EQ(place.report({"-f", "missing.kmr", "-oout.kmr"}), "");
     EXPECT_EQ(place.report({"-oout.kmr"}), "");
     EXPECT_EQ(place.report({"-o"}), "");
     EXPECT_FALSE(place.has("out.kmr"));
 }
 
-TEST_F(copy_out, does_not_touch_the_target_when_there_is_no_recording) {
+TEST_F(CopyOutTest, DoesNotTouchTheTargetWhenThereIsNoRecording) {
     place.folder().write_text("out.kmr", "kept");
     EXPECT_EQ(place.report({"-f", "missing.kmr", "-oout.kmr"}), "");
     EXPECT_EQ(place.text_of("out.kmr"), "kept");
 }
 
-TEST_F(copy_out, names_a_target_that_cannot_be_made) {
+TEST_F(CopyOutTest, NamesATargetThatCannotBeMade) {
     fs::create_directory(place.path() / "folder");
     expect_refused({"-f", "in.kmr", "-omissing/out.kmr"}, "missing/out.kmr");
     expect_refused({"-f", "in.kmr", "-ofolder"}, "folder");
 }
 
-TEST_F(copy_out, reports_a_full_disk_at_the_block_that_did_not_fit) {
+TEST_F(CopyOutTest, ReportsAFullDiskAtTheBlockThatDidNotFit) {
     EXPECT_EQ(place.report({"-f", "in.kmr", "-o/dev/full"}), "fwrite error. iLen=4096 iRet=0\nfile size=0\n");
     place.folder().write("in.kmr", of_size(100));
     EXPECT_EQ(place.report({"-f", "in.kmr", "-o/dev/full"}), "fwrite error. iLen=100 iRet=0\nfile size=0\n");
 }
 
-TEST_F(copy_out, never_truncates_the_recording_itself) {
+TEST_F(CopyOutTest, NeverTruncatesTheRecordingItself) {
     expect_refused({"-f", "in.kmr", "-o"}, "in.kmr");
     expect_refused({"-f", "in.kmr", "-o", "out.kmr"}, "in.kmr");
     EXPECT_FALSE(place.has("out.kmr"));
@@ -102,7 +102,7 @@ TEST_F(copy_out, never_truncates_the_recording_itself) {
     expect_refused({"-f", "in.kmr", "-o" + full_path}, full_path);
 }
 
-TEST_F(copy_out, never_truncates_the_recording_under_another_name) {
+TEST_F(CopyOutTest, NeverTruncatesTheRecordingUnderAnotherName) {
     fs::create_symlink("in.kmr", place.path() / "symlink.kmr");
     fs::create_hard_link(place.path() / "in.kmr", place.path() / "hardlink.kmr");
     expect_refused({"-f", "in.kmr", "-osymlink.kmr"}, "symlink.kmr");
@@ -111,7 +111,7 @@ TEST_F(copy_out, never_truncates_the_recording_under_another_name) {
     expect_refused({"-f", "hardlink.kmr", "-osymlink.kmr"}, "symlink.kmr");
 }
 
-TEST_F(copy_out, never_truncates_a_recording_that_a_disk_holds) {
+TEST_F(CopyOutTest, NeverTruncatesARecordingThatADiskHolds) {
     const std::string name = "H5100020150102030405I000000";
     const std::string on_disk = "disks/host05/part1/" + name;
     place.folder().write(on_disk, content);
@@ -122,7 +122,7 @@ TEST_F(copy_out, never_truncates_a_recording_that_a_disk_holds) {
     EXPECT_EQ(written(on_disk), content);
 }
 
-TEST_F(copy_out, follows_a_link_to_a_new_file) {
+TEST_F(CopyOutTest, FollowsALinkToANewFile) {
     fs::create_symlink("new.kmr", place.path() / "out.kmr");
     EXPECT_EQ(place.report({"-f", "in.kmr", "-oout.kmr"}), "file size=10000\n");
     EXPECT_EQ(written("new.kmr"), content);

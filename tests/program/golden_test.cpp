@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class golden : public ::testing::TestWithParam<std::string> {
+class GoldenTest : public ::testing::TestWithParam<std::string> {
 protected:
     struct written {
         fs::path path;
@@ -42,7 +42,7 @@ protected:
     std::vector<written> files;
 };
 
-TEST_P(golden, report) {
+TEST_P(GoldenTest, Report) {
     const viewer::golden expected = viewer::read_golden(GetParam());
     for (const viewer::arguments& words : expected.compositions)
         place.compose(words);
@@ -51,11 +51,11 @@ TEST_P(golden, report) {
     expect_recordings_untouched();
 }
 
-INSTANTIATE_TEST_SUITE_P(, golden, ::testing::ValuesIn(viewer::golden_names()),
+INSTANTIATE_TEST_SUITE_P(, GoldenTest, ::testing::ValuesIn(viewer::golden_names()),
                          [](const auto& name) { return name.param; });
 
 // A recipe that no golden uses would be a damage that nobody looks at.
-TEST(recordings, every_one_has_a_golden) {
+TEST(RecordingsTest, EveryOneHasAGolden) {
     for (const auto& [recording, recipe] : recordings::all()) {
         bool used = false;
         for (const std::string& name : viewer::golden_names())

@@ -10,7 +10,7 @@ namespace {
 
 const std::string on_disk = "/dev/scsi/host01/part1/sound.kmr";
 
-class modules : public ::testing::Test {
+class ModulesTest : public ::testing::Test {
 protected:
     // ./lib with the modules of these names alone.
     void provide(const std::vector<std::string>& names) {
@@ -40,28 +40,28 @@ protected:
     viewer::place place{""};
 };
 
-TEST_F(modules, of_both_kinds_serve_all_paths) {
+TEST_F(ModulesTest, OfBothKindsServeAllPaths) {
     provide({"libznfs.so", "libsznfs.so"});
     write_recordings();
     expect_found("sound.kmr");
     expect_found(on_disk);
 }
 
-TEST_F(modules, without_the_second_serve_the_disks) {
+TEST_F(ModulesTest, WithoutTheSecondServeTheDisks) {
     provide({"libznfs.so"});
     write_recordings();
     expect_missing("sound.kmr");
     expect_found(on_disk);
 }
 
-TEST_F(modules, without_the_first_serve_all_other_paths) {
+TEST_F(ModulesTest, WithoutTheFirstServeAllOtherPaths) {
     provide({"libsznfs.so"});
     write_recordings();
     expect_found("sound.kmr");
     expect_missing(on_disk);
 }
 
-TEST_F(modules, beside_the_program_are_enough_to_start) {
+TEST_F(ModulesTest, BesideTheProgramAreEnoughToStart) {
     write_recordings();
     expect_missing("sound.kmr");
     expect_missing(on_disk);
@@ -69,7 +69,7 @@ TEST_F(modules, beside_the_program_are_enough_to_start) {
     EXPECT_FALSE(place.has("out"));
 }
 
-TEST_F(modules, may_be_somebody_elses) {
+TEST_F(ModulesTest, MayBeSomebodyElses) {
     fs::create_directory_symlink(KMR_OTHER_MODULES, place.path() / "lib");
     write_recordings();
     expect_found("sound.kmr");
@@ -78,7 +78,7 @@ TEST_F(modules, may_be_somebody_elses) {
 }
 
 // The first module's library may stand right beside a program that was copied to a board.
-TEST_F(modules, are_found_right_beside_a_copied_program) {
+TEST_F(ModulesTest, AreFoundRightBesideACopiedProgram) {
     const fs::path program = place.path() / "bin" / "kmr_viewer";
     fs::create_directory(place.path() / "bin");
     fs::copy_file(KMR_VIEWER, program);

@@ -10,9 +10,9 @@ namespace {
 
 const std::string name = "eight_frames.kmr";
 
-class output : public ::testing::Test {
+class OutputTest : public ::testing::Test {
 protected:
-    output() { place.folder().write(name, content); }
+    OutputTest() { place.folder().write(name, content); }
 
     void expect_recording_untouched() const { EXPECT_EQ(scratch::read_file(place.path() / name), content); }
 
@@ -29,7 +29,7 @@ protected:
     const viewer::place place;
 };
 
-TEST_F(output, that_is_full_ends_nothing_early) {
+TEST_F(OutputTest, ThatIsFullEndsNothingEarly) {
     const run::options how{.directory = place.path(), .environment = {}, .stdout_path = "/dev/full"};
     EXPECT_EQ(run::program(KMR_VIEWER, {"-f", name, "-a"}, how).status, 0);
     EXPECT_EQ(place.text_of("EndFrame"), "8\n");
@@ -40,7 +40,7 @@ TEST_F(output, that_is_full_ends_nothing_early) {
     expect_recording_untouched();
 }
 
-TEST_F(output, that_is_closed_ends_nothing_early) {
+TEST_F(OutputTest, ThatIsClosedEndsNothingEarly) {
     EXPECT_EQ(status_by_shell("-f " + name + " -a >&-"), 0);
     EXPECT_EQ(place.text_of("EndFrame"), "8\n");
     EXPECT_EQ(status_by_shell("-f " + name + " -oout.kmr >&-"), 0);
@@ -48,7 +48,7 @@ TEST_F(output, that_is_closed_ends_nothing_early) {
     expect_recording_untouched();
 }
 
-TEST_F(output, that_is_closed_with_all_other_streams_ends_up_in_no_file) {
+TEST_F(OutputTest, ThatIsClosedWithAllOtherStreamsEndsUpInNoFile) {
     EXPECT_EQ(status_by_shell("-f " + name + " -a <&- >&- 2>&-"), 0);
     EXPECT_EQ(place.text_of("EndFrame"), "8\n");
     EXPECT_EQ(status_by_shell("-f " + name + " -oout.kmr <&- >&- 2>&-"), 0);
@@ -56,7 +56,7 @@ TEST_F(output, that_is_closed_with_all_other_streams_ends_up_in_no_file) {
     expect_recording_untouched();
 }
 
-TEST_F(output, into_a_file_is_the_whole_report) {
+TEST_F(OutputTest, IntoAFileIsTheWholeReport) {
     const std::string file = (place.path() / "report.txt").string();
     const run::options how{.directory = place.path(), .environment = {"TZ=UTC0"}, .stdout_path = file};
     EXPECT_EQ(run::program(KMR_VIEWER, {"-f", name, "-i"}, how).status, 0);

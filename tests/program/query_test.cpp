@@ -28,7 +28,7 @@ bytes index_file(const std::vector<entry>& entries) {
     return file;
 }
 
-class query : public ::testing::Test {
+class QueryTest : public ::testing::Test {
 protected:
     void write_index(const std::vector<entry>& entries) {
         place.folder().write("Index.dat", index_file(entries));
@@ -40,7 +40,7 @@ protected:
 
 const std::vector<entry> four_records{{50, "a/50"}, {100, "b/100"}, {150, "c/150"}, {200, "d/200"}};
 
-TEST_F(query, takes_the_start_and_leaves_the_end) {
+TEST_F(QueryTest, TakesTheStartAndLeavesTheEnd) {
     write_index(four_records);
     EXPECT_EQ(place.report({"-q", "100,200"}), "/dev/mmcblk0p2/b/100\n/dev/mmcblk0p2/c/150\n");
     EXPECT_EQ(place.report({"-q100,101"}), "/dev/mmcblk0p2/b/100\n");
@@ -48,7 +48,7 @@ TEST_F(query, takes_the_start_and_leaves_the_end) {
     EXPECT_EQ(place.report({"-q", "200,100"}), "");
 }
 
-TEST_F(query, reads_numbers_as_far_as_they_go) {
+TEST_F(QueryTest, ReadsNumbersAsFarAsTheyGo) {
     write_index(four_records);
     EXPECT_EQ(place.report({"-q", "abc,def"}), "");
     EXPECT_EQ(place.report({"-q", ",120"}), "/dev/mmcblk0p2/a/50\n/dev/mmcblk0p2/b/100\n");
@@ -56,7 +56,7 @@ TEST_F(query, reads_numbers_as_far_as_they_go) {
     EXPECT_EQ(place.report({"-q", "-5,60"}), "/dev/mmcblk0p2/a/50\n");
 }
 
-TEST_F(query, runs_where_it_stands_and_ends_the_program) {
+TEST_F(QueryTest, RunsWhereItStandsAndEndsTheProgram) {
     write_index(four_records);
     place.folder().write("sound.kmr", recording::sound({{}}));
     EXPECT_EQ(place.report({"-a", "-f", "sound.kmr", "-oout", "-q", "50,51", "-h"}), "/dev/mmcblk0p2/a/50\n");
@@ -65,12 +65,12 @@ TEST_F(query, runs_where_it_stands_and_ends_the_program) {
     EXPECT_FALSE(place.has("EndFrame"));
 }
 
-TEST_F(query, leaves_pictures_out) {
+TEST_F(QueryTest, LeavesPicturesOut) {
     write_index({{100, "a", "x.jpg.kmr"}, {100, "b.jpg"}, {101, "c", "shot.jpg"}});
     EXPECT_EQ(place.report({"-q", "100,200"}), "/dev/mmcblk0p2/b.jpg\n");
 }
 
-TEST_F(query, prints_nothing_without_records) {
+TEST_F(QueryTest, PrintsNothingWithoutRecords) {
     EXPECT_EQ(place.report({"-q", "0,1000"}), "");
     write_index({});
     EXPECT_EQ(place.report({"-q", "0,1000"}), "");
@@ -82,13 +82,13 @@ TEST_F(query, prints_nothing_without_records) {
     EXPECT_EQ(place.report({"-q", "0,1000"}), "");
 }
 
-TEST_F(query, ends_a_path_with_its_field) {
+TEST_F(QueryTest, EndsAPathWithItsField) {
     write_index({{100, std::string(68, 'p')}, {101, "second"}});
     EXPECT_EQ(place.report({"-q", "0,1000"}),
               "/dev/mmcblk0p2/" + std::string(68, 'p') + "\n/dev/mmcblk0p2/second\n");
 }
 
-TEST_F(query, prints_the_first_3000_of_more_matches) {
+TEST_F(QueryTest, PrintsTheFirst3000OfMoreMatches) {
     std::string expected;
     std::vector<entry> entries;
     for (uint32_t i = 0; i < 3001; ++i) {

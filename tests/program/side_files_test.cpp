@@ -8,7 +8,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class side_files : public ::testing::Test {
+class SideFilesTest : public ::testing::Test {
 protected:
     void write_frames(uint32_t first, uint32_t last) {
         std::vector<recording::frame> frames;
@@ -26,7 +26,7 @@ protected:
     viewer::place place;
 };
 
-TEST_F(side_files, carry_the_overlap_of_recordings_in_a_row) {
+TEST_F(SideFilesTest, CarryTheOverlapOfRecordingsInARow) {
     write_frames(1, 10);
     analyse();
     expect("10\n", "0\n");
@@ -40,19 +40,19 @@ TEST_F(side_files, carry_the_overlap_of_recordings_in_a_row) {
     expect("22\n", "1\n");
 }
 
-TEST_F(side_files, of_a_run_without_a_recording_hold_0_and_no_difference) {
+TEST_F(SideFilesTest, OfARunWithoutARecordingHold0AndNoDifference) {
     analyse("missing.kmr");
     EXPECT_EQ(place.text_of("EndFrame"), "0\n");
     EXPECT_FALSE(place.has("Diff"));
 }
 
-TEST_F(side_files, forget_the_last_frame_when_a_recording_cannot_be_opened) {
+TEST_F(SideFilesTest, ForgetTheLastFrameWhenARecordingCannotBeOpened) {
     place.folder().write_text("EndFrame", "77\n");
     analyse("missing.kmr");
     EXPECT_EQ(place.text_of("EndFrame"), "0\n");
 }
 
-TEST_F(side_files, are_not_written_when_nothing_is_walked) {
+TEST_F(SideFilesTest, AreNotWrittenWhenNothingIsWalked) {
     place.folder().write("frame_count_0.kmr", recordings::all().at("frame_count_0.kmr")());
     analyse("frame_count_0.kmr");
     EXPECT_FALSE(place.has("EndFrame"));
@@ -60,7 +60,7 @@ TEST_F(side_files, are_not_written_when_nothing_is_walked) {
     EXPECT_FALSE(place.has("EndFrame"));
 }
 
-TEST_F(side_files, end_where_the_walk_ends) {
+TEST_F(SideFilesTest, EndWhereTheWalkEnds) {
     const std::vector<std::pair<std::string, std::string>> ends{
         {"frame_count_2.kmr", "3\n"},      {"cut_in_video.kmr", "3\n"},
         {"torn_large_frame.kmr", "2\n"},   {"inserted_frames.kmr", "5\n"},
@@ -74,7 +74,7 @@ TEST_F(side_files, end_where_the_walk_ends) {
     }
 }
 
-TEST_F(side_files, hold_signed_numbers) {
+TEST_F(SideFilesTest, HoldSignedNumbers) {
     write_frames(0xFFFFFFF0, 0xFFFFFFF1);
     analyse();
     expect("-15\n", "16\n");
@@ -83,7 +83,7 @@ TEST_F(side_files, hold_signed_numbers) {
     expect("-15\n", "16\n");
 }
 
-TEST_F(side_files, that_cannot_be_written_change_nothing) {
+TEST_F(SideFilesTest, ThatCannotBeWrittenChangeNothing) {
     write_frames(1, 3);
     const std::string report = analyse();
     for (const char* name : {"EndFrame", "Diff"}) {

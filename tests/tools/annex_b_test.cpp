@@ -28,7 +28,7 @@ std::vector<size_t> i_frames_of(const std::vector<access_unit>& units) {
 }
 
 // The numbers of both clips are those of ffprobe.
-TEST(AnnexB, CutsTheH264ClipIntoItsFrames) {
+TEST(AnnexBTest, CutsTheH264ClipIntoItsFrames) {
     const auto units = split_access_units(scratch::read_file(CLIPS "/demo.h264"), codec::h264);
     ASSERT_EQ(units.size(), 75u);
     EXPECT_THAT(i_frames_of(units), ElementsAre(0, 25, 50));
@@ -42,7 +42,7 @@ TEST(AnnexB, CutsTheH264ClipIntoItsFrames) {
 
 // ffprobe counts the first zero of a four-byte start code to the frame in front of it; here it belongs to the frame
 // that it opens, so all but the first begin one byte earlier.
-TEST(AnnexB, CutsTheH265ClipIntoItsFrames) {
+TEST(AnnexBTest, CutsTheH265ClipIntoItsFrames) {
     const auto units = split_access_units(scratch::read_file(CLIPS "/demo.h265"), codec::h265);
     ASSERT_EQ(units.size(), 75u);
     EXPECT_THAT(i_frames_of(units), ElementsAre(0, 25, 50));
@@ -54,7 +54,7 @@ TEST(AnnexB, CutsTheH265ClipIntoItsFrames) {
     EXPECT_THAT(units[74], unit(21681, 121, false));
 }
 
-TEST(AnnexB, H264DelimiterParameterSetsAndLeadingSeiOpenAFrame) {
+TEST(AnnexBTest, H264DelimiterParameterSetsAndLeadingSeiOpenAFrame) {
     const auto stream = hex("00000001 09F0 00000001 67AA 00000001 68BB 00000001 06CC 00000001 6588"
                             "00000001 09F0 00000001 419A"
                             "00000001 68BB 00000001 419A");
@@ -63,18 +63,18 @@ TEST(AnnexB, H264DelimiterParameterSetsAndLeadingSeiOpenAFrame) {
 }
 
 // The first bit behind the unit's header tells the first slice of a picture from the others.
-TEST(AnnexB, H264SlicesOfOnePictureAreOneFrame) {
+TEST(AnnexBTest, H264SlicesOfOnePictureAreOneFrame) {
     const auto stream = hex("000001 6588 000001 6541 000001 41E0 000001 4142 000001 0CFF");
     EXPECT_THAT(split_access_units(stream, codec::h264), ElementsAre(unit(0, 10, true), unit(10, 15, false)));
 }
 
-TEST(AnnexB, H265SlicesOfOnePictureAreOneFrame) {
+TEST(AnnexBTest, H265SlicesOfOnePictureAreOneFrame) {
     const auto stream = hex("000001 4001AA 000001 4201AA 000001 4401AA 000001 260180 000001 260140"
                             "000001 4E01F0 000001 020180 000001 020140 000001 5001AA");
     EXPECT_THAT(split_access_units(stream, codec::h265), ElementsAre(unit(0, 30, true), unit(30, 24, false)));
 }
 
-TEST(AnnexB, EveryH265RandomAccessPictureIsAnIFrame) {
+TEST(AnnexBTest, EveryH265RandomAccessPictureIsAnIFrame) {
     for (int type = 0; type <= 23; ++type) {
         auto stream = hex("00000001 000180");
         stream[4] = static_cast<uint8_t>(type << 1);
@@ -82,26 +82,26 @@ TEST(AnnexB, EveryH265RandomAccessPictureIsAnIFrame) {
     }
 }
 
-TEST(AnnexB, AStartCodeTakesItsLeadingZeroToTheFrameItOpens) {
+TEST(AnnexBTest, AStartCodeTakesItsLeadingZeroToTheFrameItOpens) {
     const auto stream = hex("000001 6588 00000001 419A 000001 419A");
     EXPECT_THAT(split_access_units(stream, codec::h264),
                 ElementsAre(unit(0, 5, true), unit(5, 6, false), unit(11, 5, false)));
 }
 
-TEST(AnnexB, WhatStandsBeforeTheFirstStartCodeIsLeftOut) {
+TEST(AnnexBTest, WhatStandsBeforeTheFirstStartCodeIsLeftOut) {
     EXPECT_THAT(split_access_units(hex("FFFF 00000001 6588"), codec::h264), ElementsAre(unit(2, 6, true)));
 }
 
-TEST(AnnexB, ParameterSetsAtTheEndBelongToTheLastFrame) {
+TEST(AnnexBTest, ParameterSetsAtTheEndBelongToTheLastFrame) {
     EXPECT_THAT(split_access_units(hex("00000001 6588 00000001 67AA"), codec::h264),
                 ElementsAre(unit(0, 12, true)));
 }
 
-TEST(AnnexB, AStartCodeAtTheVeryEndOpensNothing) {
+TEST(AnnexBTest, AStartCodeAtTheVeryEndOpensNothing) {
     EXPECT_THAT(split_access_units(hex("00000001 6588 000001"), codec::h264), ElementsAre(unit(0, 9, true)));
 }
 
-TEST(AnnexB, WithoutAPictureThereIsNoFrame) {
+TEST(AnnexBTest, WithoutAPictureThereIsNoFrame) {
     EXPECT_THAT(split_access_units({}, codec::h264), IsEmpty());
     EXPECT_THAT(split_access_units(hex("010203"), codec::h264), IsEmpty());
     EXPECT_THAT(split_access_units(hex("000001"), codec::h265), IsEmpty());

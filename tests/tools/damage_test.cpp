@@ -19,7 +19,7 @@ bytes filled(bytes file, size_t offset, size_t length, uint8_t value) {
     return file;
 }
 
-TEST(Damage, Truncates) {
+TEST(DamageTest, Truncates) {
     bytes expected = with({});
     expected.resize(100);
     EXPECT_EQ(with({"--truncate", "100"}), expected);
@@ -27,15 +27,15 @@ TEST(Damage, Truncates) {
     EXPECT_EQ(with({"--truncate", "end"}), with({}));
 }
 
-TEST(Damage, Zeroes) {
+TEST(DamageTest, Zeroes) {
     EXPECT_EQ(with({"--zero", "90:60"}), filled(with({}), 90, 60, 0));
 }
 
-TEST(Damage, Overwrites) {
+TEST(DamageTest, Overwrites) {
     EXPECT_EQ(with({"--overwrite", "0x60:eeeeee"}), filled(with({}), 96, 3, 0xEE));
 }
 
-TEST(Damage, MakesNoise) {
+TEST(DamageTest, MakesNoise) {
     const bytes sound = with({});
     bytes file = with({"--noise", "20:200:7"});
     EXPECT_EQ(file, with({"--noise", "20:200:7"}));
@@ -46,11 +46,11 @@ TEST(Damage, MakesNoise) {
     EXPECT_EQ(file, sound);
 }
 
-TEST(Damage, ReachesTheLastByte) {
+TEST(DamageTest, ReachesTheLastByte) {
     EXPECT_EQ(with({"--zero", "0:295"}), bytes(295, 0));
 }
 
-TEST(Damage, PlacesHaveNames) {
+TEST(DamageTest, PlacesHaveNames) {
     const bytes sound = with({});
     EXPECT_EQ(with({"--overwrite", "frame0:EE"}), filled(sound, 88, 1, 0xEE));
     EXPECT_EQ(with({"--overwrite", "frame1+4:EE"}), filled(sound, 132, 1, 0xEE));
@@ -59,13 +59,13 @@ TEST(Damage, PlacesHaveNames) {
     EXPECT_EQ(with({"--overwrite", "100+10:EE"}), filled(sound, 110, 1, 0xEE));
 }
 
-TEST(Damage, FollowsTheOrderGiven) {
+TEST(DamageTest, FollowsTheOrderGiven) {
     EXPECT_EQ(with({"--truncate", "200", "--overwrite", "end-1:EE"}).back(), 0xEE);
     EXPECT_EQ(with({"--overwrite", "88:EEEE", "--zero", "88:1"}),
               filled(filled(with({}), 89, 1, 0xEE), 88, 1, 0));
 }
 
-TEST(Damage, OutsideTheFileIsRefused) {
+TEST(DamageTest, OutsideTheFileIsRefused) {
     const composer make;
     for (const composer::words& arguments : {composer::words{"--truncate", "296"},
                                              {"--zero", "295:1"},

@@ -21,7 +21,7 @@ bytes record(const std::string& first_12_bytes, const std::string& name, const s
     return all;
 }
 
-TEST(IndexFile, HasAHeadAndTheRecordsInTheirOrder) {
+TEST(IndexFileTest, HasAHeadAndTheRecordsInTheirOrder) {
     const composer make;
     bytes expected(72, 0);
     recording::append(expected, record("03 04 0000 64000000 00000000", "a.kmr", "2015/a.kmr"));
@@ -31,7 +31,7 @@ TEST(IndexFile, HasAHeadAndTheRecordsInTheirOrder) {
         expected);
 }
 
-TEST(IndexFile, NamesAndPathsMayFillTheirFields) {
+TEST(IndexFileTest, NamesAndPathsMayFillTheirFields) {
     const composer make;
     const std::string name(104, 'n');
     const std::string path(68, 'p');
@@ -40,14 +40,14 @@ TEST(IndexFile, NamesAndPathsMayFillTheirFields) {
     EXPECT_EQ(make.index_file_of({"--record", "0,0,0," + name + "," + path}), expected);
 }
 
-TEST(IndexFile, TakesRecordsFromAList) {
+TEST(IndexFileTest, TakesRecordsFromAList) {
     const composer make;
     make.folder().write_text("list", "# a comment\n\n1,2,50,a,pa\n1,2,2147483647,b,pb\n");
     EXPECT_EQ(make.index_file_of({"--records", "list"}),
               make.index_file_of({"--record", "1,2,50,a,pa", "--record", "1,2,2147483647,b,pb"}));
 }
 
-TEST(IndexFile, MakesUpRecords) {
+TEST(IndexFileTest, MakesUpRecords) {
     const composer make;
     EXPECT_EQ(make.index_file_of({"--made-up-records", "2:1000:60"}),
               make.index_file_of(
@@ -56,14 +56,14 @@ TEST(IndexFile, MakesUpRecords) {
     EXPECT_EQ(make.index_file_of({"--made-up-records", "20000:0:1"}).size(), 72u + 20000u * 184u);
 }
 
-TEST(IndexFile, MayBeEmptyOrDamaged) {
+TEST(IndexFileTest, MayBeEmptyOrDamaged) {
     const composer make;
     EXPECT_EQ(make.index_file_of({}), bytes(72, 0));
     EXPECT_EQ(make.index_file_of({"--record", "1,2,3,a,b", "--truncate", "end-1"}).size(), 72u + 183u);
     EXPECT_EQ(make.index_file_of({"--overwrite", "0:FF"}).at(0), 0xFF);
 }
 
-TEST(IndexFile, RefusesWhatIsNoRecord) {
+TEST(IndexFileTest, RefusesWhatIsNoRecord) {
     const composer make;
     for (const std::string text :
          {"", "1,2,3,a", "256,0,0,a,b", "0,256,0,a,b", "0,0,2147483648,a,b", "x,0,0,a,b"}) {
@@ -77,7 +77,7 @@ TEST(IndexFile, RefusesWhatIsNoRecord) {
     EXPECT_TRUE(make.files().empty());
 }
 
-TEST(IndexFile, NamesTheLineThatIsWrong) {
+TEST(IndexFileTest, NamesTheLineThatIsWrong) {
     const composer make;
     make.folder().write_text("list", "1,2,50,a,pa\nnonsense\n");
     EXPECT_EQ(make.run_with({"--index-dat", "x", "--records", "list"}).err,

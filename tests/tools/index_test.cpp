@@ -19,24 +19,24 @@ bytes with(const composer::words& more) {
     return make.recording_of(two_small_frames + more);
 }
 
-TEST(Index, ATagStandsInItsRecordAndIsCounted) {
+TEST(IndexTest, ATagStandsInItsRecordAndIsCounted) {
     bytes expected = with({});
     put_u32(expected, index_at + 12, 1);
     std::copy_n("Door", 4, expected.begin() + record_at + 16);
     EXPECT_EQ(with({"--tag", "0=Door"}), expected);
 }
 
-TEST(Index, ATagMayFillItsField) {
+TEST(IndexTest, ATagMayFillItsField) {
     const bytes file = with({"--tag", "0=" + std::string(64, 't')});
     EXPECT_EQ(bytes(file.begin() + record_at + 16, file.begin() + record_at + 80), bytes(64, 't'));
     EXPECT_EQ(get_u32(file, record_at + 80), 0x0123ABCDu);
 }
 
-TEST(Index, TheLatestTagOfARecordCounts) {
+TEST(IndexTest, TheLatestTagOfARecordCounts) {
     EXPECT_EQ(with({"--tag", "0=A longer one", "--tag", "0=B"}), with({"--tag", "0=B"}));
 }
 
-TEST(Index, NoMoreThan64TagsAreCounted) {
+TEST(IndexTest, NoMoreThan64TagsAreCounted) {
     const composer make;
     composer::words arguments = {"--frames", "70", "--i-interval", "1", "--payload", "0"};
     for (int i = 0; i < 65; ++i)
@@ -45,7 +45,7 @@ TEST(Index, NoMoreThan64TagsAreCounted) {
     EXPECT_EQ(get_u32(file, 88 + 70 * 32 + 12), 64u);
 }
 
-TEST(Index, CapacityCountsIn450s) {
+TEST(IndexTest, CapacityCountsIn450s) {
     const composer make;
     const auto capacity = [&](size_t frames) {
         const bytes file =
@@ -57,7 +57,7 @@ TEST(Index, CapacityCountsIn450s) {
 }
 
 // Stamps 1000, 1999, 2998, 3997: whole seconds behind the first are 0, 0, 1, 2.
-TEST(Index, TimesFollowTheStampsInWholeSeconds) {
+TEST(IndexTest, TimesFollowTheStampsInWholeSeconds) {
     const composer make;
     const bytes file = make.recording_of({"--frames", "4", "--i-interval", "1", "--payload", "0",
                                           "--stamp-step", "999", "--start-epoch", "5000"});
@@ -69,13 +69,13 @@ TEST(Index, TimesFollowTheStampsInWholeSeconds) {
     EXPECT_EQ(get_u32(file, records + 240 + 4), 88u + 3 * 32);
 }
 
-TEST(Index, TheStartIsTakenAsUtc) {
+TEST(IndexTest, TheStartIsTakenAsUtc) {
     EXPECT_EQ(get_u32(with({"--start", "1970-01-02 00:00:01"}), record_at), 86401u);
     EXPECT_EQ(get_u32(with({"--start", "2000-02-29 12:00:00"}), record_at), 951825600u);
     EXPECT_EQ(get_u32(with({"--start", "2106-02-07 06:28:15"}), record_at), 0xFFFFFFFFu);
 }
 
-TEST(Index, FieldsOfARecordCanBeSet) {
+TEST(IndexTest, FieldsOfARecordCanBeSet) {
     bytes expected = with({});
     put_u32(expected, record_at, 1);
     put_u32(expected, record_at + 4, 2);
@@ -87,7 +87,7 @@ TEST(Index, FieldsOfARecordCanBeSet) {
         expected);
 }
 
-TEST(Index, FieldsOfTheHeadCanBeSet) {
+TEST(IndexTest, FieldsOfTheHeadCanBeSet) {
     bytes expected = with({});
     put_u32(expected, index_at, 1);
     put_u32(expected, index_at + 4, 2);
@@ -99,7 +99,7 @@ TEST(Index, FieldsOfTheHeadCanBeSet) {
               expected);
 }
 
-TEST(Index, TheHeadCanBeNoise) {
+TEST(IndexTest, TheHeadCanBeNoise) {
     const bytes sound = with({});
     bytes file = with({"--index-noise", "1"});
     EXPECT_NE(file, sound);
@@ -109,21 +109,21 @@ TEST(Index, TheHeadCanBeNoise) {
     EXPECT_EQ(file, sound);
 }
 
-TEST(Index, TheTrailerCanBeWrong) {
+TEST(IndexTest, TheTrailerCanBeWrong) {
     bytes expected = with({});
     put_u32(expected, expected.size() - 8, 0x11111111);
     put_u32(expected, expected.size() - 4, 7);
     EXPECT_EQ(with({"--trailer-magic", "0x11111111", "--trailer-length", "7"}), expected);
 }
 
-TEST(Index, TheTrailerCanBeMissing) {
+TEST(IndexTest, TheTrailerCanBeMissing) {
     bytes expected = with({});
     expected.resize(287);
     put_u32(expected, 80, static_cast<uint32_t>(expected.size()));
     EXPECT_EQ(with({"--no-trailer"}), expected);
 }
 
-TEST(Index, TheIndexCanBeMissing) {
+TEST(IndexTest, TheIndexCanBeMissing) {
     bytes expected = with({});
     expected.resize(index_at);
     put_u32(expected, 80, index_at);

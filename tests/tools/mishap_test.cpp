@@ -29,7 +29,7 @@ std::vector<uint32_t> words_of_frames(const bytes& file, size_t field, size_t co
     return values;
 }
 
-TEST(Mishap, LostFramesLeaveAGapInNumbersAndStamps) {
+TEST(MishapTest, LostFramesLeaveAGapInNumbersAndStamps) {
     const bytes file = with({"--lose", "1:2"});
     EXPECT_THAT(words_of_frames(file, 12, 4), ElementsAre(1, 4, 5, 6));
     EXPECT_THAT(words_of_frames(file, 16, 4), ElementsAre(1000, 1120, 1160, 1200));
@@ -37,20 +37,20 @@ TEST(Mishap, LostFramesLeaveAGapInNumbersAndStamps) {
     EXPECT_EQ(file.size(), 88u + 4 * 32 + 52 + 2 * 80);
 }
 
-TEST(Mishap, ALostIFrameIsNotInTheIndex) {
+TEST(MishapTest, ALostIFrameIsNotInTheIndex) {
     const bytes file = with({"--lose", "2:2"});
     const size_t index = 88 + 4 * 32;
     EXPECT_EQ(get_u32(file, index + 32), 1u);
     EXPECT_EQ(get_u32(file, index + 44 + 4), 88u);
 }
 
-TEST(Mishap, TheClockJumpsForthAndBack) {
+TEST(MishapTest, TheClockJumpsForthAndBack) {
     const bytes file = with({"--clock-jump", "2:5000", "--clock-jump", "4:-9000"});
     EXPECT_THAT(words_of_frames(file, 16, 6), ElementsAre(1000, 1040, 6080, 6120, 4294964456u, 4294964496u));
     EXPECT_EQ(get_u32(file, 88 + 6 * 32 + 44 + 80), 1420167845u + 5);
 }
 
-TEST(Mishap, AnInsertedFrameRepeatsNumberAndStampAndIsNotCounted) {
+TEST(MishapTest, AnInsertedFrameRepeatsNumberAndStampAndIsNotCounted) {
     const bytes file = with({"--insert-after", "3", "--inserted-payload", "6"});
     EXPECT_EQ(bytes(file.begin() + 88 + 4 * 32, file.begin() + 88 + 5 * 32 + 6),
               hex("00000002 26000000 01000000 04000000 60040000 06000000 0000 0000 0000 8877 00000001 419A"));
@@ -58,11 +58,11 @@ TEST(Mishap, AnInsertedFrameRepeatsNumberAndStampAndIsNotCounted) {
     EXPECT_EQ(get_u32(file, 88 + 7 * 32 + 6 + 32), 2u);
 }
 
-TEST(Mishap, AnInsertedFrameHas100BytesByItself) {
+TEST(MishapTest, AnInsertedFrameHas100BytesByItself) {
     EXPECT_EQ(get_u32(with({"--insert-after", "0"}), 88 + 32 + 20), 100u);
 }
 
-TEST(Mishap, EncryptedFramesCarryTheFlag) {
+TEST(MishapTest, EncryptedFramesCarryTheFlag) {
     bytes expected = with({});
     put_u16(expected, 88 + 32 * 1 + 30, 2);
     put_u16(expected, 88 + 32 * 2 + 30, 2);
@@ -72,7 +72,7 @@ TEST(Mishap, EncryptedFramesCarryTheFlag) {
         EXPECT_EQ(get_u32(all, 88 + 32 * i + 28), 0x00020000u);
 }
 
-TEST(Mishap, EveryFieldOfAFrameHeaderCanBeSet) {
+TEST(MishapTest, EveryFieldOfAFrameHeaderCanBeSet) {
     bytes expected = with({});
     const uint32_t fields[] = {0x11111111, 0x22222222, 0x33333333, 0x44444444,
                                0x55555555, 0x66666666, 0x88887777, 0xAAAA9999};
@@ -86,12 +86,12 @@ TEST(Mishap, EveryFieldOfAFrameHeaderCanBeSet) {
               expected);
 }
 
-TEST(Mishap, AFieldCanBeSetInManyFrames) {
+TEST(MishapTest, AFieldCanBeSetInManyFrames) {
     EXPECT_THAT(words_of_frames(with({"--frame-field", "i-frames.FrameKind=0x100"}), 8, 6),
                 ElementsAre(0x100, 1, 1, 0x100, 1, 1));
 }
 
-TEST(Mishap, AGapIsGarbageWithoutZeros) {
+TEST(MishapTest, AGapIsGarbageWithoutZeros) {
     const bytes sound = with({});
     bytes file = with({"--gap-bytes", "2:1000"});
     const auto gap = file.begin() + 88 + 2 * 32;
@@ -107,7 +107,7 @@ TEST(Mishap, AGapIsGarbageWithoutZeros) {
     EXPECT_EQ(file, sound);
 }
 
-TEST(Mishap, ATornRecordingEndsWithinItsLastFrame) {
+TEST(MishapTest, ATornRecordingEndsWithinItsLastFrame) {
     bytes expected = with({"--no-index"});
     expected.resize(88 + 5 * 32 + 7);
     EXPECT_EQ(with({"--torn-last", "7"}), expected);
@@ -115,7 +115,7 @@ TEST(Mishap, ATornRecordingEndsWithinItsLastFrame) {
     EXPECT_EQ(with({"--torn-last", "31"}).size(), 88u + 5 * 32 + 31);
 }
 
-TEST(Mishap, ATornInsertedFrameIsTheLastOne) {
+TEST(MishapTest, ATornInsertedFrameIsTheLastOne) {
     EXPECT_EQ(with({"--insert-after", "5", "--torn-last", "40"}).size(), 88u + 6 * 32 + 40);
 }
 

@@ -19,7 +19,7 @@ bytes slice(const bytes& from, size_t offset, size_t size) {
 const std::string zeros_36(72, '0');
 const std::string zeros_64(128, '0');
 
-TEST(Recording, EveryByteOfASmallOne) {
+TEST(RecordingTest, EveryByteOfASmallOne) {
     const composer make;
     EXPECT_EQ(make.recording_of(two_small_frames),
               hex("1900 8007 3804 1600 0000 DF07 0100 0200 0300 0400 0500 0000" + zeros_36 +
@@ -34,7 +34,7 @@ TEST(Recording, EveryByteOfASmallOne) {
                   zeros_64 + "CDAB2301 84000000"));
 }
 
-TEST(Recording, IsWhatTheTestsOwnComposerSays) {
+TEST(RecordingTest, IsWhatTheTestsOwnComposerSays) {
     const composer make;
     bytes i_video = hex("00000001 6588");
     i_video.resize(20, 0x55);
@@ -49,7 +49,7 @@ TEST(Recording, IsWhatTheTestsOwnComposerSays) {
         expected);
 }
 
-TEST(Recording, HeaderFieldsStandInTheirPlaces) {
+TEST(RecordingTest, HeaderFieldsStandInTheirPlaces) {
     const composer make;
     const bytes file =
         make.recording_of(two_small_frames + composer::words{"--frame-rate",  "30",
@@ -72,7 +72,7 @@ TEST(Recording, HeaderFieldsStandInTheirPlaces) {
                   "04030201 08070605 0C0B0A09 0E0D 02 10 13121110 17161514 1B1A1918"));
 }
 
-TEST(Recording, ACoverWordMayFillItsField) {
+TEST(RecordingTest, ACoverWordMayFillItsField) {
     const composer make;
     const bytes file =
         make.recording_of(two_small_frames + composer::words{"--cover-word", std::string(36, 'x')});
@@ -80,7 +80,7 @@ TEST(Recording, ACoverWordMayFillItsField) {
     EXPECT_EQ(slice(file, 60, 4), bytes(4, 0));
 }
 
-TEST(Recording, AudioFollowsTheVideoOfEveryFrame) {
+TEST(RecordingTest, AudioFollowsTheVideoOfEveryFrame) {
     const composer make;
     const bytes file = make.recording_of(two_small_frames + composer::words{"--audio", "2x3"});
     EXPECT_EQ(slice(file, 8, 2), hex("0100"));
@@ -93,7 +93,7 @@ TEST(Recording, AudioFollowsTheVideoOfEveryFrame) {
                   "000000 D5D5D5 D5D5D5"));
 }
 
-TEST(Recording, NumbersAndStampsBeginWhereTheyAreTold) {
+TEST(RecordingTest, NumbersAndStampsBeginWhereTheyAreTold) {
     const composer make;
     const bytes file =
         make.recording_of(two_small_frames + composer::words{"--first-number", "0xFFFFFFFF", "--first-stamp",
@@ -104,7 +104,7 @@ TEST(Recording, NumbersAndStampsBeginWhereTheyAreTold) {
     EXPECT_EQ(get_u32(file, 128 + 16), 0x10u);
 }
 
-TEST(Recording, StampsFollowTheFrameRate) {
+TEST(RecordingTest, StampsFollowTheFrameRate) {
     const composer make;
     const auto second_stamp = [&](const char* rate) {
         return get_u32(make.recording_of(two_small_frames + composer::words{"--frame-rate", rate}), 128 + 16);
@@ -114,7 +114,7 @@ TEST(Recording, StampsFollowTheFrameRate) {
     EXPECT_EQ(second_stamp("0"), 1040u); // read as 25
 }
 
-TEST(Recording, H265FramesBeginAsSuch) {
+TEST(RecordingTest, H265FramesBeginAsSuch) {
     const composer make;
     const bytes file = make.recording_of({"--codec", "h265", "--frames", "2", "--i-interval", "2",
                                           "--payload", "7", "--p-payload", "6", "--fill", "77"});
@@ -122,7 +122,7 @@ TEST(Recording, H265FramesBeginAsSuch) {
     EXPECT_EQ(slice(file, 127 + 32, 6), hex("00000001 0201"));
 }
 
-TEST(Recording, VideoIsCarriedByteForByte) {
+TEST(RecordingTest, VideoIsCarriedByteForByte) {
     for (const std::string name : {"demo.h264", "demo.h265"}) {
         const composer make;
         const std::string clip = std::string(CLIPS) + "/" + name;
@@ -144,7 +144,7 @@ TEST(Recording, VideoIsCarriedByteForByte) {
     }
 }
 
-TEST(Recording, AVideoThatIsTooShortBeginsAnew) {
+TEST(RecordingTest, AVideoThatIsTooShortBeginsAnew) {
     const composer make;
     const std::string clip = make.folder().write("clip.h264", hex("00000001 6588AA 00000001 419ABB"));
     const bytes file = make.recording_of({"--video", clip, "--frames", "3"});
@@ -154,7 +154,7 @@ TEST(Recording, AVideoThatIsTooShortBeginsAnew) {
     EXPECT_EQ(get_u32(file, 88 + 39 * 2 + 8), 0u);
 }
 
-TEST(Recording, ARecordingMayHaveNoFrames) {
+TEST(RecordingTest, ARecordingMayHaveNoFrames) {
     const composer make;
     const bytes file = make.recording_of({"--frames", "0"});
     EXPECT_EQ(slice(file, 88, 52),
@@ -163,7 +163,7 @@ TEST(Recording, ARecordingMayHaveNoFrames) {
     EXPECT_EQ(file.size(), 140u);
 }
 
-TEST(Recording, ListSaysWhatWasWritten) {
+TEST(RecordingTest, ListSaysWhatWasWritten) {
     const composer make;
     const run::result done =
         make.run_with(two_small_frames + composer::words{"--output", "x", "--list", "--insert-after", "0",
@@ -176,7 +176,7 @@ TEST(Recording, ListSaysWhatWasWritten) {
                         "206 index 1 0 132\n");
 }
 
-TEST(Recording, SparseFillReadsAsZeros) {
+TEST(RecordingTest, SparseFillReadsAsZeros) {
     const composer make;
     const composer::words arguments = {"--frames",  "2",      "--i-interval", "2",
                                        "--payload", "100000", "--audio",      "1x5000"};
@@ -188,7 +188,7 @@ TEST(Recording, SparseFillReadsAsZeros) {
     EXPECT_EQ(make.recording_of(arguments + composer::words{"--sparse"}), expected);
 }
 
-TEST(Recording, ASparseOneBeyondTwoGibibytesTakesNoSpace) {
+TEST(RecordingTest, ASparseOneBeyondTwoGibibytesTakesNoSpace) {
     const composer make;
     const run::result done = make.run_with({"--output", "big", "--sparse", "--frames", "3000", "--payload",
                                             "1000000", "--p-payload", "1000000"});
@@ -197,7 +197,7 @@ TEST(Recording, ASparseOneBeyondTwoGibibytesTakesNoSpace) {
     EXPECT_EQ(std::filesystem::file_size(make.folder().file("big")), 88u + 3000096000u + 52u + 120u * 80u);
 }
 
-TEST(Recording, AMillionFramesAreAMatterOfSeconds) {
+TEST(RecordingTest, AMillionFramesAreAMatterOfSeconds) {
     const composer make;
     const auto start = std::chrono::steady_clock::now();
     const run::result done =
@@ -208,13 +208,13 @@ TEST(Recording, AMillionFramesAreAMatterOfSeconds) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
-TEST(Recording, TheSameArgumentsGiveTheSameBytes) {
+TEST(RecordingTest, TheSameArgumentsGiveTheSameBytes) {
     const composer make;
     const composer::words arguments = {"--demo", "--gap-bytes", "5:100", "--noise", "frame3:50:1"};
     EXPECT_EQ(make.recording_of(arguments), make.recording_of(arguments));
 }
 
-TEST(Recording, TheTimeZoneOfTheHostIsOfNoConcern) {
+TEST(RecordingTest, TheTimeZoneOfTheHostIsOfNoConcern) {
     const composer make;
     make.run_with({"--demo", "--output", "utc"}, {"TZ=UTC"});
     make.run_with({"--demo", "--output", "away"}, {"TZ=Asia/Kolkata"});
@@ -225,7 +225,7 @@ TEST(Recording, TheTimeZoneOfTheHostIsOfNoConcern) {
 }
 
 // 75 frames, of which 0, 25 and 50 are I-frames; user data in front of every fifth; two tags of three records.
-TEST(Recording, TheDemoHasAllThereIsToSee) {
+TEST(RecordingTest, TheDemoHasAllThereIsToSee) {
     const composer make;
     const bytes file = make.recording_of({"--demo"});
     EXPECT_EQ(get_u32(file, 84), 75u);
@@ -239,7 +239,7 @@ TEST(Recording, TheDemoHasAllThereIsToSee) {
     EXPECT_EQ(slice(file, index + 44 + 160 + 16, 10), hex("446F6F72 20 6F70656E 00"));
 }
 
-TEST(Recording, OtherOptionsChangeTheDemoWhereverTheyStand) {
+TEST(RecordingTest, OtherOptionsChangeTheDemoWhereverTheyStand) {
     const composer make;
     const bytes before = make.recording_of({"--cover-word", "MINE", "--demo"});
     const bytes behind = make.recording_of({"--demo", "--cover-word", "MINE"});

@@ -19,7 +19,7 @@ void expect_refusal(const composer::words& arguments, const std::string& message
     EXPECT_THAT(make.files(), IsEmpty());
 }
 
-TEST(Usage, HelpNamesEveryOption) {
+TEST(UsageTest, HelpNamesEveryOption) {
     const composer make;
     const run::result done = make.run_with({"--help"});
     EXPECT_EQ(done.status, 0);
@@ -85,7 +85,7 @@ TEST(Usage, HelpNamesEveryOption) {
         EXPECT_THAT(done.out, HasSubstr(std::string("  ") + option + "\n"));
 }
 
-TEST(Usage, SomethingHasToBeWritten) {
+TEST(UsageTest, SomethingHasToBeWritten) {
     const composer make;
     const std::string message =
         "kmr_make: either --output FILE or --index-dat FILE is needed\nSee kmr_make --help.\n";
@@ -98,7 +98,7 @@ TEST(Usage, SomethingHasToBeWritten) {
     EXPECT_THAT(make.files(), IsEmpty());
 }
 
-TEST(Usage, UnknownWordsAreRefused) {
+TEST(UsageTest, UnknownWordsAreRefused) {
     expect_refusal({"--nothing"}, "--nothing is no option, is short for several, or takes no value");
     expect_refusal({"--frame", "3"}, "--frame is no option, is short for several, or takes no value");
     expect_refusal({"--list=3"}, "--list=3 is no option, is short for several, or takes no value");
@@ -106,7 +106,7 @@ TEST(Usage, UnknownWordsAreRefused) {
     expect_refusal({"--frames"}, "--frames needs a value");
 }
 
-TEST(Usage, BadValuesAreNamedWithTheirOption) {
+TEST(UsageTest, BadValuesAreNamedWithTheirOption) {
     expect_refusal({"--frames", "many"}, "--frames: 'many' is not a number from 0 to 4294967295");
     expect_refusal({"--frames", "4294967296"}, "--frames: '4294967296' is not a number from 0 to 4294967295");
     expect_refusal({"--frames", "-1"}, "--frames: '-1' is not a number from 0 to 4294967295");
@@ -141,7 +141,7 @@ TEST(Usage, BadValuesAreNamedWithTheirOption) {
                    "--zero: 'nowhere' is not a number from 0 to 4611686018427387903");
 }
 
-TEST(Usage, WhatDoesNotFitTheFramesIsRefused) {
+TEST(UsageTest, WhatDoesNotFitTheFramesIsRefused) {
     expect_refusal({"--tag", "4=x"}, "there is no index record 4: there are 4, counted from 0");
     expect_refusal({"--encrypt", "100"}, "there is no frame 100: there are 100, counted from 0");
     expect_refusal({"--user-data", "100-200"}, "there is no frame 100: there are 100, counted from 0");
@@ -154,7 +154,7 @@ TEST(Usage, WhatDoesNotFitTheFramesIsRefused) {
     expect_refusal({"--torn-last", "1032"}, "the last frame has 1032 bytes, so it is not torn after 1032");
 }
 
-TEST(Usage, AVideoWithoutFramesIsRefused) {
+TEST(UsageTest, AVideoWithoutFramesIsRefused) {
     const composer make;
     make.folder().write_text("clip", "no video at all");
     const run::result done = make.run_with({"--output", "x", "--video", "clip"});
@@ -163,7 +163,7 @@ TEST(Usage, AVideoWithoutFramesIsRefused) {
     EXPECT_THAT(make.files(), ElementsAre("clip"));
 }
 
-TEST(Usage, AVideoFrameOfMoreThanAMebibyteIsRefused) {
+TEST(UsageTest, AVideoFrameOfMoreThanAMebibyteIsRefused) {
     const composer make;
     recording::bytes clip = hex("00000001 6588");
     clip.resize(1048576 - 32, 0x55);
@@ -176,7 +176,7 @@ TEST(Usage, AVideoFrameOfMoreThanAMebibyteIsRefused) {
     EXPECT_EQ(done.err, "kmr_make: long.h264: a frame of it is longer than 1 MiB\nSee kmr_make --help.\n");
 }
 
-TEST(Usage, FilesThatCannotBeReadOrWrittenAreNamed) {
+TEST(UsageTest, FilesThatCannotBeReadOrWrittenAreNamed) {
     const composer make;
     const auto message = [&](const composer::words& arguments) {
         const run::result done = make.run_with(arguments);
@@ -192,7 +192,7 @@ TEST(Usage, FilesThatCannotBeReadOrWrittenAreNamed) {
     EXPECT_THAT(make.files(), IsEmpty());
 }
 
-TEST(Usage, AFailureLeavesTheFileThatWasThere) {
+TEST(UsageTest, AFailureLeavesTheFileThatWasThere) {
     const composer make;
     make.folder().write_text("x", "precious");
     EXPECT_EQ(make.run_with({"--output", "x", "--truncate", "1000000"}).status, 2);

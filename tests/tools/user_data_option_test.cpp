@@ -22,11 +22,11 @@ std::string letters_of(const composer::words& arguments) {
     return letters;
 }
 
-TEST(UserDataOptions, ASegmentAloneGoesToTheIFrames) {
+TEST(UserDataOptionsTest, ASegmentAloneGoesToTheIFrames) {
     EXPECT_EQ(letters_of({"--segment", "osd=A"}), "A....A....");
 }
 
-TEST(UserDataOptions, FramesAreSelectedInManyWays) {
+TEST(UserDataOptionsTest, FramesAreSelectedInManyWays) {
     const auto selected = [](const char* frames) {
         return letters_of({"--user-data", frames, "--segment", "osd=A"});
     };
@@ -38,13 +38,13 @@ TEST(UserDataOptions, FramesAreSelectedInManyWays) {
     EXPECT_EQ(selected("2-4"), "..AAA.....");
 }
 
-TEST(UserDataOptions, TheLastBlockForAFrameCounts) {
+TEST(UserDataOptionsTest, TheLastBlockForAFrameCounts) {
     EXPECT_EQ(letters_of({"--user-data", "all", "--segment", "osd=A", "--user-data", "i-frames", "--segment",
                           "osd=B", "--user-data", "8-9", "--segment", "osd=C"}),
               "BAAAABAACC");
 }
 
-TEST(UserDataOptions, TheFrameHeaderCountsTheUnit) {
+TEST(UserDataOptionsTest, TheFrameHeaderCountsTheUnit) {
     const composer make;
     const bytes file = make.recording_of(two_small_frames + composer::words{"--segment", "osd=AB"});
     EXPECT_EQ(bytes(file.begin() + 88, file.begin() + 88 + 62),
@@ -59,17 +59,17 @@ bytes unit_of(const composer::words& arguments, size_t size) {
     return {file.begin() + 120, file.begin() + 120 + static_cast<std::ptrdiff_t>(size)};
 }
 
-TEST(UserDataOptions, H265HasItsOwnMarker) {
+TEST(UserDataOptionsTest, H265HasItsOwnMarker) {
     EXPECT_EQ(unit_of({"--codec", "h265", "--segment", "osd=AB"}, 23),
               hex("00000001 4E01F0 0E 5A4E5354 0100 0600 D1FE 0200 4142 80"));
 }
 
-TEST(UserDataOptions, SegmentsKeepTheirOrder) {
+TEST(UserDataOptionsTest, SegmentsKeepTheirOrder) {
     EXPECT_EQ(unit_of({"--segment", "vca_target=5,3", "--segment", "user_define=A"}, 29),
               hex("00000001 06F0 15 5A4E5354 0200 0D00 D9FE 0400 05000300 0100 0100 41 80"));
 }
 
-TEST(UserDataOptions, ABlockCanBeWrongInEveryWay) {
+TEST(UserDataOptionsTest, ABlockCanBeWrongInEveryWay) {
     EXPECT_EQ(
         unit_of({"--segment", "osd=AB", "--segment-length", "99", "--block-magic", "41424344",
                  "--block-count", "5", "--block-length", "7", "--block-size", "1025", "--block-lead", "FF"},

@@ -15,9 +15,9 @@ using namespace index_bytes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class search : public testing::Test {
+class SearchTest : public testing::Test {
 protected:
-    search() : query_(open_query()), list_(empty_list()) {}
+    SearchTest() : query_(open_query()), list_(empty_list()) {}
 
     // Searches a file with these bytes into the list of this test.
     std::vector<std::string> found_in(const bytes& content) {
@@ -39,49 +39,49 @@ protected:
 
 // --- Interval ---
 
-TEST_F(search, TheStartIsInAndTheEndIsOut) {
+TEST_F(SearchTest, TheStartIsInAndTheEndIsOut) {
     EXPECT_THAT(found_between(100, 200, file(at_times({50, 100, 150, 200}))), ElementsAre("p1", "p2"));
 }
 
-TEST_F(search, AnEmptyOrReversedIntervalHasNothing) {
+TEST_F(SearchTest, AnEmptyOrReversedIntervalHasNothing) {
     EXPECT_THAT(found_between(100, 100, file(at_times({50, 100, 150}))), IsEmpty());
     EXPECT_THAT(found_between(150, 50, file(at_times({50, 100, 150}))), IsEmpty());
 }
 
-TEST_F(search, TimesAreSigned) {
+TEST_F(SearchTest, TimesAreSigned) {
     EXPECT_THAT(found_between(-100, 1, file(at_times({-2147483647, -101, -100, -1, 0, 1}))),
                 ElementsAre("p2", "p3", "p4"));
 }
 
-TEST_F(search, EqualTimesKeepTheOrderOfTheFile) {
+TEST_F(SearchTest, EqualTimesKeepTheOrderOfTheFile) {
     EXPECT_THAT(found_between(5, 6, file(at_times({4, 5, 5, 5, 5, 6, 6}))),
                 ElementsAre("p1", "p2", "p3", "p4"));
 }
 
-TEST_F(search, RecordsComeWithAllTheirBytes) {
+TEST_F(SearchTest, RecordsComeWithAllTheirBytes) {
     const bytes content = file(at_times({7}));
     found_in(content);
     const auto* data = static_cast<const uint8_t*>(adt_dlist_getdata(adt_dlist_head(list_.get())));
     EXPECT_EQ(bytes(data, data + 184), bytes(content.begin() + 72, content.end()));
 }
 
-TEST_F(search, TheScanGoesOnBehindTheEndOfTheInterval) {
+TEST_F(SearchTest, TheScanGoesOnBehindTheEndOfTheInterval) {
     EXPECT_THAT(found_between(100, 200, file(at_times({100, 500, 900, 150, 900}))), ElementsAre("p0", "p3"));
 }
 
 // --- Size of the file ---
 
-TEST_F(search, AMissingFileIsAnError) {
+TEST_F(SearchTest, AMissingFileIsAnError) {
     EXPECT_EQ(SearchIndexEx(folder_.file("none").c_str(), query_.get(), list_.get()), -1);
     EXPECT_THAT(paths(list_.get()), IsEmpty());
 }
 
-TEST_F(search, AFolderIsAnEmptyIndex) {
+TEST_F(SearchTest, AFolderIsAnEmptyIndex) {
     EXPECT_EQ(SearchIndexEx(folder_.path().c_str(), query_.get(), list_.get()), 0);
     EXPECT_THAT(paths(list_.get()), IsEmpty());
 }
 
-TEST_F(search, AFileShorterThanOneRecordHasNone) {
+TEST_F(SearchTest, AFileShorterThanOneRecordHasNone) {
     bytes content = file(at_times({1}));
     while (!content.empty()) {
         content.pop_back();
@@ -89,11 +89,11 @@ TEST_F(search, AFileShorterThanOneRecordHasNone) {
     }
 }
 
-TEST_F(search, AFileOfOneRecordIsScannedFromItsStart) {
+TEST_F(SearchTest, AFileOfOneRecordIsScannedFromItsStart) {
     EXPECT_THAT(found_between(100, 200, file(at_times({100}))), ElementsAre("p0"));
 }
 
-TEST_F(search, ARecordThatIsCutOffIsNotOne) {
+TEST_F(SearchTest, ARecordThatIsCutOffIsNotOne) {
     const bytes whole = file(at_times({1, 2, 3}));
     for (size_t missing = 1; missing <= 184; ++missing) {
         list_ = empty_list();
@@ -102,7 +102,7 @@ TEST_F(search, ARecordThatIsCutOffIsNotOne) {
     }
 }
 
-TEST_F(search, AFileMayEndAnywhereInItsReadBlocks) {
+TEST_F(SearchTest, AFileMayEndAnywhereInItsReadBlocks) {
     // Around whole numbers of the 356 records that are read at a time.
     for (const size_t count : {355u, 356u, 357u, 711u, 712u, 713u}) {
         list_ = empty_list();
@@ -112,7 +112,7 @@ TEST_F(search, AFileMayEndAnywhereInItsReadBlocks) {
     }
 }
 
-TEST_F(search, AFileBeyondTwoGigabytesIsSearched) {
+TEST_F(SearchTest, AFileBeyondTwoGigabytesIsSearched) {
     // 20,000,000 records of 3.4 GiB, all but the last two a hole: time 0.
     constexpr int64_t count = 20000000;
     const std::string path = folder_.file("large");
@@ -128,7 +128,7 @@ TEST_F(search, AFileBeyondTwoGigabytesIsSearched) {
     EXPECT_THAT(paths(list_.get()), ElementsAre("last but one", "last"));
 }
 
-TEST_F(search, LeavesNoFileOpen) {
+TEST_F(SearchTest, LeavesNoFileOpen) {
     const int before = scratch::open_descriptors();
     found_in(file(at_times({1, 2, 3})));
     SearchIndexEx(folder_.file("none").c_str(), query_.get(), list_.get());
@@ -136,7 +136,7 @@ TEST_F(search, LeavesNoFileOpen) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST_F(search, TouchesNothingButTheList) {
+TEST_F(SearchTest, TouchesNothingButTheList) {
     std::memset(query_->results, 0xAA, sizeof query_->results);
     query_->total = 11;
     query_->returned = 12;
@@ -155,29 +155,29 @@ std::vector<entry> names() {
         {.time = 7, .path = "empty", .name = ""},           {.time = 8, .path = "path.jpg", .name = "f.kmr"}};
 }
 
-TEST_F(search, FileTypeZeroTakesAll) {
+TEST_F(SearchTest, FileTypeZeroTakesAll) {
     query_->file_type_filter = 0;
     EXPECT_EQ(found_in(file(names())).size(), 8u);
 }
 
-TEST_F(search, FileTypeOneTakesVideos) {
+TEST_F(SearchTest, FileTypeOneTakesVideos) {
     query_->file_type_filter = 1;
     EXPECT_THAT(found_in(file(names())), ElementsAre("video", "upper", "short", "empty", "path.jpg"));
 }
 
-TEST_F(search, FileTypeTwoTakesPictures) {
+TEST_F(SearchTest, FileTypeTwoTakesPictures) {
     query_->file_type_filter = 2;
     EXPECT_THAT(found_in(file(names())), ElementsAre("picture", "within", "start"));
 }
 
-TEST_F(search, OtherFileTypesTakeNothing) {
+TEST_F(SearchTest, OtherFileTypesTakeNothing) {
     for (const int32_t filter : {3, -1, 255, 257, 258}) {
         query_->file_type_filter = filter;
         EXPECT_THAT(found_in(file(names())), IsEmpty());
     }
 }
 
-TEST_F(search, ANameEndsWithItsNul) {
+TEST_F(SearchTest, ANameEndsWithItsNul) {
     bytes content = file({{.time = 1, .path = "p", .name = "a"}});
     const std::string behind = ".jpg";
     std::copy(behind.begin(), behind.end(), content.begin() + 72 + 12 + 2);
@@ -185,7 +185,7 @@ TEST_F(search, ANameEndsWithItsNul) {
     EXPECT_THAT(found_in(content), IsEmpty());
 }
 
-TEST_F(search, ANameWithoutANulEndsWithItsField) {
+TEST_F(SearchTest, ANameWithoutANulEndsWithItsField) {
     const std::vector<entry> entries = {{.time = 1, .path = "whole", .name = std::string(100, 'n') + ".jpg"},
                                         {.time = 2, .path = "jpg", .name = std::string(103, 'n') + "."},
                                         {.time = 3, .path = ".jpg", .name = std::string(104, 'n')}};
@@ -200,27 +200,27 @@ std::vector<entry> channels_and_kinds() {
             {.time = 4, .path = "c3k255", .channel = 3, .kind = 255}};
 }
 
-TEST_F(search, TheChannelMustFit) {
+TEST_F(SearchTest, TheChannelMustFit) {
     query_->channel_filter = 0;
     EXPECT_THAT(found_in(file(channels_and_kinds())), ElementsAre("c0k0", "c0k9"));
 }
 
-TEST_F(search, TheKindMustFit) {
+TEST_F(SearchTest, TheKindMustFit) {
     query_->kind_filter = 0;
     EXPECT_THAT(found_in(file(channels_and_kinds())), ElementsAre("c0k0", "c255k0"));
 }
 
-TEST_F(search, ChannelAndKindMustBothFit) {
+TEST_F(SearchTest, ChannelAndKindMustBothFit) {
     query_->channel_filter = 0;
     query_->kind_filter = 9;
     EXPECT_THAT(found_in(file(channels_and_kinds())), ElementsAre("c0k9"));
 }
 
-TEST_F(search, AFilterOf255TakesAny) {
+TEST_F(SearchTest, AFilterOf255TakesAny) {
     EXPECT_EQ(found_in(file(channels_and_kinds())).size(), 4u);
 }
 
-TEST_F(search, AFilterIsNotCutToAByte) {
+TEST_F(SearchTest, AFilterIsNotCutToAByte) {
     query_->channel_filter = 256;
     EXPECT_THAT(found_in(file(channels_and_kinds())), IsEmpty());
     query_->channel_filter = 0xFFFFFFFF;
@@ -232,11 +232,11 @@ TEST_F(search, AFilterIsNotCutToAByte) {
 
 // --- Order of the matches ---
 
-TEST_F(search, IntoAnEmptyListMatchesComeAsTheyAre) {
+TEST_F(SearchTest, IntoAnEmptyListMatchesComeAsTheyAre) {
     EXPECT_THAT(found_in(file(at_times({10, 30, 20, 5}))), ElementsAre("p0", "p1", "p2", "p3"));
 }
 
-TEST_F(search, ASecondSearchInsertsInOrderOfTime) {
+TEST_F(SearchTest, ASecondSearchInsertsInOrderOfTime) {
     found_in(file({{.time = 10, .path = "a10"}, {.time = 20, .path = "a20"}, {.time = 30, .path = "a30"}}));
     EXPECT_THAT(found_in(file({{.time = 5, .path = "b5"},
                                {.time = 10, .path = "b10"},
@@ -246,7 +246,7 @@ TEST_F(search, ASecondSearchInsertsInOrderOfTime) {
                 ElementsAre("b5", "a10", "b10", "a20", "b25", "a30", "b30", "b40"));
 }
 
-TEST_F(search, TheCursorNeverGoesBack) {
+TEST_F(SearchTest, TheCursorNeverGoesBack) {
     found_in(file({{.time = 10, .path = "a10"}, {.time = 20, .path = "a20"}, {.time = 30, .path = "a30"}}));
     // 15 goes before a20, where the cursor stays: 5 goes there too. 40 leaves the end, everything follows it.
     EXPECT_THAT(found_in(file({{.time = 15, .path = "b15"},
@@ -256,7 +256,7 @@ TEST_F(search, TheCursorNeverGoesBack) {
                 ElementsAre("a10", "b15", "b5", "a20", "a30", "b40", "b1"));
 }
 
-TEST_F(search, RecordsThatDoNotMatchDoNotMoveTheCursor) {
+TEST_F(SearchTest, RecordsThatDoNotMatchDoNotMoveTheCursor) {
     found_in(file({{.time = 10, .path = "a10"}, {.time = 20, .path = "a20"}}));
     query_->channel_filter = 1;
     EXPECT_THAT(found_in(file({{.time = 90, .path = "no", .channel = 9}, {.time = 5, .path = "b5"}})),
@@ -280,7 +280,7 @@ size_t scan_start(const std::vector<int32_t>& times, int32_t start) {
     }
 }
 
-TEST_F(search, InAnAscendingFileNothingIsMissed) {
+TEST_F(SearchTest, InAnAscendingFileNothingIsMissed) {
     // All ascending files of up to 6 records with times 0 to 3.
     for (size_t size = 0; size <= 6; ++size)
         for (int code = 0; code < 4096; ++code) {
@@ -303,7 +303,7 @@ TEST_F(search, InAnAscendingFileNothingIsMissed) {
         }
 }
 
-TEST_F(search, InAFileWithoutOrderTheBisectionDecidesWhereItBegins) {
+TEST_F(SearchTest, InAFileWithoutOrderTheBisectionDecidesWhereItBegins) {
     // All files of up to 5 records with times 0 to 2, sorted or not.
     for (size_t size = 0, codes = 1; size <= 5; ++size, codes *= 3)
         for (size_t code = 0; code < codes; ++code) {
@@ -323,26 +323,26 @@ TEST_F(search, InAFileWithoutOrderTheBisectionDecidesWhereItBegins) {
         }
 }
 
-TEST_F(search, RecordsBeforeTheBisectionsPlaceAreNotSeen) {
+TEST_F(SearchTest, RecordsBeforeTheBisectionsPlaceAreNotSeen) {
     // mid 2 (50 < 100: low 2), mid 3 (100: high 3), mid 2 again: record 0 is never looked at.
     EXPECT_THAT(found_between(100, 200, file(at_times({150, 60, 50, 100, 110}))), ElementsAre("p3", "p4"));
 }
 
 // --- my_stat ---
 
-TEST_F(search, StatGivesTheSizeOfAFile) {
+TEST_F(SearchTest, StatGivesTheSizeOfAFile) {
     const std::string path = folder_.write("some", bytes(1234, 0));
     struct stat64 status = {};
     EXPECT_EQ(my_stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_size, 1234);
 }
 
-TEST_F(search, StatOfAMissingFileFails) {
+TEST_F(SearchTest, StatOfAMissingFileFails) {
     struct stat64 status = {};
     EXPECT_EQ(my_stat(folder_.file("none").c_str(), &status), -1);
 }
 
-TEST_F(search, StatLeavesNoFileOpen) {
+TEST_F(SearchTest, StatLeavesNoFileOpen) {
     const std::string path = folder_.write("some", bytes(1, 0));
     const int before = scratch::open_descriptors();
     struct stat64 status = {};
@@ -351,7 +351,7 @@ TEST_F(search, StatLeavesNoFileOpen) {
     EXPECT_EQ(scratch::open_descriptors(), before);
 }
 
-TEST(test_break_hook, GivesZero) {
+TEST(TestBreakHookTest, GivesZero) {
     EXPECT_EQ(test_break(), 0);
 }
 

@@ -13,10 +13,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class list : public testing::Test {
+class ListTest : public testing::Test {
 protected:
-    list() : list_(adt_dlist_create(sizeof(int))) {}
-    ~list() override { adt_dlist_destroy(list_); }
+    ListTest() : list_(adt_dlist_create(sizeof(int))) {}
+    ~ListTest() override { adt_dlist_destroy(list_); }
 
     adt_dlist_node* add(adt_dlist_node* at, int element) { return adt_dlist_add(list_, at, &element); }
     adt_dlist_node* insert(adt_dlist_node* at, int element) { return adt_dlist_insert(list_, at, &element); }
@@ -47,14 +47,14 @@ protected:
     adt_dlist* list_;
 };
 
-TEST_F(list, ANewListIsEmpty) {
+TEST_F(ListTest, ANewListIsEmpty) {
     EXPECT_EQ(adt_dlist_head(list_), nullptr);
     EXPECT_EQ(adt_dlist_end(list_), nullptr);
     EXPECT_EQ(adt_dlist_size(list_), 0);
     EXPECT_EQ(adt_dlist_empty(list_), 1);
 }
 
-TEST_F(list, TheFirstElementIsHeadAndEnd) {
+TEST_F(ListTest, TheFirstElementIsHeadAndEnd) {
     adt_dlist_node* added = add(nullptr, 1);
     EXPECT_EQ(adt_dlist_head(list_), added);
     EXPECT_EQ(adt_dlist_end(list_), added);
@@ -63,56 +63,56 @@ TEST_F(list, TheFirstElementIsHeadAndEnd) {
     EXPECT_THAT(elements(), ElementsAre(1));
 }
 
-TEST_F(list, TheFirstInsertedElementIsHeadAndEnd) {
+TEST_F(ListTest, TheFirstInsertedElementIsHeadAndEnd) {
     adt_dlist_node* inserted = insert(nullptr, 1);
     EXPECT_EQ(adt_dlist_head(list_), inserted);
     EXPECT_EQ(adt_dlist_end(list_), inserted);
     EXPECT_THAT(elements(), ElementsAre(1));
 }
 
-TEST_F(list, AddingAfterNothingAppends) {
+TEST_F(ListTest, AddingAfterNothingAppends) {
     add(nullptr, 1);
     add(nullptr, 2);
     add(nullptr, 9);
     EXPECT_THAT(elements(), ElementsAre(1, 2, 9));
 }
 
-TEST_F(list, InsertingBeforeNothingPrepends) {
+TEST_F(ListTest, InsertingBeforeNothingPrepends) {
     add(nullptr, 1);
     add(nullptr, 2);
     insert(nullptr, 9);
     EXPECT_THAT(elements(), ElementsAre(9, 1, 2));
 }
 
-TEST_F(list, AddsAfterTheHead) {
+TEST_F(ListTest, AddsAfterTheHead) {
     adt_dlist_node* head = add(nullptr, 1);
     add(nullptr, 2);
     EXPECT_EQ(at(add(head, 9)), 9);
     EXPECT_THAT(elements(), ElementsAre(1, 9, 2));
 }
 
-TEST_F(list, AddsAfterTheTail) {
+TEST_F(ListTest, AddsAfterTheTail) {
     add(nullptr, 1);
     adt_dlist_node* tail = add(nullptr, 2);
     add(tail, 9);
     EXPECT_THAT(elements(), ElementsAre(1, 2, 9));
 }
 
-TEST_F(list, InsertsBeforeTheTail) {
+TEST_F(ListTest, InsertsBeforeTheTail) {
     add(nullptr, 1);
     adt_dlist_node* tail = add(nullptr, 2);
     insert(tail, 9);
     EXPECT_THAT(elements(), ElementsAre(1, 9, 2));
 }
 
-TEST_F(list, InsertsBeforeTheHead) {
+TEST_F(ListTest, InsertsBeforeTheHead) {
     adt_dlist_node* head = add(nullptr, 1);
     add(nullptr, 2);
     insert(head, 9);
     EXPECT_THAT(elements(), ElementsAre(9, 1, 2));
 }
 
-TEST_F(list, AddsAndInsertsInTheMiddle) {
+TEST_F(ListTest, AddsAndInsertsInTheMiddle) {
     add(nullptr, 1);
     adt_dlist_node* middle = add(nullptr, 2);
     add(nullptr, 3);
@@ -121,7 +121,7 @@ TEST_F(list, AddsAndInsertsInTheMiddle) {
     EXPECT_THAT(elements(), ElementsAre(1, 7, 2, 8, 3));
 }
 
-TEST_F(list, DeletesTheHead) {
+TEST_F(ListTest, DeletesTheHead) {
     adt_dlist_node* head = add(nullptr, 1);
     add(nullptr, 2);
     add(nullptr, 3);
@@ -129,7 +129,7 @@ TEST_F(list, DeletesTheHead) {
     EXPECT_THAT(elements(), ElementsAre(2, 3));
 }
 
-TEST_F(list, DeletesTheTail) {
+TEST_F(ListTest, DeletesTheTail) {
     add(nullptr, 1);
     add(nullptr, 2);
     adt_dlist_node* tail = add(nullptr, 3);
@@ -137,7 +137,7 @@ TEST_F(list, DeletesTheTail) {
     EXPECT_THAT(elements(), ElementsAre(1, 2));
 }
 
-TEST_F(list, DeletesInTheMiddle) {
+TEST_F(ListTest, DeletesInTheMiddle) {
     add(nullptr, 1);
     adt_dlist_node* middle = add(nullptr, 2);
     add(nullptr, 3);
@@ -145,7 +145,7 @@ TEST_F(list, DeletesInTheMiddle) {
     EXPECT_THAT(elements(), ElementsAre(1, 3));
 }
 
-TEST_F(list, DeletingTheOnlyNodeLeavesAnEmptyListWithItsTail) {
+TEST_F(ListTest, DeletingTheOnlyNodeLeavesAnEmptyListWithItsTail) {
     adt_dlist_node* only = add(nullptr, 1);
     const auto address = reinterpret_cast<uintptr_t>(only);
     EXPECT_EQ(adt_dlist_delete(list_, only), 1);
@@ -155,7 +155,7 @@ TEST_F(list, DeletingTheOnlyNodeLeavesAnEmptyListWithItsTail) {
     EXPECT_EQ(adt_dlist_empty(list_), 1);
 }
 
-TEST_F(list, AListThatWasEmptiedStartsAfresh) {
+TEST_F(ListTest, AListThatWasEmptiedStartsAfresh) {
     adt_dlist_delete(list_, add(nullptr, 1));
     add(nullptr, 2);
     EXPECT_THAT(elements(), ElementsAre(2));
@@ -168,20 +168,20 @@ TEST_F(list, AListThatWasEmptiedStartsAfresh) {
     EXPECT_THAT(elements(), ElementsAre(4));
 }
 
-TEST_F(list, KeepsACopyOfTheElement) {
+TEST_F(ListTest, KeepsACopyOfTheElement) {
     int element = 1;
     adt_dlist_node* node = adt_dlist_add(list_, nullptr, &element);
     element = 2;
     EXPECT_EQ(at(node), 1);
 }
 
-TEST_F(list, GivesTheElementItself) {
+TEST_F(ListTest, GivesTheElementItself) {
     adt_dlist_node* node = add(nullptr, 1);
     *static_cast<int*>(adt_dlist_getdata(node)) = 5;
     EXPECT_THAT(elements(), ElementsAre(5));
 }
 
-TEST(list_elements, MayHaveAnySize) {
+TEST(ListElementsTest, MayHaveAnySize) {
     for (const uint32_t size : {0u, 1u, 3u, 184u, 4096u}) {
         const std::string element(size, 'e');
         adt_dlist* of = adt_dlist_create(size);
@@ -195,7 +195,7 @@ TEST(list_elements, MayHaveAnySize) {
     }
 }
 
-TEST(list_of_nothing, IsHarmless) {
+TEST(ListOfNothingTest, IsHarmless) {
     const int element = 1;
     EXPECT_EQ(adt_dlist_destroy(nullptr), 0);
     EXPECT_EQ(adt_dlist_add(nullptr, nullptr, &element), nullptr);
@@ -212,7 +212,7 @@ TEST(list_of_nothing, IsHarmless) {
     adt_dlist_lock_uninit(nullptr);
 }
 
-TEST_F(list, DeletingNothingChangesNothing) {
+TEST_F(ListTest, DeletingNothingChangesNothing) {
     adt_dlist_node* node = add(nullptr, 1);
     EXPECT_EQ(adt_dlist_delete(nullptr, node), 0);
     EXPECT_EQ(adt_dlist_delete(list_, nullptr), 0);
@@ -220,7 +220,7 @@ TEST_F(list, DeletingNothingChangesNothing) {
     EXPECT_THAT(elements(), ElementsAre(1));
 }
 
-TEST_F(list, TheLockIsTheCallersAlone) {
+TEST_F(ListTest, TheLockIsTheCallersAlone) {
     adt_dlist_lock(list_);
     add(nullptr, 1); // the list's own operations take no lock
     EXPECT_NE(pthread_mutex_trylock(&list_->lock), 0);
@@ -229,7 +229,7 @@ TEST_F(list, TheLockIsTheCallersAlone) {
     adt_dlist_unlock(list_);
 }
 
-TEST_F(list, ThreadsThatLockShareAList) {
+TEST_F(ListTest, ThreadsThatLockShareAList) {
     const auto append_many = [&] {
         for (int i = 0; i < 1000; ++i) {
             adt_dlist_lock(list_);

@@ -35,12 +35,12 @@ public:
     no_memory& operator=(const no_memory&) = delete;
 };
 
-TEST(without_memory, NoListIsMade) {
+TEST(WithoutMemoryTest, NoListIsMade) {
     const no_memory from_now_on(0);
     EXPECT_EQ(adt_dlist_create(4), nullptr);
 }
 
-TEST(without_memory, AListKeepsWhatItHas) {
+TEST(WithoutMemoryTest, AListKeepsWhatItHas) {
     const list of = empty_list();
     const bytes first = record({.path = "first"});
     const bytes second = record({.path = "second"});
@@ -55,7 +55,7 @@ TEST(without_memory, AListKeepsWhatItHas) {
     EXPECT_THAT(paths(of.get()), ElementsAre("first"));
 }
 
-TEST(without_memory, AnEmptyListStaysEmpty) {
+TEST(WithoutMemoryTest, AnEmptyListStaysEmpty) {
     const list of = empty_list();
     const bytes element = record({});
     {
@@ -68,7 +68,7 @@ TEST(without_memory, AnEmptyListStaysEmpty) {
     EXPECT_EQ(adt_dlist_end(of.get()), nullptr);
 }
 
-TEST(without_memory, AQueryThatCannotStartLeavesItsBlockAsItIs) {
+TEST(WithoutMemoryTest, AQueryThatCannotStartLeavesItsBlockAsItIs) {
     const scratch::folder folder;
     const scratch::working_directory there(folder.path());
     folder.write("Index.dat", file(at_times({1, 2})));
@@ -88,7 +88,7 @@ TEST(without_memory, AQueryThatCannotStartLeavesItsBlockAsItIs) {
     EXPECT_EQ(query->total, 0);
 }
 
-TEST(without_memory, AMatchThatDoesNotFitIsLeftOut) {
+TEST(WithoutMemoryTest, AMatchThatDoesNotFitIsLeftOut) {
     const scratch::folder folder;
     const scratch::working_directory there(folder.path());
     folder.write("Index.dat", file(at_times({1, 2, 3})));

@@ -10,10 +10,10 @@ namespace {
 using namespace index_bytes;
 using testing::ElementsAre;
 
-class query : public testing::Test {
+class QueryTest : public testing::Test {
 protected:
-    query() : working_directory_(folder_.path()), block_(open_query()) {}
-    ~query() override {
+    QueryTest() : working_directory_(folder_.path()), block_(open_query()) {}
+    ~QueryTest() override {
         g_iUsbNum = 10;
         // The next test starts without matches.
         std::filesystem::remove(folder_.file("Index.dat"));
@@ -45,7 +45,7 @@ protected:
 
 // --- REC_QueryFiles ---
 
-TEST_F(query, GivesAllMatchesOfTheIndexInTheWorkingDirectory) {
+TEST_F(QueryTest, GivesAllMatchesOfTheIndexInTheWorkingDirectory) {
     index(at_times({50, 100, 150, 200}));
     block_->start_time = 100;
     block_->end_time = 200;
@@ -53,7 +53,7 @@ TEST_F(query, GivesAllMatchesOfTheIndexInTheWorkingDirectory) {
     EXPECT_EQ(block_->total, 2);
 }
 
-TEST_F(query, ResultsAreWholeRecordsAndNoneBehindThemIsWritten) {
+TEST_F(QueryTest, ResultsAreWholeRecordsAndNoneBehindThemIsWritten) {
     index(at_times({1, 2}));
     std::memset(block_->results, 0xAA, sizeof block_->results);
     block_->total = -5;
@@ -71,7 +71,7 @@ TEST_F(query, ResultsAreWholeRecordsAndNoneBehindThemIsWritten) {
     EXPECT_EQ(block_->reserved[1], 78);
 }
 
-TEST_F(query, TheQuestionIsNotChanged) {
+TEST_F(QueryTest, TheQuestionIsNotChanged) {
     index(at_times({1, 2}));
     const int32_t question[7] = {255, 255, 1, 2, 0, 17, 1};
     std::memcpy(static_cast<void*>(block_.get()), question, sizeof question);
@@ -79,20 +79,20 @@ TEST_F(query, TheQuestionIsNotChanged) {
     EXPECT_EQ(std::memcmp(block_.get(), question, sizeof question), 0);
 }
 
-TEST_F(query, AMissingIndexHasNoMatches) {
+TEST_F(QueryTest, AMissingIndexHasNoMatches) {
     block_->total = 9;
     block_->returned = 9;
     EXPECT_THAT(run(), ElementsAre());
     EXPECT_EQ(block_->total, 0);
 }
 
-TEST_F(query, PagingHasNoEffect) {
+TEST_F(QueryTest, PagingHasNoEffect) {
     index(at_times({1, 2, 3}));
     block_->page_size = 2;
     EXPECT_THAT(run(), ElementsAre("p0", "p1", "p2"));
 }
 
-TEST_F(query, AnotherPageGivesTheMatchesOfTheSearchBefore) {
+TEST_F(QueryTest, AnotherPageGivesTheMatchesOfTheSearchBefore) {
     index(at_times({1, 2, 3}));
     block_->start_time = 2;
     run();
@@ -105,7 +105,7 @@ TEST_F(query, AnotherPageGivesTheMatchesOfTheSearchBefore) {
     }
 }
 
-TEST_F(query, PageZeroSearchesAgain) {
+TEST_F(QueryTest, PageZeroSearchesAgain) {
     index(at_times({1, 2, 3}));
     run();
     index(at_times({7}));
@@ -114,7 +114,7 @@ TEST_F(query, PageZeroSearchesAgain) {
     EXPECT_THAT(run(), ElementsAre());
 }
 
-TEST_F(query, WithoutAUsbDiskNothingIsSearched) {
+TEST_F(QueryTest, WithoutAUsbDiskNothingIsSearched) {
     index(at_times({1}));
     for (const int32_t disks : {0, -1}) {
         g_iUsbNum = disks;
@@ -125,7 +125,7 @@ TEST_F(query, WithoutAUsbDiskNothingIsSearched) {
     EXPECT_THAT(run(), ElementsAre("p0"));
 }
 
-TEST_F(query, WithoutAUsbDiskTheMatchesBeforeAreGone) {
+TEST_F(QueryTest, WithoutAUsbDiskTheMatchesBeforeAreGone) {
     index(at_times({1}));
     run();
     g_iUsbNum = 0;
@@ -134,11 +134,11 @@ TEST_F(query, WithoutAUsbDiskTheMatchesBeforeAreGone) {
     EXPECT_THAT(run(), ElementsAre());
 }
 
-TEST_F(query, TenUsbDisksAreTheDefault) {
+TEST_F(QueryTest, TenUsbDisksAreTheDefault) {
     EXPECT_EQ(g_iUsbNum, 10);
 }
 
-TEST_F(query, OnlyTheFirst3000MatchesFit) {
+TEST_F(QueryTest, OnlyTheFirst3000MatchesFit) {
     index(at_times(std::vector<int32_t>(3005, 4)));
     block_->reserved[0] = 77;
     EXPECT_EQ(REC_QueryFiles(block_.get()), 0);
@@ -149,13 +149,13 @@ TEST_F(query, OnlyTheFirst3000MatchesFit) {
     EXPECT_STREQ(block_->results[2999].file_path, "p2999");
 }
 
-TEST_F(query, Exactly3000MatchesFit) {
+TEST_F(QueryTest, Exactly3000MatchesFit) {
     index(at_times(std::vector<int32_t>(3000, 4)));
     EXPECT_EQ(run().size(), 3000u);
     EXPECT_STREQ(block_->results[2999].file_path, "p2999");
 }
 
-TEST_F(query, LeavesNoFileOpen) {
+TEST_F(QueryTest, LeavesNoFileOpen) {
     index(at_times({1, 2}));
     const int before = scratch::open_descriptors();
     run();
@@ -164,7 +164,7 @@ TEST_F(query, LeavesNoFileOpen) {
 
 // --- The tool ---
 
-TEST_F(query, TheToolPrintsOnePathPerMatch) {
+TEST_F(QueryTest, TheToolPrintsOnePathPerMatch) {
     index({{.time = 50, .path = "2015/a.kmr"},
            {.time = 100, .path = "2015/b.kmr"},
            {.time = 150, .path = "2015/c.kmr"},
@@ -173,14 +173,14 @@ TEST_F(query, TheToolPrintsOnePathPerMatch) {
                                   "/dev/mmcblk0p2/2015/c.kmr\n");
 }
 
-TEST_F(query, TheToolPrintsVideosOfAllChannelsAndKinds) {
+TEST_F(QueryTest, TheToolPrintsVideosOfAllChannelsAndKinds) {
     index({{.time = 1, .path = "a", .channel = 0, .kind = 0},
            {.time = 2, .path = "b", .name = "x.jpg"},
            {.time = 3, .path = "c.jpg", .channel = 254, .kind = 255}});
     EXPECT_EQ(tool("0", "10"), "/dev/mmcblk0p2/a\n/dev/mmcblk0p2/c.jpg\n");
 }
 
-TEST_F(query, TheToolPrintsNothingWithoutMatches) {
+TEST_F(QueryTest, TheToolPrintsNothingWithoutMatches) {
     EXPECT_EQ(tool("0", "10"), "");
     index(at_times({20}));
     EXPECT_EQ(tool("0", "10"), "");
@@ -188,7 +188,7 @@ TEST_F(query, TheToolPrintsNothingWithoutMatches) {
     EXPECT_EQ(tool("0", "100"), "");
 }
 
-TEST_F(query, TheToolReadsNumbersAsFarAsTheyGo) {
+TEST_F(QueryTest, TheToolReadsNumbersAsFarAsTheyGo) {
     index(at_times({-5, 0, 7, 12}));
     EXPECT_EQ(tool("", "x"), "");                                                         // 0, 0
     EXPECT_EQ(tool("abc", "1"), "/dev/mmcblk0p2/p1\n");                                   // 0, 1
@@ -199,19 +199,19 @@ TEST_F(query, TheToolReadsNumbersAsFarAsTheyGo) {
                                                  "/dev/mmcblk0p2/p2\n/dev/mmcblk0p2/p3\n");
 }
 
-TEST_F(query, TheToolTakesNumbersBeyond32BitsForTheNearest) {
+TEST_F(QueryTest, TheToolTakesNumbersBeyond32BitsForTheNearest) {
     index(at_times({-2147483647 - 1, 0, 2147483646, 2147483647}));
     EXPECT_EQ(tool("0", "99999999999"), "/dev/mmcblk0p2/p1\n/dev/mmcblk0p2/p2\n");
     EXPECT_EQ(tool("-99999999999", "1"), "/dev/mmcblk0p2/p0\n/dev/mmcblk0p2/p1\n");
 }
 
-TEST_F(query, TheToolEndsAPathWithItsField) {
+TEST_F(QueryTest, TheToolEndsAPathWithItsField) {
     const std::string whole(68, 'w');
     index({{.time = 1, .path = whole}, {.time = 2, .path = "next"}, {.time = 3, .path = ""}});
     EXPECT_EQ(tool("0", "10"), "/dev/mmcblk0p2/" + whole + "\n/dev/mmcblk0p2/next\n/dev/mmcblk0p2/\n");
 }
 
-TEST_F(query, TheToolPrintsTheFirst3000Matches) {
+TEST_F(QueryTest, TheToolPrintsTheFirst3000Matches) {
     index(at_times(std::vector<int32_t>(3001, 4)));
     std::string expected;
     for (size_t i = 0; i < 3000; ++i)
@@ -219,7 +219,7 @@ TEST_F(query, TheToolPrintsTheFirst3000Matches) {
     EXPECT_EQ(tool("0", "10"), expected);
 }
 
-TEST_F(query, TheToolStartsANewSearchEachTime) {
+TEST_F(QueryTest, TheToolStartsANewSearchEachTime) {
     index(at_times({1}));
     EXPECT_EQ(tool("0", "10"), "/dev/mmcblk0p2/p0\n");
     EXPECT_EQ(tool("0", "10"), "/dev/mmcblk0p2/p0\n");

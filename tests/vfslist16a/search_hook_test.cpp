@@ -18,9 +18,9 @@ namespace {
 using namespace index_bytes;
 using testing::ElementsAre;
 
-class hook : public testing::Test {
+class HookTest : public testing::Test {
 protected:
-    hook() : query_(open_query()), list_(empty_list()) { break_calls = break_result = 0; }
+    HookTest() : query_(open_query()), list_(empty_list()) { break_calls = break_result = 0; }
 
     void search(const std::vector<entry>& entries) {
         const std::string path = folder_.write("index", file(entries));
@@ -32,7 +32,7 @@ protected:
     list list_;
 };
 
-TEST_F(hook, IsCalledBeforeTimeAndKindAreLookedAt) {
+TEST_F(HookTest, IsCalledBeforeTimeAndKindAreLookedAt) {
     query_->start_time = 5;
     query_->end_time = 6;
     query_->kind_filter = 9;
@@ -42,7 +42,7 @@ TEST_F(hook, IsCalledBeforeTimeAndKindAreLookedAt) {
     EXPECT_EQ(adt_dlist_size(list_.get()), 1);
 }
 
-TEST_F(hook, IsNotCalledForOtherFileTypesAndChannels) {
+TEST_F(HookTest, IsNotCalledForOtherFileTypesAndChannels) {
     query_->file_type_filter = 1;
     query_->channel_filter = 3;
     search({{.time = 1, .name = "a.jpg", .channel = 3},
@@ -51,7 +51,7 @@ TEST_F(hook, IsNotCalledForOtherFileTypesAndChannels) {
     EXPECT_EQ(break_calls, 1);
 }
 
-TEST_F(hook, DoesNotEndTheSearch) {
+TEST_F(HookTest, DoesNotEndTheSearch) {
     break_result = 1;
     search(at_times({1, 2, 3}));
     EXPECT_EQ(break_calls, 3);
@@ -59,7 +59,7 @@ TEST_F(hook, DoesNotEndTheSearch) {
 }
 
 // The one query of this program.
-TEST(query_before_any_search, AnotherPageThanTheFirstIsEmpty) {
+TEST(QueryBeforeAnySearchTest, AnotherPageThanTheFirstIsEmpty) {
     const auto query = open_query();
     query->page_index = 1;
     query->total = 9;
