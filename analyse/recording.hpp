@@ -1,8 +1,8 @@
 // A recording opened through the open-recording table, closed and given back to it when it goes out of scope.
 #pragma once
 
+#include "file_op/common/rec_status.h"
 #include "file_op/open_table.h"
-#include "file_op/rec_status.h"
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 #include "bench/workspace.hpp"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <benchmark/benchmark.h>
 

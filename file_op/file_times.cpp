@@ -1,9 +1,9 @@
 #include "file_op/file_times.h"
 
 #include "file_op/common/file_names.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/index_query.h"
 #include "file_op/open_table.h"
-#include "file_op/rec_status.h"
 #include "file_op/resolve_path.hpp"
 
 namespace {

@@ -1,8 +1,8 @@
 #include "analyse/format/file_header.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/frame_search.h"
 #include "file_op/index_query.h"
 #include "file_op/open_guards.hpp"
-#include "file_op/rec_status.h"
 #include "file_op/resolve_path.hpp"
 
 #include <cstdio>

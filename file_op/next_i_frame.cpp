@@ -1,7 +1,7 @@
 #include "base/heap_bytes.hpp"
 #include "file_op/common/frame_check.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/frame_search.h"
-#include "file_op/rec_status.h"
 #include "file_op/sync_pattern.hpp"
 
 #include <cstddef>

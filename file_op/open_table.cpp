@@ -3,8 +3,8 @@
 #include "base/copy_text.hpp"
 #include "base/mutex_lock.hpp"
 #include "file_op/common/file_names.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/locate.h"
-#include "file_op/rec_status.h"
 
 #include <algorithm>
 #include <cstdio>

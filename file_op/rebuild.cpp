@@ -3,11 +3,11 @@
 #include "analyse/format/file_header.h"
 #include "base/heap_bytes.hpp"
 #include "file_op/common/file_names.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/file_times.h"
 #include "file_op/frame_search.h"
 #include "file_op/index_records.hpp"
 #include "file_op/open_guards.hpp"
-#include "file_op/rec_status.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -1,8 +1,8 @@
 #include "main/front_end.h"
 
 #include "base/host_file.hpp"
+#include "file_op/common/rec_status.h"
 #include "file_op/open_table.h"
-#include "file_op/rec_status.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 #include "main/command_line.hpp"
 #include "main/front_end.h"
 #include "main/output_buffer.hpp"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <cstdio>
 

@@ -1,5 +1,5 @@
 // The search through the index file.
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include "base/host_file.hpp"
 

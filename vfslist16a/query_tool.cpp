@@ -1,5 +1,5 @@
 // The query of the command line.
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -15,6 +15,7 @@
 #include "file_op/common/file_names.h"
 #include "file_op/common/frame_check.h"
 #include "file_op/common/log.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/file_copy.h"
 #include "file_op/file_times.h"
 #include "file_op/frame_search.h"
@@ -22,12 +23,11 @@
 #include "file_op/locate.h"
 #include "file_op/open_table.h"
 #include "file_op/rebuild.h"
-#include "file_op/rec_status.h"
 #include "file_op/tags.h"
 #include "libvfs/vfs.h"
 #include "main/front_end.h"
 #include "vfslist16a/dlist/adt_dlist.h"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <stddef.h>
 #include <sys/types.h>

@@ -1,6 +1,6 @@
 #include "file_op/common/frame_check.h"
 
-#include "file_op/rec_status.h"
+#include "file_op/common/rec_status.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "file_op/frame_search.h"
 
-#include "file_op/rec_status.h"
+#include "file_op/common/rec_status.h"
 #include "tests/file_op/layer_fixture.hpp"
 
 #include <algorithm>

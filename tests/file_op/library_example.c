@@ -5,11 +5,11 @@
  * The recording's path must contain "/mnt/". The modules are loaded from ./lib of the working directory. */
 #include "analyse/format/file_header.h"
 #include "file_op/common/log.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/file_copy.h"
 #include "file_op/file_times.h"
 #include "file_op/index_query.h"
 #include "file_op/rebuild.h"
-#include "file_op/rec_status.h"
 #include "file_op/tags.h"
 #include "libvfs/vfs.h"
 

@@ -1,7 +1,7 @@
 // Tests of services on one recording, which lies below a folder "mnt" so that its full path is taken as it is.
 #pragma once
 
-#include "file_op/rec_status.h"
+#include "file_op/common/rec_status.h"
 #include "tests/file_op/layer_fixture.hpp"
 #include "tests/support/recording_bytes.hpp"
 

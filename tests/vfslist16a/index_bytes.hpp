@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/recording_bytes.hpp"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <memory>
 #include <string>

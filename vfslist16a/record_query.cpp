@@ -1,5 +1,5 @@
 // A query: the search and the copy of its matches.
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <cstring>
 
