@@ -11,11 +11,6 @@
 #include <algorithm>
 #include <unistd.h>
 
-uint32_t g_Opt;
-uint32_t g_lstarttime;
-int32_t g_TempFirstFrmNum;
-int32_t g_TempLastFrmNum;
-
 namespace kmr {
 namespace {
 

@@ -4,16 +4,12 @@
 #ifndef KMR_ANALYSE_H
 #define KMR_ANALYSE_H
 
+#include "analyse/report_state.h"
 #include "libvfs/vfs_types.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-extern uint32_t g_Opt;            /* option word (enum kmr_option), set by analyse_kmr */
-extern uint32_t g_lstarttime;     /* seconds; frames earlier in the stream get no user-data extraction; 0 */
-extern int32_t g_TempFirstFrmNum; /* number of the first ordinary frame of the latest walk call */
-extern int32_t g_TempLastFrmNum;  /* number of the latest ordinary frame */
 
 /* Prints the report of the recording `name` (short name or full path) that the option word asks for. The
  * layer must have been initialised. 0, whatever was found. Leaves the side files "EndFrame" and "Diff" in the

@@ -1,8 +1,8 @@
 #include "analyse/frame_user_data.h"
 
 #include "UserDataOpt/user_data.h"
-#include "analyse/analyse.h"
 #include "analyse/options.h"
+#include "analyse/report_state.h"
 
 #include <algorithm>
 #include <array>

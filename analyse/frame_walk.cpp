@@ -1,12 +1,12 @@
 #include "analyse/frame_walk.hpp"
 
-#include "analyse/analyse.h"
 #include "analyse/format/file_header.h"
 #include "analyse/frame_row.hpp"
 #include "analyse/frame_user_data.h"
 #include "analyse/index_report.hpp"
 #include "analyse/options.h"
 #include "analyse/recording.hpp"
+#include "analyse/report_state.h"
 #include "analyse/side_file.h"
 #include "base/heap_bytes.hpp"
 #include "file_op/common/frame_check.h"

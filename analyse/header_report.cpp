@@ -1,9 +1,9 @@
 #include "analyse/header_report.h"
 
-#include "analyse/analyse.h"
 #include "analyse/format/file_header.h"
 #include "analyse/options.h"
 #include "analyse/recording.hpp"
+#include "analyse/report_state.h"
 #include "analyse/rules.hpp"
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "analyse/index_report.hpp"
 
-#include "analyse/analyse.h"
 #include "analyse/format/index_block.h"
 #include "analyse/options.h"
+#include "analyse/report_state.h"
 #include "analyse/rules.hpp"
 #include "base/text_line.hpp"
 #include "file_op/index_trailer.hpp"

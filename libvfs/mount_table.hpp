@@ -5,6 +5,8 @@
 
 namespace kmr {
 
+constexpr uint32_t module_is_loaded = 1; // the state of an entry that may be used
+
 // The operations of a module (0 or 1), null when it is not loaded.
 const vfs_module_operations* operations_of(int32_t module);
 
