@@ -3,8 +3,6 @@
 #include "UserDataOpt/segment_table.hpp"
 #include "UserDataOpt/user_data.h"
 
-#include "analyse/format/byte_order.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -30,19 +28,6 @@ enum counter : uint8_t {
 void count(uint8_t index) {
     ++g_u64UserDataLine[index];
 }
-
-struct block_head {
-    char magic[4];
-    uint16_t segment_count;
-    uint16_t segments_size;
-};
-static_assert(sizeof(block_head) == 8);
-
-struct segment_head {
-    uint16_t flag;
-    uint16_t length;
-};
-static_assert(sizeof(segment_head) == 4);
 
 constexpr uint32_t smallest_block = 5;
 
@@ -92,11 +77,11 @@ size_field read_size_field(const uint8_t* bytes) {
 }
 
 // Keeps the segment in g_stVcaTarget and puts its name with the two values into `name`.
-std::string_view take_target(const uint8_t* segment, segment_head head, std::string_view kind_name,
+std::string_view take_target(const uint8_t* segment, kmr_segment_head head, std::string_view kind_name,
                              char (&name)[segment_name_width + 1]) {
-    g_stVcaTarget = {.flag = head.flag, .length = head.length, .payload = {}};
+    g_stVcaTarget = {.flag = head.Flag, .length = head.Length, .payload = {}};
     std::memcpy(g_stVcaTarget.payload, segment + sizeof head,
-                std::min<size_t>(head.length, sizeof g_stVcaTarget.payload));
+                std::min<size_t>(head.Length, sizeof g_stVcaTarget.payload));
     const int length = std::snprintf(name, sizeof name, "%.*s %4d %4d", static_cast<int>(kind_name.size()),
                                      kind_name.data(), load<uint16_t>(g_stVcaTarget.payload) - 1,
                                      load<uint16_t>(g_stVcaTarget.payload + 2) - 1);
@@ -104,8 +89,8 @@ std::string_view take_target(const uint8_t* segment, segment_head head, std::str
 }
 
 // Does what the segment's kind asks for and prints its row. Whether the segment behind it may be looked at.
-bool take_segment(const uint8_t* segment, segment_head head, uint32_t block_position) {
-    const segment_kind& kind = segment_kind_of(head.flag);
+bool take_segment(const uint8_t* segment, kmr_segment_head head, uint32_t block_position) {
+    const segment_kind& kind = segment_kind_of(head.Flag);
     count(kind.counter);
     char target_name[segment_name_width + 1];
     std::string_view name = kind.name;
@@ -113,17 +98,17 @@ bool take_segment(const uint8_t* segment, segment_head head, uint32_t block_posi
         GetAnalysSize(segment);
     else if (kind.action == segment_action::take_target)
         name = take_target(segment, head, kind.name, target_name);
-    print_segment_row(block_position, head.flag, name);
+    print_segment_row(block_position, head.Flag, name);
     return kind.action != segment_action::stop;
 }
 
 void take_segments(const work_buffer& block, uint32_t size, uint16_t segment_count, uint32_t block_position) {
-    uint32_t at = sizeof(block_head);
+    uint32_t at = KMR_USER_DATA_HEAD_SIZE;
     for (uint16_t i = 0; i < segment_count; ++i) {
         const uint8_t* segment = block.bytes + at;
-        const auto head = load<segment_head>(segment);
+        const auto head = load<kmr_segment_head>(segment);
         count(segment_read);
-        at += static_cast<uint32_t>(sizeof head) + head.length;
+        at += KMR_SEGMENT_HEAD_SIZE + uint32_t{head.Length};
         if (at > size) {
             count(segment_cut_off);
             return;
@@ -135,17 +120,17 @@ void take_segments(const work_buffer& block, uint32_t size, uint16_t segment_cou
 
 void decode_block(const work_buffer& block, uint32_t size, uint32_t position) {
     count(block_with_magic_to_check);
-    const auto head = load<block_head>(block.bytes);
-    if (std::memcmp(head.magic, "ZNST", sizeof head.magic) != 0)
+    const auto head = load<kmr_user_data_head>(block.bytes);
+    if (head.Magic != KMR_USER_DATA_MAGIC)
         return;
     count(block_with_magic);
     // The size on disk, escapes included, is held against the length without them: an escaped block passes
     // only because its length was written so.
-    if (size != head.segments_size + sizeof head)
+    if (size != head.SegmentsSize + sizeof head)
         return;
     count(block_accepted);
-    print_block_heading(head.segment_count);
-    take_segments(block, size, head.segment_count, position);
+    print_block_heading(head.SegmentCount);
+    take_segments(block, size, head.SegmentCount, position);
     print_block_end();
 }
 

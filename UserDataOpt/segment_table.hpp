@@ -1,8 +1,7 @@
 // The kinds of segments of a user-data block.
 #pragma once
 
-#include "UserDataOpt/user_data.h"
-#include "analyse/vca/vca.h"
+#include "UserDataOpt/user_data_block.h"
 
 #include <cstdint>
 #include <string_view>
@@ -25,15 +24,15 @@ struct segment_kind {
 
 // Audio and analytics targets share counter 16.
 inline constexpr segment_kind segment_kinds[] = {
-    {"USERDATA_FLAG_OSD", 0xFED1, 8},
-    {"USERDATA_FLAG_VCA", 0xFED2, 9},
-    {"USERDATA_FLAG_FRAMETIME", 0xFED3, 10},
-    {"USERDATA_FLAG_GPS", 0xFED4, 11},
-    {"USERDATA_FLAG_USER_DEFINE", 0x0001, 12},
-    {"USERDATA_FLAG_PLATE", 0xFED5, 14},
-    {"USERDATA_FLAG_AUDIO", 0xFED6, 16},
+    {"USERDATA_FLAG_OSD", USERDATA_FLAG_OSD, 8},
+    {"USERDATA_FLAG_VCA", USERDATA_FLAG_VCA, 9},
+    {"USERDATA_FLAG_FRAMETIME", USERDATA_FLAG_FRAMETIME, 10},
+    {"USERDATA_FLAG_GPS", USERDATA_FLAG_GPS, 11},
+    {"USERDATA_FLAG_USER_DEFINE", USERDATA_FLAG_USER_DEFINE, 12},
+    {"USERDATA_FLAG_PLATE", USERDATA_FLAG_PLATE, 14},
+    {"USERDATA_FLAG_AUDIO", USERDATA_FLAG_AUDIO, 16},
     {"USERDATA_FLAG_VCA_SIZE", USERDATA_FLAG_VCA_SIZE, 13, segment_action::take_analysis_size},
-    {"USERDATA_FLAG_VCA_VI", 0xFED8, 15},
+    {"USERDATA_FLAG_VCA_VI", USERDATA_FLAG_VCA_VI, 15},
     {"USERDATA_FLAG_VCA", USERDATA_FLAG_VCA_TARGET, 16, segment_action::take_target},
 };
 

@@ -1,19 +1,5 @@
 /* The user data that the encoder hides in the video stream: on-screen text, analytics targets, GPS, number
- * plates and others, in one block per frame.
- *
- * On disk, at the start of a frame's video data:
- *
- *   offset  width   content
- *   0       6 or 7  start marker: 00 00 00 01 06 F0 (H.264) or 00 00 00 01 4E 01 F0 (H.265)
- *           1 to 5  size: bytes 0xFF add 255 and go on, the first byte below 0xFF is added and ends it
- *           size    the block, escaped: a 03 is put behind every 00 00
- *
- * The block without its escapes, little-endian, no padding:
- *
- *   0       4       "ZNST"
- *   4       u16     number of segments
- *   6       u16     bytes of all segments: size - 8
- *   8               segments: u16 flag, u16 payload length L, L bytes
+ * plates and others, in one block per frame, whose layout is that of user_data_block.h.
  *
  * One thread at a time: the counters, g_stVcaTarget and g_stVcaAnalysSize are not locked. Nothing is
  * allocated.
@@ -21,16 +7,14 @@
 #ifndef KMR_USER_DATA_H
 #define KMR_USER_DATA_H
 
+#include "UserDataOpt/user_data_block.h"
+
 #include <assert.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-extern const uint8_t kmr_user_data_start_h264[6];
-extern const uint8_t kmr_user_data_start_h265[7];
-extern const uint8_t ucNeedToRevert[3]; /* 00 00 03: the escape, whose last byte goes */
 
 /* The smallest offset at which the `patlen` bytes of `pattern` stand wholly inside of buf[0] to buf[buflen -
  * 1]; -1 when there is none, and for a pattern longer than the buffer (a negative `buflen` included) without
@@ -67,8 +51,6 @@ enum {
  * -1 when the block is larger than USER_DATA_MAX_BLOCK, otherwise 0, found or not, sound or not. A defect
  * ends the decoding quietly and shows in the counters alone. */
 int32_t AnalyzeUserDataInOneFrame(uint32_t loc, const uint8_t* buf, int32_t len, uint32_t reserved);
-
-enum { USERDATA_FLAG_VCA_TARGET = 0xFED9 };
 
 /* A copy of the last segment with the flag USERDATA_FLAG_VCA_TARGET. A longer payload is cut, a shorter one
  * is followed by zeros; `length` is what the segment says. */

@@ -3,9 +3,6 @@
 namespace kmr {
 namespace {
 
-// Part of the format: the capacity stands in the head, always a multiple of this.
-constexpr uint32_t records_per_step = 450;
-
 constexpr uint32_t p_frame_kind = 1;
 
 } // namespace
@@ -13,7 +10,7 @@ constexpr uint32_t p_frame_kind = 1;
 bool index_records::make_room() {
     if (count_ < capacity_)
         return true;
-    const uint32_t capacity = capacity_ + records_per_step;
+    const uint32_t capacity = capacity_ + KMR_INDEX_CAPACITY_STEP;
     void* const larger = std::realloc(records_.get(), size_t{capacity} * sizeof(kmr_index_record));
     if (larger == nullptr)
         return false;
@@ -36,7 +33,7 @@ void index_records::drop_if_at(uint32_t position) {
 }
 
 kmr_index_head index_records::head() const {
-    const uint32_t length = KMR_INDEX_HEAD_SIZE + count_ * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
+    const uint32_t length = kmr_index_block_size(count_);
     kmr_index_head head = {};
     head.Frame.SyncWord = KMR_SYNC_WORD;
     head.Frame.FrameSize = length;

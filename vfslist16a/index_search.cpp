@@ -11,19 +11,19 @@
 
 namespace {
 
-constexpr int64_t index_header_size = 72;
-constexpr int64_t record_size = sizeof(rec_query_record);
+constexpr int64_t header_size = KMR_INDEX_FILE_HEADER_SIZE;
+constexpr int64_t record_size = KMR_INDEX_FILE_RECORD_SIZE;
 
 // 0 for a file that is shorter than a header and a record.
 int64_t number_of_records(const char* path) {
     struct stat64 status = {};
     if (my_stat(path, &status) != 0)
         return 0;
-    return (int64_t{status.st_size} - index_header_size) / record_size;
+    return (int64_t{status.st_size} - header_size) / record_size;
 }
 
 bool seek_record(std::FILE* file, int64_t number) {
-    return fseeko64(file, index_header_size + number * record_size, SEEK_SET) == 0;
+    return fseeko64(file, header_size + number * record_size, SEEK_SET) == 0;
 }
 
 bool read_record(std::FILE* file, int64_t number, rec_query_record& record) {

@@ -1,28 +1,13 @@
 /* The query over the recorder's index file: which recordings start in an interval of time.
  *
- * The index file, little-endian, no padding:
- *
- *   offset        width    content
- *   0             72       header, not read
- *   72 + 184 x i  184      record i, in ascending order of start time
- *
- * A record:
- *
- *   0             u8       channel
- *   1             u8       kind of recording
- *   2             2        not interpreted
- *   4             i32      start time, seconds
- *   8             4        not interpreted
- *   12            char104  file name; one that contains ".jpg" is a picture, any other a video
- *   116           char68   path below the storage root
- *
- * A text ends with its NUL or with its field. The file is read with the host's own file functions. There is
- * one list of matches per process: one query at a time.
+ * The layout of that file is in index_file.h. It is read with the host's own file functions. There is one
+ * list of matches per process: one query at a time.
  */
 #ifndef KMR_RECORD_QUERY_H
 #define KMR_RECORD_QUERY_H
 
 #include "vfslist16a/dlist/adt_dlist.h"
+#include "vfslist16a/index_file.h"
 
 #include <assert.h>
 #include <stddef.h>
@@ -34,21 +19,6 @@ extern "C" {
 #endif
 
 enum { REC_QUERY_MAX_RESULTS = 3000 };
-
-typedef struct rec_query_record {
-    uint8_t channel;
-    uint8_t kind;
-    uint8_t reserved2[2];
-    int32_t start_time;
-    uint8_t reserved8[4];
-    char file_name[104];
-    char file_path[68];
-} rec_query_record;
-
-static_assert(sizeof(rec_query_record) == 184, "a record of the index file has 184 bytes");
-static_assert(offsetof(rec_query_record, start_time) == 4, "the start time stands at 4");
-static_assert(offsetof(rec_query_record, file_name) == 12, "the file name stands at 12");
-static_assert(offsetof(rec_query_record, file_path) == 116, "the file path stands at 116");
 
 /* Values of channel_filter and kind_filter that let every record pass. */
 enum { REC_QUERY_ANY = 255 };

@@ -5,7 +5,7 @@
  *                                 TimeStamp, audio fields and Tag are 0
  *   32      u32     RecordCount   N, number of records
  *   36      u32     RecordSize    R, bytes of one record: 80
- *   40      u32     MemoryNum     capacity of the writer's record array; shown, never used
+ *   40      u32     MemoryNum     capacity of the writer's record array, which grows by 450; shown, never used
  *   44      N x R   records       one per I-frame, in file order
  *   L - 8   u32     Magic         0x0123ABCD      (the index trailer)
  *   L - 4   u32     Length        L
@@ -59,6 +59,14 @@ static const uint32_t KMR_INDEX_TRAILER_SIZE = 8;
 /* The most records of one recording that may carry a tag. */
 static const uint32_t KMR_MAX_TAGS = 64;
 static const uint32_t KMR_TAG_SIZE = 64;
+
+/* MemoryNum of an index is a multiple of this, and never 0. */
+static const uint32_t KMR_INDEX_CAPACITY_STEP = 450;
+
+/* L of an index with so many records, modulo 2^32. */
+static inline uint32_t kmr_index_block_size(uint32_t record_count) {
+    return KMR_INDEX_HEAD_SIZE + record_count * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
+}
 
 static_assert(sizeof(kmr_index_head) == 44, "the index head has 44 bytes");
 static_assert(offsetof(kmr_index_head, RecordCount) == 32, "RecordCount stands at 32");

@@ -2,6 +2,7 @@
  * That this is C also shows that the public headers are C headers.
  */
 #include "UserDataOpt/user_data.h"
+#include "UserDataOpt/user_data_block.h"
 #include "analyse/analyse.h"
 #include "analyse/format/file_header.h"
 #include "analyse/format/frame_header.h"
@@ -27,6 +28,7 @@
 #include "libvfs/vfs.h"
 #include "main/front_end.h"
 #include "vfslist16a/dlist/adt_dlist.h"
+#include "vfslist16a/index_file.h"
 #include "vfslist16a/record_query.h"
 
 #include <stddef.h>
@@ -96,6 +98,13 @@ STANDS_AT(kmr_index_trailer, Magic, 0);
 STANDS_AT(kmr_index_trailer, Length, 4);
 
 /* User data and the walk */
+HAS_SIZE(kmr_user_data_head, 8);
+STANDS_AT(kmr_user_data_head, Magic, 0);
+STANDS_AT(kmr_user_data_head, SegmentCount, 4);
+STANDS_AT(kmr_user_data_head, SegmentsSize, 6);
+HAS_SIZE(kmr_segment_head, 4);
+STANDS_AT(kmr_segment_head, Flag, 0);
+STANDS_AT(kmr_segment_head, Length, 2);
 HAS_SIZE(vca_target, 266);
 STANDS_AT(vca_target, flag, 0);
 STANDS_AT(vca_target, length, 2);

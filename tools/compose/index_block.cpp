@@ -9,8 +9,6 @@
 namespace compose {
 namespace {
 
-constexpr uint32_t capacity_step = 450; // the recorder's record array grows by so many
-
 kmr_index_record& record_at(std::vector<kmr_index_record>& records, uint32_t number) {
     if (number >= records.size())
         throw usage_error("there is no index record " + std::to_string(number) + ": there are " +
@@ -26,15 +24,15 @@ uint32_t tag_count(const std::vector<kmr_index_record>& records) {
 
 // An array is never without room, even for no records at all.
 uint32_t capacity_for(uint32_t count) {
-    const uint32_t steps = count == 0 ? 1 : (count + capacity_step - 1) / capacity_step;
-    return steps * capacity_step;
+    const uint32_t steps = count == 0 ? 1 : (count + KMR_INDEX_CAPACITY_STEP - 1) / KMR_INDEX_CAPACITY_STEP;
+    return steps * KMR_INDEX_CAPACITY_STEP;
 }
 
 kmr_index_head make_head(const std::vector<kmr_index_record>& records) {
     const auto count = static_cast<uint32_t>(records.size());
     kmr_index_head head = {};
     head.Frame.SyncWord = KMR_SYNC_WORD;
-    head.Frame.FrameSize = KMR_INDEX_HEAD_SIZE + count * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
+    head.Frame.FrameSize = kmr_index_block_size(count);
     head.Frame.FrameKind = 1;
     head.Frame.FrameNo = tag_count(records);
     head.Frame.VideoSize = head.Frame.FrameSize - KMR_FRAME_HEADER_SIZE;

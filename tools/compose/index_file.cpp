@@ -1,12 +1,11 @@
 #include "tools/compose/index_file.hpp"
 
-#include "analyse/format/byte_order.h"
 #include "tools/compose/text_values.hpp"
 #include "tools/compose/usage_error.hpp"
+#include "vfslist16a/index_file.h"
 
 #include <cerrno>
 #include <cinttypes>
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -16,35 +15,19 @@
 namespace compose {
 namespace {
 
-constexpr uint32_t head_size = 72;
-
-struct index_file_record {
-    uint8_t channel;
-    uint8_t kind;
-    uint8_t unknown_2[2];
-    int32_t time;
-    uint8_t unknown_8[4];
-    char name[104];
-    char path[68];
-};
-static_assert(sizeof(index_file_record) == 184);
-static_assert(offsetof(index_file_record, time) == 4);
-static_assert(offsetof(index_file_record, name) == 12);
-static_assert(offsetof(index_file_record, path) == 116);
-
 // A text that fills its field has no terminator, and that is allowed.
 template <size_t Size>
 void fill_text(char (&field)[Size], const std::string& text) {
     std::memcpy(field, text.data(), std::min(text.size(), Size));
 }
 
-index_file_record make_record(const index_file_entry& entry) {
-    index_file_record record = {};
+rec_query_record make_record(const index_file_entry& entry) {
+    rec_query_record record = {};
     record.channel = entry.channel;
     record.kind = entry.kind;
-    record.time = entry.time;
-    fill_text(record.name, entry.name);
-    fill_text(record.path, entry.path);
+    record.start_time = entry.time;
+    fill_text(record.file_name, entry.name);
+    fill_text(record.file_path, entry.path);
     return record;
 }
 
@@ -63,8 +46,8 @@ index_file_entry parse_index_file_entry(const std::string& text) {
         throw usage_error("'" + text + "' is not of the form CHANNEL,KIND,TIME,NAME,PATH");
     return {static_cast<uint8_t>(parse_number(parts[0], 255)),
             static_cast<uint8_t>(parse_number(parts[1], 255)), parse_time(parts[2]),
-            parse_text(parts[3], sizeof(index_file_record::name)),
-            parse_text(parts[4], sizeof(index_file_record::path))};
+            parse_text(parts[3], sizeof(rec_query_record::file_name)),
+            parse_text(parts[4], sizeof(rec_query_record::file_path))};
 }
 
 std::vector<index_file_entry> read_index_file_list(const std::string& path) {
@@ -106,9 +89,9 @@ std::vector<index_file_entry> make_up_index_file_entries(const std::string& text
 
 void compose_index_file(const index_file_plan& plan, const std::string& path) {
     output_file file(path);
-    file.append_fill(0, head_size);
+    file.append_fill(0, KMR_INDEX_FILE_HEADER_SIZE);
     for (const index_file_entry& entry : plan.entries) {
-        const index_file_record record = make_record(entry);
+        const rec_query_record record = make_record(entry);
         file.append(&record, sizeof record);
     }
     for (const damage& harm : plan.damages)

@@ -1,4 +1,4 @@
-// The recorder's index file: a head of 72 bytes and one record of 184 bytes per recording.
+// The recorder's index file: an empty header and one record per recording.
 #pragma once
 
 #include "tools/compose/damage.hpp"

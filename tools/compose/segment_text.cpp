@@ -1,3 +1,4 @@
+#include "UserDataOpt/user_data_block.h"
 #include "tools/compose/usage_error.hpp"
 #include "tools/compose/user_data.hpp"
 
@@ -16,11 +17,16 @@ struct named_segment {
 };
 
 constexpr named_segment named_segments[] = {
-    {"osd", 0xFED1, segment_form::text},           {"vca", 0xFED2, segment_form::text},
-    {"frametime", 0xFED3, segment_form::text},     {"gps", 0xFED4, segment_form::text},
-    {"plate", 0xFED5, segment_form::text},         {"audio", 0xFED6, segment_form::text},
-    {"vca_size", 0xFED7, segment_form::two_u32},   {"vca_vi", 0xFED8, segment_form::text},
-    {"vca_target", 0xFED9, segment_form::two_u16}, {"user_define", 0x0001, segment_form::text},
+    {"osd", USERDATA_FLAG_OSD, segment_form::text},
+    {"vca", USERDATA_FLAG_VCA, segment_form::text},
+    {"frametime", USERDATA_FLAG_FRAMETIME, segment_form::text},
+    {"gps", USERDATA_FLAG_GPS, segment_form::text},
+    {"plate", USERDATA_FLAG_PLATE, segment_form::text},
+    {"audio", USERDATA_FLAG_AUDIO, segment_form::text},
+    {"vca_size", USERDATA_FLAG_VCA_SIZE, segment_form::two_u32},
+    {"vca_vi", USERDATA_FLAG_VCA_VI, segment_form::text},
+    {"vca_target", USERDATA_FLAG_VCA_TARGET, segment_form::two_u16},
+    {"user_define", USERDATA_FLAG_USER_DEFINE, segment_form::text},
 };
 
 void append_number(bytes& to, uint64_t value, size_t width) {

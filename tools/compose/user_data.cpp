@@ -1,40 +1,48 @@
 #include "tools/compose/user_data.hpp"
 
+#include "UserDataOpt/user_data_block.h"
 #include "tools/compose/usage_error.hpp"
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
+#include <span>
 
 namespace compose {
 namespace {
 
-constexpr uint8_t h264_marker[] = {0, 0, 0, 1, 0x06, 0xF0};
-constexpr uint8_t h265_marker[] = {0, 0, 0, 1, 0x4E, 0x01, 0xF0};
 constexpr uint8_t unit_end = 0x80;
-constexpr size_t block_header_size = 8;
 
-void append(bytes& to, const bytes& more) {
-    to.insert(to.end(), more.begin(), more.end());
+void append(bytes& to, std::span<const uint8_t> more) {
+    const size_t end = to.size();
+    to.resize(end + more.size());
+    std::copy(more.begin(), more.end(), to.data() + end);
 }
 
-void append_u16(bytes& to, size_t value) {
-    to.push_back(static_cast<uint8_t>(value));
-    to.push_back(static_cast<uint8_t>(value >> 8));
+template <typename Record>
+bytes bytes_of(const Record& record) {
+    const auto* content = reinterpret_cast<const uint8_t*>(&record);
+    return {content, content + sizeof record};
 }
 
 bytes segments_area(const user_data_block& block) {
     bytes area;
     for (const user_data_segment& segment : block.segments) {
-        append_u16(area, segment.flag);
-        append_u16(area, segment.declared_length.value_or(segment.payload.size()));
+        const kmr_segment_head head = {.Flag = segment.flag,
+                                       .Length = segment.declared_length.value_or(segment.payload.size())};
+        append(area, bytes_of(head));
         append(area, segment.payload);
     }
     return area;
 }
 
 bytes plain_block(const user_data_block& block, const bytes& area, size_t length) {
-    bytes plain = block.magic;
-    append_u16(plain, block.declared_count.value_or(block.segments.size()));
-    append_u16(plain, length);
+    kmr_user_data_head head = {.Magic = KMR_USER_DATA_MAGIC,
+                               .SegmentCount = block.declared_count.value_or(block.segments.size()),
+                               .SegmentsSize = static_cast<uint16_t>(length)};
+    if (block.magic)
+        std::memcpy(&head.Magic, block.magic->data(), std::min(block.magic->size(), sizeof head.Magic));
+    bytes plain = bytes_of(head);
     append(plain, area);
     return plain;
 }
@@ -48,9 +56,9 @@ std::optional<bytes> sound_block(const user_data_block& block, const bytes& area
     size_t length = area.size();
     for (int attempt = 0; attempt < 8; ++attempt) {
         const bytes result = carried(block, plain_block(block, area, length));
-        if (result.size() == length + block_header_size)
+        if (result.size() == length + KMR_USER_DATA_HEAD_SIZE)
             return result;
-        length = result.size() - block_header_size;
+        length = result.size() - KMR_USER_DATA_HEAD_SIZE;
     }
     return {};
 }
@@ -66,7 +74,7 @@ bytes carried_block(const user_data_block& block) {
         area.push_back(0xFF);
         sound = sound_block(block, area);
     }
-    if (sound->size() > std::numeric_limits<uint16_t>::max() + block_header_size)
+    if (sound->size() > std::numeric_limits<uint16_t>::max() + size_t{KMR_USER_DATA_HEAD_SIZE})
         throw usage_error("the segments of a user-data block have more than 65535 bytes");
     return *sound;
 }
@@ -97,9 +105,9 @@ bytes sei_unit(const user_data_block& block, codec coding) {
     const bytes carried = carried_block(block);
     bytes unit = block.lead;
     if (coding == codec::h264)
-        unit.insert(unit.end(), std::begin(h264_marker), std::end(h264_marker));
+        append(unit, kmr_user_data_start_h264);
     else
-        unit.insert(unit.end(), std::begin(h265_marker), std::end(h265_marker));
+        append(unit, kmr_user_data_start_h265);
     append(unit, size_field(block.declared_size.value_or(static_cast<uint32_t>(carried.size()))));
     append(unit, carried);
     unit.push_back(unit_end);

@@ -1,11 +1,7 @@
 // The recorder's user data in front of a frame's pictures: a private block of segments, carried by an SEI message.
 //
-//   start code, SEI unit, payload type F0     00 00 00 01 06 F0 (H.264), 00 00 00 01 4E 01 F0 (H.265)
-//   size                                      of the escaped block; 0xFF adds 255 and goes on, a lower byte ends it
-//   block, escaped                            03 put in wherever 00 00 would be followed by 00 to 03
-//   80                                        ends the unit
-//
-// The block: "ZNST", u16 number of segments, u16 length, then per segment u16 flag, u16 length, payload.
+//   start marker, size, block    as user_data_block.h lays them out; escaped wherever 00 00 is followed by 00 to 03
+//   80                           ends the unit
 #pragma once
 
 #include "tools/compose/annex_b.hpp"
@@ -26,9 +22,9 @@ struct user_data_segment {
 
 struct user_data_block {
     std::vector<user_data_segment> segments = {};
-    bytes magic = {'Z', 'N', 'S', 'T'};
 
     // What is wrong with it, on purpose.
+    std::optional<bytes> magic = {}; // four bytes
     std::optional<uint16_t> declared_count = {};
     std::optional<uint16_t> declared_length = {};
     std::optional<uint32_t> declared_size = {};
