@@ -23,7 +23,7 @@ std::optional<size_t> find_i_frame(std::span<const uint8_t> chunk) {
     while (const auto hit = kmr::find_header(chunk, from)) {
         if (is_good_i_frame(kmr::header_at(chunk, *hit)))
             return hit;
-        from = *hit + sizeof(KMR_SYNC_WORD);
+        from = *hit + sizeof(kmr_frame_header::SyncWord);
     }
     return std::nullopt;
 }

@@ -58,13 +58,12 @@ typedef struct kmr_file_header {
     uint32_t FrameCount;
 } kmr_file_header;
 
-/* Size of the file header, and so the offset of the first frame. */
-static const uint32_t KMR_FILE_HEADER_SIZE = 88;
+enum {
+    KMR_FILE_HEADER_SIZE = 88,   /* and so the offset of the first frame */
+    KMR_DEFAULT_FRAME_RATE = 25, /* what a FrameRate of 0 stands for */
+};
 
-/* What a FrameRate of 0 stands for. */
-static const uint16_t KMR_DEFAULT_FRAME_RATE = 25;
-
-static_assert(sizeof(kmr_file_header) == 88, "the file header has 88 bytes");
+static_assert(sizeof(kmr_file_header) == KMR_FILE_HEADER_SIZE, "the file header has 88 bytes");
 static_assert(offsetof(kmr_file_header, CoverMask) == 22, "CoverMask stands at 22");
 static_assert(offsetof(kmr_file_header, cCovWord) == 24, "cCovWord stands at 24");
 static_assert(offsetof(kmr_file_header, m_uiFrameNoDiff) == 60, "m_uiFrameNoDiff stands at 60");

@@ -37,13 +37,12 @@ typedef struct kmr_frame_header {
     uint16_t Tag;
 } kmr_frame_header;
 
-static const uint32_t KMR_FRAME_HEADER_SIZE = 32;
-static const uint32_t KMR_SYNC_WORD = 0x02000000;
-
-/* The longest frame that is taken for one: 1 MiB, header included. */
-static const uint32_t KMR_MAX_FRAME_SIZE = 0x100000;
-
-static const uint16_t KMR_INSERTED_FRAME_TAG = 0x7788;
+enum {
+    KMR_FRAME_HEADER_SIZE = 32,
+    KMR_SYNC_WORD = 0x02000000,
+    KMR_MAX_FRAME_SIZE = 0x100000, /* the longest frame that is taken for one: 1 MiB, header included */
+    KMR_INSERTED_FRAME_TAG = 0x7788,
+};
 
 /* The classes of a frame header, as rec_ValidFrame returns them. */
 enum kmr_frame_class {
@@ -60,7 +59,7 @@ static inline int kmr_is_i_frame(const kmr_frame_header* header) {
     return (header->FrameKind & 0xFF) == 0;
 }
 
-static_assert(sizeof(kmr_frame_header) == 32, "the frame header has 32 bytes");
+static_assert(sizeof(kmr_frame_header) == KMR_FRAME_HEADER_SIZE, "the frame header has 32 bytes");
 static_assert(offsetof(kmr_frame_header, VideoSize) == 20, "VideoSize stands at 20");
 static_assert(offsetof(kmr_frame_header, AFrameNum) == 24, "AFrameNum stands at 24");
 static_assert(offsetof(kmr_frame_header, Tag) == 30, "Tag stands at 30");

@@ -30,6 +30,16 @@
 #include <stddef.h>
 #include <stdint.h>
 
+enum {
+    KMR_INDEX_MAGIC = 0x0123ABCD,
+    KMR_INDEX_HEAD_SIZE = 44,
+    KMR_INDEX_RECORD_SIZE = 80,
+    KMR_INDEX_TRAILER_SIZE = 8,
+    KMR_INDEX_CAPACITY_STEP = 450, /* MemoryNum of an index is a multiple of this, and never 0 */
+    KMR_MAX_TAGS = 64,             /* the most records of one recording that may carry a tag */
+    KMR_TAG_SIZE = 64,
+};
+
 typedef struct kmr_index_head {
     kmr_frame_header Frame;
     uint32_t RecordCount;
@@ -43,7 +53,7 @@ typedef struct kmr_index_record {
     uint32_t Sign;
     uint16_t VideoWidth;
     uint16_t VideoHeight;
-    char TagName[64];
+    char TagName[KMR_TAG_SIZE];
 } kmr_index_record;
 
 typedef struct kmr_index_trailer {
@@ -51,29 +61,17 @@ typedef struct kmr_index_trailer {
     uint32_t Length;
 } kmr_index_trailer;
 
-static const uint32_t KMR_INDEX_MAGIC = 0x0123ABCD;
-static const uint32_t KMR_INDEX_HEAD_SIZE = 44;
-static const uint32_t KMR_INDEX_RECORD_SIZE = 80;
-static const uint32_t KMR_INDEX_TRAILER_SIZE = 8;
-
-/* The most records of one recording that may carry a tag. */
-static const uint32_t KMR_MAX_TAGS = 64;
-static const uint32_t KMR_TAG_SIZE = 64;
-
-/* MemoryNum of an index is a multiple of this, and never 0. */
-static const uint32_t KMR_INDEX_CAPACITY_STEP = 450;
-
 /* L of an index with so many records, modulo 2^32. */
 static inline uint32_t kmr_index_block_size(uint32_t record_count) {
     return KMR_INDEX_HEAD_SIZE + record_count * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
 }
 
-static_assert(sizeof(kmr_index_head) == 44, "the index head has 44 bytes");
+static_assert(sizeof(kmr_index_head) == KMR_INDEX_HEAD_SIZE, "the index head has 44 bytes");
 static_assert(offsetof(kmr_index_head, RecordCount) == 32, "RecordCount stands at 32");
-static_assert(sizeof(kmr_index_record) == 80, "an index record has 80 bytes");
+static_assert(sizeof(kmr_index_record) == KMR_INDEX_RECORD_SIZE, "an index record has 80 bytes");
 static_assert(offsetof(kmr_index_record, VideoWidth) == 12, "VideoWidth stands at 12");
 static_assert(offsetof(kmr_index_record, VideoHeight) == 14, "VideoHeight stands at 14");
 static_assert(offsetof(kmr_index_record, TagName) == 16, "TagName stands at 16");
-static_assert(sizeof(kmr_index_trailer) == 8, "the index trailer has 8 bytes");
+static_assert(sizeof(kmr_index_trailer) == KMR_INDEX_TRAILER_SIZE, "the index trailer has 8 bytes");
 
 #endif

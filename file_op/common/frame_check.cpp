@@ -58,7 +58,7 @@ int32_t IsLobbyByWH(int32_t width, int32_t height) {
 }
 
 int32_t rec_ValidFrame(const kmr_frame_header* frame, uint32_t max_size) {
-    const uint32_t limit = max_size == 0 ? KMR_MAX_FRAME_SIZE : max_size;
+    const uint32_t limit = max_size == 0 ? uint32_t{KMR_MAX_FRAME_SIZE} : max_size;
     if (frame->SyncWord == 0)
         return frame->FrameSize == 0 ? KMR_FRAME_EMPTY : KMR_FRAME_INVALID;
     if (frame->SyncWord != KMR_SYNC_WORD || frame->FrameSize > limit || frame->VideoSize > limit)

@@ -9,9 +9,11 @@ extern "C" {
 #endif
 
 /* Levels. Any other one appends a stamped line to the file "printf.txt" of the working directory. */
-static const uint32_t ZN_LOG_INFO = 0;           /* console: yellow time stamp with process id */
-static const uint32_t ZN_LOG_ERROR = 0xFF0000;   /* console: the same in red */
-static const uint32_t ZN_LOG_PLAIN = 0x12345678; /* console: message in cyan, no time stamp */
+enum {
+    ZN_LOG_INFO = 0,           /* console: yellow time stamp with process id */
+    ZN_LOG_ERROR = 0xFF0000,   /* console: the same in red */
+    ZN_LOG_PLAIN = 0x12345678, /* console: message in cyan, no time stamp */
+};
 
 /* Prints a message in the manner of printf. A format that does not end in CR LF or LF CR gets its line ending
  * completed: LF becomes LF CR, CR becomes CR LF, anything else gets CR LF. The number of characters of the message,

@@ -97,17 +97,18 @@ TEST(FormatTest, IndexFieldsStandWhereTheyBelong) {
 
 TEST(FormatTest, NumbersOfTheFormat) {
     EXPECT_EQ(KMR_FILE_HEADER_SIZE, 88u);
-    EXPECT_EQ(KMR_DEFAULT_FRAME_RATE, 25);
+    EXPECT_EQ(KMR_DEFAULT_FRAME_RATE, 25u);
     EXPECT_EQ(KMR_FRAME_HEADER_SIZE, 32u);
     EXPECT_EQ(KMR_SYNC_WORD, 0x02000000u);
     EXPECT_EQ(KMR_MAX_FRAME_SIZE, 1048576u);
-    EXPECT_EQ(KMR_INSERTED_FRAME_TAG, 0x7788);
+    EXPECT_EQ(KMR_INSERTED_FRAME_TAG, 0x7788u);
     EXPECT_EQ(KMR_INDEX_MAGIC, 0x0123ABCDu);
     EXPECT_EQ(KMR_INDEX_HEAD_SIZE, 44u);
     EXPECT_EQ(KMR_INDEX_RECORD_SIZE, 80u);
     EXPECT_EQ(KMR_INDEX_TRAILER_SIZE, 8u);
     EXPECT_EQ(KMR_MAX_TAGS, 64u);
     EXPECT_EQ(KMR_TAG_SIZE, 64u);
+    EXPECT_EQ(KMR_INDEX_CAPACITY_STEP, 450u);
     EXPECT_EQ(KMR_FRAME_EMPTY, -2);
     EXPECT_EQ(KMR_FRAME_INVALID, -1);
     EXPECT_EQ(KMR_FRAME_ORDINARY, 0);
@@ -118,7 +119,8 @@ TEST(FormatTest, NumbersOfTheFormat) {
 
 TEST(FormatTest, SyncWordIsThreeZerosAndATwoOnDisk) {
     const uint8_t expected[] = {0, 0, 0, 2};
-    EXPECT_EQ(std::memcmp(&KMR_SYNC_WORD, expected, 4), 0);
+    const uint32_t word = KMR_SYNC_WORD;
+    EXPECT_EQ(std::memcmp(&word, expected, 4), 0);
 }
 
 TEST(FormatTest, OnlyTheLowByteOfTheKindMakesAnIFrame) {

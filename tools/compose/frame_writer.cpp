@@ -24,7 +24,8 @@ void require_frames(const frame_selection& selection, uint32_t count) {
 }
 
 uint32_t stamp_step(const recording_plan& plan) {
-    const uint32_t rate = plan.header.frame_rate == 0 ? KMR_DEFAULT_FRAME_RATE : plan.header.frame_rate;
+    const uint32_t rate =
+        plan.header.frame_rate == 0 ? uint32_t{KMR_DEFAULT_FRAME_RATE} : plan.header.frame_rate;
     return plan.frames.stamp_step.value_or(1000 / rate);
 }
 

@@ -19,7 +19,7 @@ kmr_index_record& record_at(std::vector<kmr_index_record>& records, uint32_t num
 uint32_t tag_count(const std::vector<kmr_index_record>& records) {
     const auto tagged = std::count_if(records.begin(), records.end(),
                                       [](const kmr_index_record& each) { return each.TagName[0] != '\0'; });
-    return std::min(static_cast<uint32_t>(tagged), KMR_MAX_TAGS);
+    return std::min<uint32_t>(static_cast<uint32_t>(tagged), KMR_MAX_TAGS);
 }
 
 // An array is never without room, even for no records at all.
