@@ -11,7 +11,6 @@
 namespace {
 
 enum { INDEX_FOUND = 0, NO_INDEX = -1 };
-enum { WALK_ENDED = 0, WALK_SUCCEEDED = 1, WALK_WITHOUT_INDEX = 3 };
 
 constexpr uint32_t records_per_batch = 128;
 
@@ -87,10 +86,10 @@ int32_t record_walk::run(vfs_file* file, const index_place& place, uint32_t bloc
     const uint64_t size = uint64_t{largest_batch} * place.record_size;
     // Known before anything is allocated: a batch that the block cannot hold would be a short one.
     if (size > block_length)
-        return WALK_ENDED;
+        return REC_INDEX_ENDED;
     const kmr::heap_bytes batch = kmr::allocate_bytes(static_cast<size_t>(size));
     if (batch == nullptr)
-        return WALK_ENDED;
+        return REC_INDEX_ENDED;
 
     end_position_ = place.first_record;
     outcome result = outcome::goes_on;
@@ -101,7 +100,7 @@ int32_t record_walk::run(vfs_file* file, const index_place& place, uint32_t bloc
         result = is_whole ? hand_over(batch.get(), count, place.record_size) : outcome::ended;
         left -= count;
     }
-    return result == outcome::succeeded ? WALK_SUCCEEDED : WALK_ENDED;
+    return result == outcome::succeeded ? REC_INDEX_SUCCEEDED : REC_INDEX_ENDED;
 }
 
 } // namespace
@@ -126,21 +125,21 @@ int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callba
                        rec_index_header* header) {
     kmr::recording_path path;
     if (callback == nullptr || !kmr::resolve_path(name, path))
-        return WALK_ENDED;
+        return REC_INDEX_ENDED;
     rec_index_header found = {};
     index_place place;
     if (rec_GetIFrameIndexInfo(name, &found.Frame, &place.block, &place.record_size, &place.record_count,
                                &place.first_record) != INDEX_FOUND)
-        return WALK_WITHOUT_INDEX;
+        return REC_INDEX_MISSING;
     found.BlockOffset = place.block;
     if (header != nullptr)
         *header = found;
 
     const uint32_t tag_count = found.Frame.FrameNo;
     if (mode == REC_INDEX_BY_TAG && tag_count == 0)
-        return WALK_ENDED;
+        return REC_INDEX_ENDED;
     const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
     if (file == nullptr || !kmr::seek_to(file->iFd, place.first_record))
-        return WALK_ENDED;
+        return REC_INDEX_ENDED;
     return record_walk(mode, callback, context).run(file.get(), place, found.Frame.FrameSize);
 }

@@ -29,7 +29,8 @@ typedef struct rec_index_header {
 /* What a callback answers. Any other number goes on with the next record. */
 enum {
     REC_INDEX_STOP = -1,
-    REC_INDEX_SUCCESS = 2, /* in mode 0 ends the walk with success, in the other modes goes on */
+    REC_INDEX_SUCCESS =
+        2, /* in the mode REC_INDEX_BY_TIME ends the walk with success, in the others goes on */
 };
 
 /* Called for each record in file order. `record` points at record_size bytes, aligned to nothing, which are valid
@@ -39,16 +40,23 @@ typedef int32_t (*rec_index_callback)(const void* record, int32_t record_size, i
 
 /* The modes of a walk. Only two of them differ from the others. */
 enum {
-    REC_INDEX_BY_TIME = 0, /* a callback's 2 ends the walk */
+    REC_INDEX_BY_TIME = 0, /* a callback's REC_INDEX_SUCCESS ends the walk */
     REC_INDEX_REMOVE = 1,
     REC_INDEX_CHANGE = 2,
     REC_INDEX_BY_TAG = 3, /* an index without tags is not walked */
 };
 
-/* Walks the records, at most 128 in memory at a time. 0: walked to the end, ended by a callback's -1, or failed
- * (null name or callback, no such file, no memory, fewer records in the file than the index says: a batch that is
- * not whole is not walked); 1: ended by a callback's 2 in mode 0; 3: no index. *header, which may be null, is stored
- * when there is an index. */
+/* How a walk ended. */
+enum rec_index_result {
+    /* At its end, by a callback's REC_INDEX_STOP, or by a failure: null name or callback, no such file, no memory,
+     * fewer records in the file than the index says (a batch that is not whole is not walked). */
+    REC_INDEX_ENDED = 0,
+    REC_INDEX_SUCCEEDED = 1, /* by a callback's REC_INDEX_SUCCESS in the mode REC_INDEX_BY_TIME */
+    REC_INDEX_MISSING = 3,   /* there is no index */
+};
+
+/* Walks the records, at most 128 in memory at a time, and gives an enum rec_index_result. *header, which may be null,
+ * is stored when there is an index. */
 int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callback, void* context,
                        rec_index_header* header);
 

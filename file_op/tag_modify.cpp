@@ -9,16 +9,6 @@
 
 namespace {
 
-enum {
-    TAG_DONE = 0,
-    TAG_REFUSED = -1,
-    TAG_LIMIT_REACHED = 1,
-    TAG_WRITE_FAILED = 2,
-    TAG_NO_INDEX = 3,
-};
-
-enum { QUERY_CHOSE_UNTAGGED = 0, QUERY_CHOSE_TAGGED = 1, QUERY_NO_INDEX = 3 };
-
 struct tag_change {
     rec_index_context query;
     rec_index_header index;
@@ -28,33 +18,33 @@ struct tag_change {
 int32_t choose_for_add(const char* name, tag_change& change) {
     const int32_t result =
         rec_IndexQuery(name, REC_INDEX_BY_TIME, _rec_TimeCompare, &change.query, &change.index);
-    if (result == QUERY_NO_INDEX)
-        return TAG_NO_INDEX;
+    if (result == REC_INDEX_MISSING)
+        return REC_TAG_NO_INDEX;
     change.writes_count = true;
-    if (result == QUERY_CHOSE_TAGGED)
-        return TAG_DONE;
+    if (result == REC_INDEX_SUCCEEDED) // the record that was chosen has a tag already
+        return REC_TAG_DONE;
     if (change.index.Frame.FrameNo >= KMR_MAX_TAGS)
-        return TAG_LIMIT_REACHED;
+        return REC_TAG_LIMIT_REACHED;
     ++change.index.Frame.FrameNo;
-    return TAG_DONE;
+    return REC_TAG_DONE;
 }
 
 int32_t choose_for_remove(const char* name, tag_change& change) {
     const int32_t result =
         rec_IndexQuery(name, REC_INDEX_REMOVE, _rec_WholeCompare, &change.query, &change.index);
     change.writes_count = true;
-    if (result == 0 && change.index.Frame.FrameNo > 0)
+    if (result == REC_INDEX_ENDED && change.index.Frame.FrameNo > 0)
         --change.index.Frame.FrameNo;
-    return TAG_DONE;
+    return REC_TAG_DONE;
 }
 
 int32_t choose_for_change(const char* name, tag_change& change) {
     rec_IndexQuery(name, REC_INDEX_CHANGE, _rec_WholeCompare, &change.query, &change.index);
     change.writes_count = false;
-    return TAG_DONE;
+    return REC_TAG_DONE;
 }
 
-// By operation: which record it is about and what becomes of the count. Anything but TAG_DONE ends the change.
+// By operation: which record it is about and what becomes of the count. Anything but REC_TAG_DONE ends the change.
 constexpr int32_t (*choose_record[])(const char* name, tag_change& change) = {
     choose_for_add, choose_for_remove, choose_for_change};
 
@@ -75,11 +65,11 @@ bool write_at(int32_t fd, uint32_t position, const void* bytes, uint32_t size) {
 int32_t write_tag(int32_t fd, const tag_change& change, const void* tag) {
     const uint32_t tag_position = static_cast<uint32_t>(change.query.iPosition) - KMR_TAG_SIZE;
     if (!write_at(fd, tag_position, tag, KMR_TAG_SIZE))
-        return TAG_WRITE_FAILED;
+        return REC_TAG_WRITE_FAILED;
     if (change.writes_count &&
         !write_at(fd, change.index.BlockOffset, &change.index.Frame, KMR_FRAME_HEADER_SIZE))
-        return TAG_WRITE_FAILED;
-    return TAG_DONE;
+        return REC_TAG_WRITE_FAILED;
+    return REC_TAG_DONE;
 }
 
 // The modules of the recorder write from whole pages without a copy of their own.
@@ -99,16 +89,16 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
     kmr::recording_path path;
     vfs_stat_record record = {};
     if (tag == nullptr || !kmr::resolve_path(name, path, record))
-        return TAG_REFUSED;
+        return REC_TAG_REFUSED;
     // Positions of an index have 32 bits; in a longer file they may name any place.
     if (record.Size > UINT32_MAX)
-        return TAG_REFUSED;
+        return REC_TAG_REFUSED;
 
     int32_t result;
     {
         const kmr::open_descriptor file(vfs_Open(0, path.text, O_WRONLY));
         if (!file.is_open())
-            return TAG_REFUSED;
+            return REC_TAG_REFUSED;
         result = write_tag(file.get(), change, tag.get());
         sync();
     }
@@ -121,18 +111,18 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
 
 int32_t rec_TagModify(int32_t operation, const char* name, int32_t* key, const char* text) {
     if (name == nullptr || text == nullptr || key == nullptr)
-        return TAG_REFUSED;
+        return REC_TAG_REFUSED;
     if (operation < REC_TAG_ADD || operation > REC_TAG_CHANGE)
-        return TAG_REFUSED;
+        return REC_TAG_REFUSED;
     tag_change change = {};
     change.query = {REC_INDEX_SEARCHING, 1, REC_INDEX_NONE, REC_INDEX_NONE, *key, text, {}};
     const int32_t choice = choose_record[operation](name, change);
-    if (choice != TAG_DONE)
+    if (choice != REC_TAG_DONE)
         return choice;
     if (change.query.iState != REC_INDEX_DECIDED || change.query.iPosition == REC_INDEX_NONE)
-        return TAG_REFUSED;
+        return REC_TAG_REFUSED;
     const int32_t result = modify_file(name, change, operation == REC_TAG_REMOVE ? "" : text);
-    if (result == TAG_DONE)
+    if (result == REC_TAG_DONE)
         *key = change.query.iTime;
     return result;
 }

@@ -40,16 +40,24 @@ enum {
     REC_TAG_CHANGE = 2,
 };
 
+enum rec_tag_result {
+    REC_TAG_DONE = 0,
+    /* Null argument, unknown operation, no record fits (or, but for an addition, no index), file not to be opened, no
+     * memory. */
+    REC_TAG_REFUSED = -1,
+    REC_TAG_LIMIT_REACHED = 1, /* addition: 64 tags are there already */
+    REC_TAG_WRITE_FAILED = 2,  /* or was cut short: the record may hold part of the new tag */
+    REC_TAG_NO_INDEX = 3,      /* addition without an index */
+};
+
 /* Adds, removes or changes a tag in place. The file's access and modification time stay as they were.
  *
  * Add: *key is a time in seconds; the tag goes to the record that _rec_TimeCompare chooses and replaces the one that
  * is there. Remove, change: *key is the time of the record itself. `text` is read up to its NUL, at most 64 bytes,
  * the rest of the 64-byte field becomes zero; it must not be null even for a removal, which ignores it.
  *
- * 0: done, and *key is the time of the record of an added tag, -1 after a removal or change. Otherwise *key is as it
- * was: -1 null argument, unknown operation, no record fits (or, but for an addition, no index), file not to be
- * opened, no memory; 1: 64 tags are there already; 3: addition without an index; 2: a write failed or was cut short,
- * so that the record may hold part of the new tag. */
+ * An enum rec_tag_result. After REC_TAG_DONE *key is the time of the record of an added tag, -1 after a removal or
+ * change; otherwise it is as it was. */
 int32_t rec_TagModify(int32_t operation, const char* name, int32_t* key, const char* text);
 
 #ifdef __cplusplus

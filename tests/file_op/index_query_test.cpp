@@ -184,7 +184,7 @@ TEST_F(IndexQueryTest, HeadWithoutRoomForItsNumbersIsNoIndex) {
     EXPECT_EQ(locate_in(file, out), 0); // nothing in the block says otherwise
     EXPECT_EQ(out.count, 0x0123ABCDu);
     collector all;
-    EXPECT_EQ(rec_IndexQuery(folder_.file("mnt/rec").c_str(), 1, collect, &all, nullptr), 0);
+    EXPECT_EQ(rec_IndexQuery(folder_.file("mnt/rec").c_str(), 1, collect, &all, nullptr), REC_INDEX_ENDED);
     EXPECT_TRUE(all.seen.empty());
 }
 
@@ -205,7 +205,7 @@ TEST_F(IndexQueryTest, RecordsAreHandedOverInFileOrder) {
     const std::string path = put_recording(three_records());
     collector all;
     rec_index_header header = {};
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 1, collect, &all, &header), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 1, collect, &all, &header), REC_INDEX_ENDED);
     EXPECT_EQ(all.seen, (std::vector<seen_record>{{100, 80, 332}, {200, 80, 412}, {300, 80, 492}}));
     EXPECT_EQ(header.Frame.FrameSize, 292u);
     EXPECT_EQ(header.BlockOffset, block_offset);
@@ -214,20 +214,27 @@ TEST_F(IndexQueryTest, RecordsAreHandedOverInFileOrder) {
                                           "Read(3, 240) = 240", "Close(3) = 0"}));
 }
 
+TEST_F(IndexQueryTest, ResultsHaveTheirNumbers) {
+    EXPECT_EQ(static_cast<int>(REC_INDEX_ENDED), 0);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_SUCCEEDED), 1);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_MISSING), 3);
+}
+
 TEST_F(IndexQueryTest, NullCallbackOrNameAsksNothing) {
     const std::string path = put_recording(three_records());
     collector all;
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, nullptr, &all, nullptr), 0);
-    EXPECT_EQ(rec_IndexQuery(nullptr, 0, collect, &all, nullptr), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, nullptr, &all, nullptr), REC_INDEX_ENDED);
+    EXPECT_EQ(rec_IndexQuery(nullptr, 0, collect, &all, nullptr), REC_INDEX_ENDED);
     EXPECT_EQ(module_probe::count(), 0);
 }
 
 TEST_F(IndexQueryTest, NameThatCannotBeResolvedIs0AndMissingIndexIs3) {
     collector all;
-    EXPECT_EQ(rec_IndexQuery("H00001201501020304059000001", 0, collect, &all, nullptr), 0);
-    EXPECT_EQ(rec_IndexQuery(folder_.file("mnt/missing").c_str(), 0, collect, &all, nullptr), 3);
+    EXPECT_EQ(rec_IndexQuery("H00001201501020304059000001", 0, collect, &all, nullptr), REC_INDEX_ENDED);
+    EXPECT_EQ(rec_IndexQuery(folder_.file("mnt/missing").c_str(), 0, collect, &all, nullptr),
+              REC_INDEX_MISSING);
     const std::string path = put_recording(bytes(500, 0));
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 3);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_MISSING);
     EXPECT_TRUE(all.seen.empty());
 }
 
@@ -235,7 +242,7 @@ TEST_F(IndexQueryTest, MinusOneEndsTheWalkInEveryMode) {
     const std::string path = put_recording(three_records());
     for (int32_t mode = 0; mode < 4; ++mode) {
         collector second{.answer = -1, .answer_from = 1};
-        EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr), 0);
+        EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr), REC_INDEX_ENDED);
         EXPECT_EQ(second.seen.size(), 2u);
     }
 }
@@ -244,7 +251,8 @@ TEST_F(IndexQueryTest, TwoEndsTheWalkInModeZeroOnly) {
     const std::string path = put_recording(three_records());
     for (int32_t mode = 0; mode < 4; ++mode) {
         collector second{.answer = 2, .answer_from = 1};
-        EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr), mode == 0 ? 1 : 0);
+        EXPECT_EQ(rec_IndexQuery(path.c_str(), mode, collect, &second, nullptr),
+                  mode == REC_INDEX_BY_TIME ? REC_INDEX_SUCCEEDED : REC_INDEX_ENDED);
         EXPECT_EQ(second.seen.size(), mode == 0 ? 2u : 3u);
     }
 }
@@ -253,7 +261,7 @@ TEST_F(IndexQueryTest, OtherAnswersGoOn) {
     const std::string path = put_recording(three_records());
     for (const int32_t answer : {0, 1, 3, -2, 1000}) {
         collector all{.answer = answer};
-        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
+        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_ENDED);
         EXPECT_EQ(all.seen.size(), 3u);
     }
 }
@@ -264,11 +272,11 @@ TEST_F(IndexQueryTest, ModeThreeDoesNotWalkAnIndexWithoutTags) {
     const std::string path = put_recording(file);
     collector all;
     rec_index_header header = {};
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 3, collect, &all, &header), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 3, collect, &all, &header), REC_INDEX_ENDED);
     EXPECT_TRUE(all.seen.empty());
     EXPECT_EQ(header.BlockOffset, block_offset);
     EXPECT_EQ(short_calls(), locating_);
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 2, collect, &all, &header), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 2, collect, &all, &header), REC_INDEX_ENDED);
     EXPECT_EQ(all.seen.size(), 3u);
 }
 
@@ -280,7 +288,7 @@ TEST_F(IndexQueryTest, RecordsAreReadInBatchesOf128) {
     recording::append(file, index_block(records)); // 52 + 24,000 bytes behind the header
     const std::string path = put_recording(file);
     collector all;
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_ENDED);
     ASSERT_EQ(all.seen.size(), 300u);
     for (uint32_t i = 0; i < 300; ++i)
         EXPECT_EQ(all.seen[i], (seen_record{i, 80, static_cast<int32_t>(88 + 44 + 80 * (i + 1))}));
@@ -297,7 +305,7 @@ TEST_F(IndexQueryTest, ShortBatchEndsTheWalkWithoutItsRecords) {
     put_u32(file, 88 + 32, 201); // one more than there are
     const std::string path = put_recording(file);
     collector all;
-    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
+    EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_ENDED);
     EXPECT_EQ(all.seen.size(), 128u);
 }
 
@@ -308,7 +316,7 @@ TEST_F(IndexQueryTest, RecordsMayBeLongerOrShorterThanUsual) {
         put_u32(file, block_offset + 36, size);
         const std::string path = put_recording(file);
         collector all;
-        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
+        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_ENDED);
         ASSERT_EQ(all.seen.size(), 240 / size);
         EXPECT_EQ(all.seen.back().size, static_cast<int32_t>(size));
         EXPECT_EQ(all.seen.back().end, static_cast<int32_t>(252 + 240 / size * size));
@@ -325,7 +333,7 @@ TEST_F(IndexQueryTest, NumbersBeyondTheFileAreNotWalked) {
             put_u32(file, block_offset + 36, size);
             const std::string path = put_recording(file);
             collector all;
-            EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), 0);
+            EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, nullptr), REC_INDEX_ENDED);
             for (const seen_record& each : all.seen) {
                 EXPECT_EQ(each.size, static_cast<int32_t>(size));
                 EXPECT_LE(each.end, static_cast<int32_t>(file_size));
@@ -341,7 +349,7 @@ TEST_F(IndexQueryTest, FailureOfTheSecondOpenSeekOrReadIs0) {
         module_probe::fail("*", n);
         collector all;
         rec_index_header header = {};
-        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, &header), 0);
+        EXPECT_EQ(rec_IndexQuery(path.c_str(), 0, collect, &all, &header), REC_INDEX_ENDED);
         EXPECT_TRUE(all.seen.empty());
         EXPECT_EQ(header.BlockOffset, block_offset);
     }

@@ -75,20 +75,20 @@ static int mark(const char* path) {
     char text[64] = "goal"; /* a tag is handed over in 64 bytes */
     int32_t key = START_TIME + 1;
     int32_t status = rec_TagModify(REC_TAG_ADD, path, &key, text);
-    if (status != 0)
+    if (status != REC_TAG_DONE)
         return failed("tag", status);
     show_tags(path);
 
     int32_t record = key; /* the time of the record that was chosen */
     strcpy(text, "own goal");
     status = rec_TagModify(REC_TAG_CHANGE, path, &record, text);
-    if (status != 0)
+    if (status != REC_TAG_DONE)
         return failed("change", status);
     show_tags(path);
 
     record = key;
     status = rec_TagModify(REC_TAG_REMOVE, path, &record, text);
-    if (status != 0)
+    if (status != REC_TAG_DONE)
         return failed("remove", status);
     show_tags(path);
     return 0;

@@ -73,13 +73,13 @@ TEST_F(NoMemoryTest, IndexQueryAndTags) {
     rec_tag_entry entry = {};
     uint32_t time = 77;
     EXPECT_EQ(granted(0, [&] { return rec_IndexQuery(path_.c_str(), 1, _rec_GetStartTm, &time, nullptr); }),
-              0);
+              REC_INDEX_ENDED);
     EXPECT_EQ(time, 77u);
     int32_t key = 50;
-    EXPECT_EQ(granted(0, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), -1);
-    EXPECT_EQ(granted(1, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), -1);
+    EXPECT_EQ(granted(0, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), REC_TAG_REFUSED);
+    EXPECT_EQ(granted(1, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), REC_TAG_REFUSED);
     EXPECT_EQ(scratch::read_file(path_), before_);
-    EXPECT_EQ(granted(2, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), 0);
+    EXPECT_EQ(granted(2, [&] { return rec_TagModify(0, path_.c_str(), &key, "goal"); }), REC_TAG_DONE);
     EXPECT_EQ(granted(0, [&] { return rec_TagQuery(path_.c_str(), "", &entry, 1); }), 0);
     EXPECT_EQ(granted(1, [&] { return rec_TagQuery(path_.c_str(), "", &entry, 1); }), 1);
 }

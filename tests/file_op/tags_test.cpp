@@ -184,10 +184,18 @@ TEST(TagCallbackTest, SkipsAndStoresAnswerTheCount) {
 
 // --- adding ---
 
+TEST_F(TagModifyTest, ResultsHaveTheirNumbers) {
+    EXPECT_EQ(static_cast<int>(REC_TAG_REFUSED), -1);
+    EXPECT_EQ(static_cast<int>(REC_TAG_DONE), 0);
+    EXPECT_EQ(static_cast<int>(REC_TAG_LIMIT_REACHED), 1);
+    EXPECT_EQ(static_cast<int>(REC_TAG_WRITE_FAILED), 2);
+    EXPECT_EQ(static_cast<int>(REC_TAG_NO_INDEX), 3);
+}
+
 TEST_F(TagModifyTest, AddedTagGoesToTheRecordBeforeTheTime) {
     put_recording(three_records());
     int32_t key = 150; // from 101 to 200: the record at 100
-    EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), 0);
+    EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), REC_TAG_DONE);
     EXPECT_EQ(key, 100);
     bytes expected = three_records();
     put_tag(expected, 0, "kick-off");
@@ -198,7 +206,7 @@ TEST_F(TagModifyTest, AddedTagGoesToTheRecordBeforeTheTime) {
 
 TEST_F(TagModifyTest, ModuleCallsOfAnAddition) {
     put_recording(three_records());
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), REC_TAG_DONE);
     EXPECT_EQ(short_calls(),
               (call_log{"Open(0, rec, 0) = 3",   "Seek(3, -8, 2) = 372",  "Read(3, 4) = 4",
                         "Read(3, 4) = 4",        "Seek(3, -292, 2) = 88", "Tell(3) = 88",
@@ -215,7 +223,7 @@ TEST_F(TagModifyTest, ModuleCallsOfAnAddition) {
 TEST_F(TagModifyTest, AddedTagReplacesTheOneThatIsThere) {
     put_recording(three_records());
     int32_t key = 300;
-    EXPECT_EQ(modify(REC_TAG_ADD, key, "save"), 0);
+    EXPECT_EQ(modify(REC_TAG_ADD, key, "save"), REC_TAG_DONE);
     EXPECT_EQ(key, 200);
     bytes expected = three_records();
     put_tag(expected, 1, "save");
@@ -229,14 +237,14 @@ TEST_F(TagModifyTest, AddedTagReplacesTheOneThatIsThere) {
 TEST_F(TagModifyTest, TimeBeforeAllRecordsTagsTheFirst) {
     put_recording(three_records());
     int32_t key = 5;
-    EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), 0);
+    EXPECT_EQ(modify(REC_TAG_ADD, key, "kick-off"), REC_TAG_DONE);
     EXPECT_EQ(key, 100);
 }
 
 TEST_F(TagModifyTest, TimeBehindAllRecordsIsRefused) {
     put_recording(three_records());
     int32_t key = 301;
-    EXPECT_EQ(modify(REC_TAG_ADD, key, "late"), -1);
+    EXPECT_EQ(modify(REC_TAG_ADD, key, "late"), REC_TAG_REFUSED);
     EXPECT_EQ(key, 301);
     expect_untouched(three_records());
 }
@@ -244,13 +252,14 @@ TEST_F(TagModifyTest, TimeBehindAllRecordsIsRefused) {
 TEST_F(TagModifyTest, TheSixtyFifthTagIsRefused) {
     const bytes full = many_records(70, 64);
     put_recording(full);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 645, "new"), 0); // replaces the one at 640
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 645, "new"), REC_TAG_DONE); // replaces the one at 640
     EXPECT_EQ(get_u32(content(), tag_count_offset), 64u);
     put_recording(full);
     syncs = 0;
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 655, "new"), 1);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 655, "new"), REC_TAG_LIMIT_REACHED);
     expect_untouched(full);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 701, "new"), 1); // the limit is looked at before the choice
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 701, "new"),
+              REC_TAG_LIMIT_REACHED); // the limit is looked at before the choice
     expect_untouched(full);
 }
 
@@ -259,14 +268,14 @@ TEST_F(TagModifyTest, CountBeyondTheLimitIsTheLimit) {
         bytes file = three_records();
         put_u32(file, tag_count_offset, count);
         put_recording(file);
-        EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "new"), 1);
+        EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "new"), REC_TAG_LIMIT_REACHED);
         expect_untouched(file);
     }
 }
 
 TEST_F(TagModifyTest, TextOf64CharactersFillsTheField) {
     put_recording(three_records());
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, std::string(70, 'x').c_str()), 0);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, std::string(70, 'x').c_str()), REC_TAG_DONE);
     bytes expected = three_records();
     put_tag(expected, 0, std::string(64, 'x'));
     put_u32(expected, tag_count_offset, 2);
@@ -277,7 +286,7 @@ TEST_F(TagModifyTest, ShortNameIsTaggedOnTheDiskWhereItIs) {
     path_ = "disks/host05/part1/H0000120150102030405L000001";
     put(path_, three_records());
     int32_t key = 150;
-    EXPECT_EQ(rec_TagModify(REC_TAG_ADD, "H0000120150102030405C000001", &key, "kick-off"), 0);
+    EXPECT_EQ(rec_TagModify(REC_TAG_ADD, "H0000120150102030405C000001", &key, "kick-off"), REC_TAG_DONE);
     EXPECT_EQ(key, 100);
     EXPECT_EQ(dates(path_), original_dates());
     EXPECT_EQ(get_u32(content(), tag_count_offset), 2u);
@@ -288,7 +297,7 @@ TEST_F(TagModifyTest, ShortNameIsTaggedOnTheDiskWhereItIs) {
 TEST_F(TagModifyTest, RemovedTagLeavesZeros) {
     put_recording(three_records());
     int32_t key = 200;
-    EXPECT_EQ(modify(REC_TAG_REMOVE, key, "ignored"), 0);
+    EXPECT_EQ(modify(REC_TAG_REMOVE, key, "ignored"), REC_TAG_DONE);
     EXPECT_EQ(key, -1);
     bytes expected = three_records();
     put_tag(expected, 1, "");
@@ -305,7 +314,7 @@ TEST_F(TagModifyTest, RemovalNeverCountsBelowZero) {
     bytes file = three_records();
     put_u32(file, tag_count_offset, 0);
     put_recording(file);
-    EXPECT_EQ(modify_at(REC_TAG_REMOVE, 200, ""), 0);
+    EXPECT_EQ(modify_at(REC_TAG_REMOVE, 200, ""), REC_TAG_DONE);
     put_tag(file, 1, "");
     EXPECT_EQ(content(), file);
 }
@@ -313,7 +322,7 @@ TEST_F(TagModifyTest, RemovalNeverCountsBelowZero) {
 TEST_F(TagModifyTest, ChangedTagLeavesTheCount) {
     put_recording(three_records());
     int32_t key = 200;
-    EXPECT_EQ(modify(REC_TAG_CHANGE, key, "save"), 0);
+    EXPECT_EQ(modify(REC_TAG_CHANGE, key, "save"), REC_TAG_DONE);
     EXPECT_EQ(key, -1);
     bytes expected = three_records();
     put_tag(expected, 1, "save");
@@ -329,7 +338,7 @@ TEST_F(TagModifyTest, KeyThatIsNoRecordsTimeIsRefused) {
     put_recording(three_records());
     for (const int32_t operation : {REC_TAG_REMOVE, REC_TAG_CHANGE}) {
         int32_t key = 199;
-        EXPECT_EQ(modify(operation, key, "x"), -1);
+        EXPECT_EQ(modify(operation, key, "x"), REC_TAG_REFUSED);
         EXPECT_EQ(key, 199);
     }
     expect_untouched(three_records());
@@ -338,12 +347,12 @@ TEST_F(TagModifyTest, KeyThatIsNoRecordsTimeIsRefused) {
 TEST_F(TagModifyTest, BadArgumentsAreRefused) {
     put_recording(three_records());
     int32_t key = 200;
-    EXPECT_EQ(rec_TagModify(0, nullptr, &key, "x"), -1);
-    EXPECT_EQ(rec_TagModify(0, path_.c_str(), &key, nullptr), -1);
-    EXPECT_EQ(rec_TagModify(1, path_.c_str(), &key, nullptr), -1);
-    EXPECT_EQ(rec_TagModify(0, path_.c_str(), nullptr, "x"), -1);
-    EXPECT_EQ(modify(3, key, "x"), -1);
-    EXPECT_EQ(modify(-1, key, "x"), -1);
+    EXPECT_EQ(rec_TagModify(0, nullptr, &key, "x"), REC_TAG_REFUSED);
+    EXPECT_EQ(rec_TagModify(0, path_.c_str(), &key, nullptr), REC_TAG_REFUSED);
+    EXPECT_EQ(rec_TagModify(1, path_.c_str(), &key, nullptr), REC_TAG_REFUSED);
+    EXPECT_EQ(rec_TagModify(0, path_.c_str(), nullptr, "x"), REC_TAG_REFUSED);
+    EXPECT_EQ(modify(3, key, "x"), REC_TAG_REFUSED);
+    EXPECT_EQ(modify(-1, key, "x"), REC_TAG_REFUSED);
     EXPECT_EQ(key, 200);
     expect_untouched(three_records());
 }
@@ -351,9 +360,9 @@ TEST_F(TagModifyTest, BadArgumentsAreRefused) {
 TEST_F(TagModifyTest, RecordingWithoutAnIndex) {
     const bytes file = part(three_records(), 0, 379);
     put_recording(file);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "x"), 3);
-    EXPECT_EQ(modify_at(REC_TAG_REMOVE, 100, "x"), -1);
-    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "x"), -1);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "x"), REC_TAG_NO_INDEX);
+    EXPECT_EQ(modify_at(REC_TAG_REMOVE, 100, "x"), REC_TAG_REFUSED);
+    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "x"), REC_TAG_REFUSED);
     expect_untouched(file);
 }
 
@@ -362,7 +371,7 @@ TEST_F(TagModifyTest, RecordsOfLessThan80BytesAreRefused) {
     put_u32(file, block_offset + 36, 79);
     put_recording(file);
     for (int32_t operation = 0; operation < 3; ++operation)
-        EXPECT_EQ(modify_at(operation, 100, "x"), -1);
+        EXPECT_EQ(modify_at(operation, 100, "x"), REC_TAG_REFUSED);
     expect_untouched(file);
 }
 
@@ -371,7 +380,7 @@ TEST_F(TagModifyTest, LongRecordsCarryTheTagInTheirLast64Bytes) {
     put_u32(file, block_offset + 32, 2);
     put_u32(file, block_offset + 36, 120); // the first one ends at 252
     put_recording(file);
-    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "x"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "x"), REC_TAG_DONE);
     std::fill_n(file.begin() + 188, 64, 0);
     file[188] = 'x';
     EXPECT_EQ(content(), file);
@@ -405,21 +414,21 @@ TEST_F(TagModifyTest, SixtyFourTagsAreAddedFoundReplacedChangedAndRemoved) {
         int32_t key = 10 * i + 1;
         char tag[64] = {};
         std::snprintf(tag, sizeof tag, "moment %02d", i);
-        EXPECT_EQ(modify(REC_TAG_ADD, key, tag), 0);
+        EXPECT_EQ(modify(REC_TAG_ADD, key, tag), REC_TAG_DONE);
         EXPECT_EQ(key, 10 * i);
     }
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 651, "one too many"), 1);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 651, "one too many"), REC_TAG_LIMIT_REACHED);
     EXPECT_EQ(find("").size(), 64u);
     EXPECT_EQ(find("moment 0").size(), 9u);
     EXPECT_EQ(find("moment 17"), names{"170 moment 17"});
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 180, "replaced"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 180, "replaced"), REC_TAG_DONE);
     EXPECT_EQ(find("replaced"), names{"170 replaced"});
-    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 170, "changed"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 170, "changed"), REC_TAG_DONE);
     EXPECT_EQ(find("changed"), names{"170 changed"});
     EXPECT_EQ(find("").size(), 64u);
     EXPECT_EQ(get_u32(content(), tag_count_offset), 64u);
     for (int32_t i = 1; i <= 64; ++i) {
-        EXPECT_EQ(modify_at(REC_TAG_REMOVE, 10 * i, ""), 0);
+        EXPECT_EQ(modify_at(REC_TAG_REMOVE, 10 * i, ""), REC_TAG_DONE);
         EXPECT_EQ(get_u32(content(), tag_count_offset), static_cast<uint32_t>(64 - i));
     }
     EXPECT_EQ(content(), many_records(70, 0));
@@ -465,14 +474,14 @@ TEST_F(TagModifyTest, WhatEachFailedCallOfAnAdditionLeaves) {
     put_recording(before);
     module_probe::reset();
     module_probe::fail("ChangeTime", 1);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), REC_TAG_DONE);
     EXPECT_EQ(content(), done);
 }
 
 TEST_F(TagModifyTest, ShortWritesGiveTwo) {
     put_recording(three_records());
     module_probe::cut("Write", 1, 3);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), 2);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), REC_TAG_WRITE_FAILED);
     bytes expected = three_records();
     put_tag(expected, 0, "kic");
     EXPECT_EQ(dates(path_), original_dates());
@@ -481,7 +490,7 @@ TEST_F(TagModifyTest, ShortWritesGiveTwo) {
     put_recording(three_records());
     module_probe::reset();
     module_probe::cut("Write", 2, 31);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), 2);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "kick-off"), REC_TAG_WRITE_FAILED);
     EXPECT_EQ(syncs, 2);
     EXPECT_EQ(dates(path_), original_dates());
 }
@@ -503,7 +512,7 @@ protected:
 
 TEST_F(LargeTagTest, IndexBeyond2GiBIsReachedInTwoSteps) {
     put_behind(3'000'000'000);
-    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "far"), 0);
+    EXPECT_EQ(modify_at(REC_TAG_ADD, 150, "far"), REC_TAG_DONE);
     EXPECT_EQ(find(""), names{"100 far"});
 }
 
