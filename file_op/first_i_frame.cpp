@@ -1,6 +1,7 @@
 #include "analyse/format/file_header.h"
 #include "file_op/common/rec_status.h"
 #include "file_op/frame_search.h"
+#include "file_op/index_lookup.hpp"
 #include "file_op/index_query.h"
 #include "file_op/open_guards.hpp"
 #include "file_op/resolve_path.hpp"
@@ -9,6 +10,8 @@
 #include <fcntl.h>
 
 namespace {
+
+using kmr::index_lookup;
 
 // What goes wrong here is not told: the index was found a moment ago, and then the answer is "found".
 void offset_by_index(const char* name, uint32_t first_record, uint32_t& offset) {
@@ -22,10 +25,14 @@ void offset_by_index(const char* name, uint32_t first_record, uint32_t& offset) 
         offset = record.IPos;
 }
 
-int32_t offset_by_walk(const char* name, uint32_t& offset) {
-    kmr::recording_path path;
-    if (!kmr::resolve_path(name, path))
-        return -1;
+// The open that follows makes a file that is not there: one that nobody has seen yet is asked for.
+bool find_file(const char* name, index_lookup look, kmr::recording_path& path) {
+    vfs_stat_record record = {};
+    return look == index_lookup::no_file ? kmr::resolve_path(name, path, record)
+                                         : kmr::resolve_path(name, path);
+}
+
+int32_t offset_by_walk(const kmr::recording_path& path, uint32_t& offset) {
     const kmr::open_descriptor file(vfs_Open(0, path.text, O_RDWR | O_CREAT));
     kmr_file_header file_header;
     if (!file.is_open() ||
@@ -48,9 +55,12 @@ int32_t rec_GetFristIframelocByFile(const char* name, uint32_t* offset) {
     if (offset == nullptr)
         return -1;
     kmr_frame_header header;
-    uint32_t first_record = 0;
-    if (rec_GetIFrameIndexInfo(name, &header, nullptr, nullptr, nullptr, &first_record) != 0)
-        return offset_by_walk(name, *offset);
-    offset_by_index(name, first_record, *offset);
-    return 0;
+    kmr::index_place place;
+    const index_lookup look = kmr::look_up_index(name, header, place);
+    if (look == index_lookup::found) {
+        offset_by_index(name, place.first_record, *offset);
+        return 0;
+    }
+    kmr::recording_path path;
+    return find_file(name, look, path) ? offset_by_walk(path, *offset) : -1;
 }

@@ -1,6 +1,7 @@
 #include "file_op/index_query.h"
 
 #include "base/heap_bytes.hpp"
+#include "file_op/index_lookup.hpp"
 #include "file_op/index_trailer.hpp"
 #include "file_op/open_guards.hpp"
 #include "file_op/resolve_path.hpp"
@@ -14,12 +15,8 @@ enum { INDEX_FOUND = 0, NO_INDEX = -1 };
 
 constexpr uint32_t records_per_batch = 128;
 
-struct index_place {
-    uint32_t block;
-    uint32_t first_record;
-    uint32_t record_size;
-    uint32_t record_count;
-};
+using kmr::index_lookup;
+using kmr::index_place;
 
 bool read_word(vfs_file* file, uint32_t& word) {
     return vfs_fread(&word, sizeof word, 1, file) == 1;
@@ -105,14 +102,24 @@ int32_t record_walk::run(vfs_file* file, const index_place& place, uint32_t bloc
 
 } // namespace
 
+namespace kmr {
+
+index_lookup look_up_index(const char* name, kmr_frame_header& header, index_place& place) {
+    recording_path path;
+    if (!resolve_path(name, path))
+        return index_lookup::no_file;
+    const open_stream file(vfs_fopen(0, path.text, "r"));
+    if (file == nullptr)
+        return index_lookup::no_file;
+    return read_index_place(file.get(), header, place) ? index_lookup::found : index_lookup::no_index;
+}
+
+} // namespace kmr
+
 int32_t rec_GetIFrameIndexInfo(const char* name, kmr_frame_header* header, uint32_t* block_offset,
                                uint32_t* record_size, uint32_t* record_count, uint32_t* first_record) {
-    kmr::recording_path path;
-    if (header == nullptr || !kmr::resolve_path(name, path))
-        return NO_INDEX;
-    const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
     index_place place;
-    if (file == nullptr || !read_index_place(file.get(), *header, place))
+    if (header == nullptr || kmr::look_up_index(name, *header, place) != index_lookup::found)
         return NO_INDEX;
     store(block_offset, place.block);
     store(record_size, place.record_size);

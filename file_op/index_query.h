@@ -90,8 +90,8 @@ int32_t _rec_GetStartTm(const void* record, int32_t record_size, int32_t end_pos
 
 /* The offset of the first I-frame, by the index or, where there is none, by walking the frames. 0: found, but also
  * when a file that has an index cannot be found, opened or read any more, and then *offset is as it was. Without an
- * index: -1 not found, REC_CANNOT_OPEN not openable for reading and writing or no whole file header, or what
- * rec_SearchIFrame says. */
+ * index: -1 not found (nothing is made then), REC_CANNOT_OPEN not openable for reading and writing or no whole file
+ * header, or what rec_SearchIFrame says. */
 int32_t rec_GetFristIframelocByFile(const char* name, uint32_t* offset);
 
 #ifdef __cplusplus

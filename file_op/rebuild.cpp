@@ -162,13 +162,12 @@ bool repair::append_index() const {
     return true;
 }
 
-} // namespace
+uint32_t start_of(const char* path, int32_t start_time) {
+    return start_time == ask_file_system ? start_by_file_system(path) : static_cast<uint32_t>(start_time);
+}
 
-int32_t rec_MakeUpIframeIndex(const char* path, int32_t minimum_size, uint32_t* walked, int32_t start_time) {
-    if (path == nullptr)
-        return REC_CANNOT_OPEN;
-    const uint32_t start =
-        start_time == ask_file_system ? start_by_file_system(path) : static_cast<uint32_t>(start_time);
+// The file has been seen: opening it so would make one that is not there.
+int32_t make_index(const char* path, int32_t minimum_size, uint32_t* walked, uint32_t start) {
     const kmr::open_descriptor file(vfs_Open(0, path, O_RDWR | O_CREAT));
     if (!file.is_open())
         return REC_CANNOT_OPEN;
@@ -179,13 +178,25 @@ int32_t rec_MakeUpIframeIndex(const char* path, int32_t minimum_size, uint32_t* 
     return status;
 }
 
+} // namespace
+
+int32_t rec_MakeUpIframeIndex(const char* path, int32_t minimum_size, uint32_t* walked, int32_t start_time) {
+    vfs_stat_record unused = {};
+    if (path == nullptr)
+        return REC_CANNOT_OPEN;
+    const uint32_t start = start_of(path, start_time);
+    if (vfs_Stat(path, &unused) != 0)
+        return REC_CANNOT_OPEN;
+    return make_index(path, minimum_size, walked, start);
+}
+
 int32_t rec_RecoverRecordSize(const char* path, int32_t start_time) {
     if (path == nullptr)
         return -1;
     vfs_stat_record before = {};
     if (vfs_Stat(path, &before) != 0)
         return REC_NOT_FOUND;
-    if (rec_MakeUpIframeIndex(path, 0, nullptr, start_time) != REC_OK)
+    if (make_index(path, 0, nullptr, start_of(path, start_time)) != REC_OK)
         return -1;
     const vfs_times times = {static_cast<long>(before.AccessTime), static_cast<long>(before.ModifyTime)};
     return vfs_utimes(path, &times) == 0 ? 0 : -1;

@@ -20,8 +20,8 @@ int32_t rec_RecoverRecordSize(const char* path, int32_t start_time);
  *
  * REC_OK, and *walked (which may be null) is the number of frame headers read, the one that ended the walk included.
  * The results of the last writes are not looked at: who needs certainty asks rec_GetIFrameIndexInfo.
- * Otherwise *walked is as it was. The file is untouched after REC_CANNOT_OPEN (it cannot be opened or is shorter
- * than a file header; one that does not exist is created empty), REC_FAILED (no memory), REC_CANNOT_TRUNCATE and
+ * Otherwise *walked is as it was. The file is untouched after REC_CANNOT_OPEN (there is none, it cannot be opened, or it
+ * is shorter than a file header), REC_FAILED (no memory), REC_CANNOT_TRUNCATE and
  * REC_SHORT_READ (a position is unknown; when it is the new end's that is unknown, the file has been cut already and
  * has no index). A repair that was interrupted may be run again and gives the same file. */
 int32_t rec_MakeUpIframeIndex(const char* path, int32_t minimum_size, uint32_t* walked, int32_t start_time);

@@ -4,6 +4,7 @@
 #include "tests/file_op/recording_fixture.hpp"
 
 #include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -537,12 +538,37 @@ TEST_F(FirstIFrameTest, FramesTellItWithoutAnIndex) {
     EXPECT_EQ(scratch::read_file(path), file);
 }
 
+TEST_F(FirstIFrameTest, PathThatDoesNotExistIsNotMade) {
+    put_recording({}); // so that its folder is there
+    const std::string path = folder_.file("mnt/missing");
+    module_probe::reset();
+    EXPECT_EQ(find(path), -1);
+    EXPECT_EQ(offset_, 77u);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(short_calls(), (call_log{"Open(0, missing, 0) = -1", "Stat(missing) = -1"}));
+}
+
+TEST_F(FirstIFrameTest, FileThatCannotBeReadIsThereAllTheSame) {
+    const std::string path = put_recording(recording::file_header(0));
+    module_probe::fail_from("Open", 1);
+    EXPECT_EQ(find(path), REC_CANNOT_OPEN);
+    EXPECT_EQ(short_calls(), (call_log{"Open(0, rec, 0) = -1", "Stat(rec) = 0", "Open(0, rec, 66) = -1"}));
+}
+
+// Where the look for an index has shown that the file is there, nobody asks again.
+TEST_F(FirstIFrameTest, FileWithoutAnIndexSeesTwoOpensAndNoStat) {
+    const std::string path = put_recording(bytes(88, 0));
+    EXPECT_EQ(find(path), REC_FAILED);
+    EXPECT_EQ(short_calls(),
+              (call_log{"Open(0, rec, 0) = 3", "Seek(3, -8, 2) = 80", "Read(3, 4) = 4", "Close(3) = 0",
+                        "Open(0, rec, 66) = 3", "Read(3, 88) = 88", "Read(3, 32) = 0", "Close(3) = 0"}));
+}
+
 TEST_F(FirstIFrameTest, StatusOfTheStepThatFailed) {
     EXPECT_EQ(find("H00001201501020304059000001"), -1);
     EXPECT_EQ(rec_GetFristIframelocByFile(nullptr, &offset_), -1);
     EXPECT_EQ(rec_GetFristIframelocByFile("x", nullptr), -1);
-    EXPECT_EQ(find(folder_.file("no/mnt/rec")),
-              REC_CANNOT_OPEN); // its folder is missing, it cannot be created
+    EXPECT_EQ(find(folder_.file("no/mnt/rec")), -1);
     EXPECT_EQ(find(put_recording(bytes(87, 0))), REC_CANNOT_OPEN);
     EXPECT_EQ(find(put_recording(bytes(88, 0))), REC_FAILED);
     EXPECT_EQ(find(put_recording(bytes(200, 0))), REC_FAILED);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 namespace {
 
@@ -354,6 +355,28 @@ TEST_F(RebuildTest, NoSuchFile) {
     EXPECT_EQ(rec_MakeUpIframeIndex(nullptr, 0, &walked_, start_time), REC_CANNOT_OPEN);
     EXPECT_EQ(make_index(), REC_CANNOT_OPEN); // its folder is missing
     EXPECT_EQ(walked_, 77u);
+}
+
+TEST_F(RebuildTest, PathThatDoesNotExistIsNotMade) {
+    put("mnt/other", {}); // so that the folder is there
+    module_probe::reset();
+    EXPECT_EQ(make_index(), REC_CANNOT_OPEN);
+    EXPECT_EQ(walked_, 77u);
+    EXPECT_FALSE(std::filesystem::exists(path_));
+    EXPECT_EQ(short_calls(), (call_log{"Stat(rec) = -1"}));
+}
+
+TEST_F(RebuildTest, FileIsLookedForOnceBeforeItIsOpened) {
+    const call_log first = {"Stat(rec) = 0", "Open(0, rec, 66) = 3"};
+    put_recording(frames_of(four_frames()));
+    EXPECT_EQ(make_index(), REC_OK);
+    call_log calls = short_calls();
+    EXPECT_EQ(call_log(calls.begin(), calls.begin() + 2), first);
+    put_recording(frames_of(four_frames()));
+    module_probe::reset();
+    EXPECT_EQ(recover(), 0); // which has looked for it itself
+    calls = short_calls();
+    EXPECT_EQ(call_log(calls.begin(), calls.begin() + 2), first);
 }
 
 // --- failures ---
