@@ -8,23 +8,27 @@
 
 namespace {
 
-constexpr uint32_t unknown_time = UINT32_MAX;
-
-// The file system keeps the start of a recording; only the disk that the name says is asked.
-uint32_t start_by_file_system(const char* short_name) {
+// The file system keeps the start of a recording; only the disk that the name says is asked. Every number is a time.
+bool start_by_file_system(const char* short_name, uint32_t& time) {
     kmr::recording_path path;
     vfs_stat_record record = {};
-    const bool found = Common_CompleteFileName(short_name, path.text, nullptr, nullptr) == REC_OK &&
-                       vfs_Stat(path.text, &record) == 0;
-    return found ? record.StartTime : unknown_time;
+    if (Common_CompleteFileName(short_name, path.text, nullptr, nullptr) != REC_OK ||
+        vfs_Stat(path.text, &record) != 0)
+        return false;
+    time = record.StartTime;
+    return true;
 }
 
-uint32_t start_by_index(const char* path) {
+// Here the highest number says that there is none.
+bool start_by_index(const char* path, uint32_t& time) {
     vfs_stat_record record = {};
-    uint32_t time = unknown_time;
+    uint32_t first = UINT32_MAX;
     if (vfs_Stat(path, &record) == 0)
-        rec_IndexQuery(path, REC_INDEX_CHANGE, _rec_GetStartTm, &time, nullptr);
-    return time;
+        rec_IndexQuery(path, REC_INDEX_CHANGE, _rec_GetStartTm, &first, nullptr);
+    if (first == UINT32_MAX)
+        return false;
+    time = first;
+    return true;
 }
 
 } // namespace
@@ -35,11 +39,9 @@ int32_t rec_GetFileStartTime(const char* name, uint32_t* time) {
     *time = 0;
     if (name == nullptr)
         return REC_FAILED;
-    const uint32_t start = kmr::is_full_path(name) ? start_by_index(name) : start_by_file_system(name);
-    if (start == unknown_time)
-        return REC_FAILED;
-    *time = start;
-    return REC_OK;
+    const bool is_known =
+        kmr::is_full_path(name) ? start_by_index(name, *time) : start_by_file_system(name, *time);
+    return is_known ? REC_OK : REC_FAILED;
 }
 
 int32_t rec_GetFileStopTime(const char* name, uint32_t* time) {

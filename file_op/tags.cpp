@@ -14,7 +14,8 @@ int32_t _rec_TagQuery(const void* record, int32_t record_size, int32_t, void* co
     char tag[sizeof candidate.TagName + 1] = {};
     std::memcpy(tag, candidate.TagName, sizeof candidate.TagName);
 
-    const bool matches = query.pText != nullptr ? std::strstr(tag, query.pText) != nullptr : tag[0] != '\0';
+    const bool has_text = query.pText != nullptr && *query.pText != '\0';
+    const bool matches = has_text ? std::strstr(tag, query.pText) != nullptr : tag[0] != '\0';
     if (!matches || query.iFound >= query.iMaximum)
         return query.iFound;
     rec_tag_entry& entry = query.pResults[query.iFound];

@@ -22,7 +22,7 @@ static_assert(sizeof(rec_tag_entry) == 68, "a tag entry has 68 bytes");
 typedef struct rec_tag_context {
     int32_t iMaximum;  /* room in pResults */
     int32_t iFound;    /* results stored so far */
-    const char* pText; /* what a tag must contain; null: every tagged record */
+    const char* pText; /* what a tag must contain; null or empty: every tagged record */
     rec_tag_entry* pResults;
 } rec_tag_context;
 

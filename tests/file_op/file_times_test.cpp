@@ -56,6 +56,20 @@ TEST_F(FileTimesTest, StartOfAShortNameIsNotLookedForOnOtherDisks) {
     EXPECT_EQ(module_probe::count(), 1);
 }
 
+// A file system in place of module 0's, all of whose recordings start at the last second of 32 bits.
+int32_t stat_at_the_last_second(const char*, vfs_stat_record* record) {
+    record->StartTime = 0xFFFFFFFF;
+    return 0;
+}
+
+TEST_F(FileTimesTest, StartOfAShortNameIsTakenAsItIsUpToTheLastSecond) {
+    auto& stat = g_stvfsmnt.Entries[0].Operations.Stat;
+    const auto before = stat;
+    stat = stat_at_the_last_second;
+    EXPECT_EQ(ask(rec_GetFileStartTime, short_name), (answer{REC_OK, 0xFFFFFFFF}));
+    stat = before;
+}
+
 TEST_F(FileTimesTest, StartOfAFullPathIsTheFirstIndexRecords) {
     const std::string path = put_recording(recording_with_index(500));
     EXPECT_EQ(ask(rec_GetFileStartTime, path.c_str()), (answer{REC_OK, 500}));

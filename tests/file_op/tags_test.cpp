@@ -115,6 +115,20 @@ TEST_F(TagQueryTest, TagsThatContainTheText) {
     EXPECT_EQ(find("o", 3), (names{"1 goal", "3 own goal", "4 foul"}));
 }
 
+TEST(TagCallback, TextThatIsEmptyIsNoText) {
+    kmr_index_record untagged = {};
+    kmr_index_record tagged = {};
+    std::strcpy(tagged.TagName, "goal");
+    for (const char* text : {static_cast<const char*>(nullptr), ""}) {
+        rec_tag_entry entry = {};
+        rec_tag_context context = {1, 0, text, &entry};
+        EXPECT_EQ(_rec_TagQuery(&untagged, 80, 80, &context), 0);
+        EXPECT_EQ(_rec_TagQuery(&tagged, 80, 160, &context), 1);
+        EXPECT_EQ(_rec_TagQuery(&untagged, 80, 240, &context), 1);
+        EXPECT_STREQ(entry.cTagName, "goal");
+    }
+}
+
 TEST_F(TagQueryTest, BadArgumentsFindNothing) {
     put_recording(three_records());
     rec_tag_entry entry = {};
