@@ -4,10 +4,12 @@
 #include "file_op/common/rec_status.h"
 #include "file_op/open_table.h"
 
-#include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,12 +22,36 @@ bool is_same_file(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+bool leads_to(int descriptor, const struct stat& target) {
+    struct stat held;
+    return fstat(descriptor, &held) == 0 && S_ISREG(held.st_mode) && is_same_file(held, target);
+}
+
+struct directory_close {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+
+// Where the system does not list the descriptors of a process, each number that one can have.
+bool is_held_below_the_limit(const struct stat& target) {
+    constexpr long most_of_any_process = 1048576; // unless the system was told to grant more
+    const long told = sysconf(_SC_OPEN_MAX);
+    const long limit = told < 0 ? most_of_any_process : told;
+    for (long descriptor = 0; descriptor < limit; ++descriptor)
+        if (leads_to(static_cast<int>(descriptor), target))
+            return true;
+    return false;
+}
+
+// Descriptors may have numbers beyond the limit, when that was lowered behind them: those that exist are asked for.
 bool is_held_open(const struct stat& target) {
-    constexpr long most_descriptors = 65536;
-    const auto descriptors = static_cast<int>(std::clamp(sysconf(_SC_OPEN_MAX), 1024L, most_descriptors));
-    for (int descriptor = 0; descriptor < descriptors; ++descriptor) {
-        struct stat held;
-        if (fstat(descriptor, &held) == 0 && S_ISREG(held.st_mode) && is_same_file(held, target))
+    const std::unique_ptr<DIR, directory_close> descriptors(opendir("/proc/self/fd"));
+    if (descriptors == nullptr)
+        return is_held_below_the_limit(target);
+    while (const dirent* entry = readdir(descriptors.get())) {
+        char* end = nullptr;
+        const long descriptor = std::strtol(entry->d_name, &end, 10);
+        const bool is_number = end != entry->d_name; // and neither "." nor ".."
+        if (is_number && leads_to(static_cast<int>(descriptor), target))
             return true;
     }
     return false;
@@ -78,10 +104,11 @@ void inner_OutputFile(const char* src, const char* dst) {
     vfs_stat_record stat_record{};
     if (rec_OpenFile(&recording, src, &stat_record) != REC_OK)
         return;
-    if (const kmr::host_file target = kmr::open_target(src, dst))
+    const kmr::host_file target = kmr::open_target(src, dst);
+    if (target)
         kmr::copy(recording, target.get());
     else
         std::printf("fopen %s error\n", dst);
-    // The table's entry stays taken: the program ends behind this copy.
+    // Before the target is closed. The table's entry stays taken: the program ends behind this copy.
     vfs_fclose(recording);
 }

@@ -4,10 +4,31 @@
 #include "tests/fakes/module_probe.hpp"
 #include "tests/support/scratch.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <regex>
+#include <sys/resource.h>
 #include <unistd.h>
+
+namespace {
+
+bool has_proc = true;
+std::vector<std::string> calls_before_first_fclose; // since it was emptied
+
+} // namespace
+
+// The linker leads the program's calls of these here.
+extern "C" DIR* __real_opendir(const char* path);
+extern "C" DIR* __wrap_opendir(const char* path) {
+    return has_proc ? __real_opendir(path) : nullptr;
+}
+extern "C" int __real_fclose(std::FILE* file);
+extern "C" int __wrap_fclose(std::FILE* file) {
+    if (calls_before_first_fclose.empty())
+        calls_before_first_fclose = module_probe::calls();
+    return __real_fclose(file);
+}
 
 namespace fs = std::filesystem;
 
@@ -170,6 +191,58 @@ TEST_F(CopyOutTest, RefusesAHeldFileWhateverItsDescriptor) {
     close(low);
     expect_refused(held);
     close(high);
+}
+
+// Makes `most` the highest number of descriptors that can be opened from now on, for the length of a scope.
+class descriptor_limit {
+public:
+    explicit descriptor_limit(rlim_t most) {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit lowered = {most, before_.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &lowered), 0);
+    }
+    ~descriptor_limit() { setrlimit(RLIMIT_NOFILE, &before_); }
+    descriptor_limit(const descriptor_limit&) = delete;
+    descriptor_limit& operator=(const descriptor_limit&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+TEST_F(CopyOutTest, RefusesAHeldFileWhoseDescriptorIsBeyondTheLimit) {
+    const std::string held = place.write_text("held", "kept");
+    const descriptor_limit whole(4096);
+    const int low = open(held.c_str(), O_RDONLY);
+    const int high = dup2(low, 3000);
+    ASSERT_EQ(high, 3000);
+    close(low);
+    {
+        const descriptor_limit lowered(256);
+        expect_refused(held);
+    }
+    EXPECT_EQ(scratch::read_text(held), "kept");
+    close(high);
+}
+
+TEST_F(CopyOutTest, LooksAtEveryNumberWhereTheSystemListsNoDescriptors) {
+    const std::string held = place.write_text("held", "kept");
+    const descriptor_limit whole(4096);
+    const int low = open(held.c_str(), O_RDONLY);
+    const int high = dup2(low, 4095);
+    ASSERT_EQ(high, 4095);
+    close(low);
+    has_proc = false;
+    expect_refused(held);
+    close(high);
+    EXPECT_EQ(printed_by(in, held), "file size=10000\n");
+    has_proc = true;
+}
+
+TEST_F(CopyOutTest, ClosesTheRecordingBeforeTheTarget) {
+    calls_before_first_fclose.clear();
+    printed();
+    ASSERT_FALSE(calls_before_first_fclose.empty());
+    EXPECT_THAT(calls_before_first_fclose.back(), ::testing::StartsWith("sznfs_Close("));
 }
 
 TEST_F(CopyOutTest, KeepsNoDescriptorAfterAnyFailure) {
