@@ -9,13 +9,11 @@
 
 namespace {
 
-// In a full path of an internal disk ("/dev/scsi/hostNN/part1/" has 23 characters) this is the name's record
-// type.
-constexpr size_t letter_position = 43;
-constexpr size_t short_name_length = 27;
+// Where the full path of a name on an internal disk has the name's record type.
+constexpr size_t letter_position = sizeof "/dev/scsi/hostNN/part1/" - 1 + KMR_NAME_RECORD_TYPE;
+static_assert(letter_position == 43);
 
-// The status of the file at `path`, or else at the same path with the other record-type letter, which then
-// stays.
+// The status of the file at `path`, or else at the same path with the other record-type letter, which then stays.
 int32_t stat_either_letter(char* path, vfs_stat_record* record) {
     const int32_t result = vfs_Stat(path, record);
     if (result == 0 || std::strstr(path, "jpg") != nullptr)
@@ -65,12 +63,11 @@ int32_t rec_GetFileChn(const char* name) {
     if (std::strstr(name, "usb") != nullptr)
         return 1;
     const size_t length = std::strlen(name);
-    if (length < short_name_length)
+    if (length < KMR_NAME_LENGTH)
         return 0;
-    if (length > short_name_length)
+    if (length > KMR_NAME_LENGTH)
         return rec_FilenameGetChnNum(name);
-    char path[REC_PATH_SIZE] = "";
-    Common_CompleteFileName(name, path, nullptr,
-                            nullptr); // an unusable name leaves the path empty: no such file
+    char path[REC_PATH_SIZE] = ""; // stays empty for an unusable name: no such file
+    Common_CompleteFileName(name, path, nullptr, nullptr);
     return rec_FilenameGetChnNum(path);
 }

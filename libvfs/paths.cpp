@@ -1,4 +1,5 @@
 // Operations on files named by path.
+#include "analyse/format/recording_name.h"
 #include "base/copy_text.hpp"
 #include "libvfs/mount_table.hpp"
 #include "libvfs/open_files.hpp"
@@ -13,8 +14,6 @@ using operations = vfs_module_operations;
 constexpr int32_t lowest_record_type = 1;
 constexpr int32_t highest_record_type = 63;
 constexpr size_t longest_path = 255;
-constexpr size_t lock_marker_position =
-    20; // index of the character of a file name that says whether it is locked
 
 // What the path operations have in common: the slot of the module that serves the path, or -1.
 template <auto Slot, typename... Arguments>
@@ -23,12 +22,12 @@ int32_t call(const char* path, Arguments... arguments) {
     return module == nullptr ? -1 : (module->*Slot)(path, arguments...);
 }
 
-// The lock marker of a path's file name.
+// The record type of a path's file name, which says whether the recording is locked.
 char lock_marker(const char* path) {
     char name[64];
     kmr::copy_text(name, path);
     extract_file_name(name);
-    return name[lock_marker_position];
+    return name[KMR_NAME_RECORD_TYPE];
 }
 
 } // namespace

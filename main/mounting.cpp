@@ -1,31 +1,20 @@
 #include "main/front_end.h"
 
+#include "file_op/common/file_names.h"
+#include "file_op/common/rec_status.h"
+
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-constexpr int32_t slot_count = 24;
-constexpr size_t mount_path_size = 32;
-
-} // namespace
-
+// A slot is a disk, and slot 24 is the one that the mount paths refuse without emptying the buffer.
 int32_t inner_GetVitualMountPath(char* dst, int32_t slot) {
-    if (slot == slot_count)
-        return -1;
-    if (slot < 0 || slot > slot_count) {
-        dst[0] = '\0';
-        return -1;
-    }
-    std::snprintf(dst, mount_path_size, "%s%02d/part%d", "/dev/scsi/host", slot, 1);
-    return 0;
+    return disk_SATAZNFSMountPath(dst, slot) == REC_OK ? 0 : -1;
 }
 
 int32_t inner_InitVFS() {
-    char path[mount_path_size]{};
+    char path[REC_DEVICE_PATH_SIZE]{};
     znfs_Init(vfs_Init());
-    for (int32_t slot = 0; slot < slot_count; ++slot) {
+    for (int32_t slot = 0; slot <= REC_MAX_DISK; ++slot) {
         inner_GetVitualMountPath(path, slot);
         znfs_Mount(path); // an empty slot fails, and that is no news
     }

@@ -13,14 +13,11 @@ constexpr const char* optical_mount = "/mnt/cdrom";
 constexpr const char* sata_mount = "/mnt/sata";
 constexpr const char* scsi_device = "/dev/scsi/host";
 
-constexpr size_t disk_digit = 1;
-constexpr size_t partition_digit = 2;
-constexpr size_t date_directory = 6;
-constexpr size_t date_length = 8;
-constexpr size_t record_type = 20;
 constexpr size_t refused_length = 28;
-constexpr size_t shortest_optical_name = 29;
+constexpr size_t optical_drive = 1;
 constexpr size_t optical_lead = 2; // 'C' and the drive stand before the short name
+constexpr size_t shortest_optical_name = optical_lead + KMR_NAME_LENGTH;
+static_assert(refused_length == KMR_NAME_LENGTH + 1, "between the two kinds of names");
 
 // Where a path that begins with `prefix` carries its disk number, most significant digit first.
 struct disk_number_place {
@@ -75,31 +72,31 @@ void complete_optical_name(const char* name, char* full) {
         return;
     if (std::strlen(optical_mount) + 2 + std::strlen(short_name) >= REC_PATH_SIZE)
         return;
-    std::snprintf(full, REC_PATH_SIZE, "%s%c/%s", optical_mount, name[disk_digit], short_name);
+    std::snprintf(full, REC_PATH_SIZE, "%s%c/%s", optical_mount, name[optical_drive], short_name);
 }
 
 void write_mount_path(const char* name, char* mount) {
-    mount[0] = '\0';
-    if (name[0] == 'H') // a disk that is refused leaves the mount path empty, which is not an error
-        disk_SATAZNFSMountPath(mount, disk_AtoI(name[disk_digit]));
-    else if (name[0] == 'U')
-        std::snprintf(mount, REC_PATH_SIZE, "/mnt/usb/%c/%c", name[disk_digit], name[partition_digit]);
+    mount[0] = '\0'; // stays empty for a disk that is refused, which is not an error
+    if (name[KMR_NAME_MEDIUM] == 'H')
+        disk_SATAZNFSMountPath(mount, disk_AtoI(name[KMR_NAME_DISK]));
+    else if (name[KMR_NAME_MEDIUM] == 'U')
+        std::snprintf(mount, REC_PATH_SIZE, "/mnt/usb/%c/%c", name[KMR_NAME_DISK], name[KMR_NAME_PARTITION]);
     else
         put(mount, "/mnt/nfs");
 }
 
 bool lies_in_date_directory(const char* name) {
-    if (name[0] == 'H')
+    if (name[KMR_NAME_MEDIUM] == 'H')
         return false;
-    return std::strstr(name, ".jpg") != nullptr || name[record_type] != 'B';
+    return std::strstr(name, ".jpg") != nullptr || name[KMR_NAME_RECORD_TYPE] != 'B';
 }
 
 } // namespace
 
 int32_t Common_IsValidFileName(const char* name) {
-    if (name == nullptr || strnlen(name, record_type + 1) <= record_type)
+    if (name == nullptr || strnlen(name, KMR_NAME_RECORD_TYPE + 1) <= KMR_NAME_RECORD_TYPE)
         return 0;
-    return contains("UHN", name[0]) && contains("INCLB", name[record_type]) ? 1 : 0;
+    return contains("UHN", name[KMR_NAME_MEDIUM]) && contains("INCLB", name[KMR_NAME_RECORD_TYPE]) ? 1 : 0;
 }
 
 int32_t Common_CompleteFileName(const char* name, char* full, char* directory, char* mount) {
@@ -119,7 +116,7 @@ int32_t Common_CompleteFileName(const char* name, char* full, char* directory, c
     const size_t mount_length = std::strlen(path);
     size_t directory_length = mount_length;
     if (lies_in_date_directory(name))
-        directory_length = append(path, mount_length, {name + date_directory, date_length});
+        directory_length = append(path, mount_length, {name + KMR_NAME_DATE, KMR_NAME_DATE_LENGTH});
     append(path, directory_length, name);
 
     put_if_wanted(mount, {path, mount_length});
@@ -144,25 +141,24 @@ int32_t rec_Atoi(char digit) {
 
 char disk_ItoA(int32_t value) {
     constexpr std::string_view digits = "0123456789abcdefghijklmnop";
-    return value >= 0 && value < static_cast<int32_t>(digits.size()) ? digits[static_cast<size_t>(value)]
-                                                                     : '?';
+    const auto place = static_cast<size_t>(value); // of a negative value behind every digit
+    return place < digits.size() ? digits[place] : '?';
 }
 
 int32_t disk_SATADevicePath(char* path, int32_t disk, int32_t part) {
     if (path == nullptr || disk < 0 || disk > REC_MAX_DISK || part < -1 || part > 3)
         return REC_BAD_ARGUMENT;
     if (part == -1)
-        std::snprintf(path, REC_PATH_SIZE, "%s%02d/", scsi_device, disk);
+        std::snprintf(path, REC_DEVICE_PATH_SIZE, "%s%02d/", scsi_device, disk);
     else
-        std::snprintf(path, REC_PATH_SIZE, "%s%02d/part%d", scsi_device, disk, part + 1);
+        std::snprintf(path, REC_DEVICE_PATH_SIZE, "%s%02d/part%d", scsi_device, disk, part + 1);
     return REC_OK;
 }
 
 int32_t disk_SATAZNFSMountPath(char* path, int32_t disk) {
     if (path == nullptr)
         return REC_BAD_ARGUMENT;
-    // One more than the device path allows, on purpose: disk 24 is refused there, and the buffer keeps its
-    // text.
+    // One more than the device path allows, on purpose: disk 24 is refused there, and the buffer keeps its text.
     if (disk < 0 || disk > REC_MAX_DISK + 1) {
         path[0] = '\0';
         return REC_BAD_ARGUMENT;

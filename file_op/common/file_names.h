@@ -1,21 +1,16 @@
 /* Recording names, the full paths they stand for, and the disk numbers inside paths. Nothing here does I/O.
  *
- * A short name has 27 characters, of which these positions are read:
+ * analyse/format/recording_name.h says what stands where in a short name. On an optical disc the name is 'C', the
+ * drive character and then a short name: 29 characters or more.
  *
- *   0        medium: 'H' internal disk, 'U' USB medium, 'N' network share
- *   1        disk or device, one base-36 digit
- *   2        partition, one character (USB media)
- *   6 to 13  date directory
- *   20       record type: 'I', 'N', 'C', 'L' or 'B'
- *
- * On an optical disc the name is 'C', the drive character and then a short name: 29 characters or more.
- *
- * Every buffer that a function writes belongs to the caller and has 128 characters, the terminator included;
- * no more than the text and its terminator is written. Functions that are described without a status give
- * none.
+ * Every buffer that a function writes belongs to the caller and has 128 characters, the terminator included, unless it
+ * is said that 32 will do; no more than the text and its terminator is written. Functions that are described without a
+ * status give none.
  */
 #ifndef KMR_FILE_NAMES_H
 #define KMR_FILE_NAMES_H
+
+#include "analyse/format/recording_name.h"
 
 #include <stdint.h>
 
@@ -24,7 +19,8 @@ extern "C" {
 #endif
 
 enum {
-    REC_PATH_SIZE = 128, /* characters of every path buffer */
+    REC_PATH_SIZE = 128,       /* characters of every path buffer */
+    REC_DEVICE_PATH_SIZE = 32, /* as many will do for the path of a disk or partition */
     REC_MAX_DISK = 23,
 };
 
@@ -47,12 +43,12 @@ int32_t rec_Atoi(char digit);
 char disk_ItoA(int32_t value);
 
 /* "/dev/scsi/hostNN/" for part -1, "/dev/scsi/hostNN/partP" with P = part + 1 for 0 to 3. REC_OK, or
- * REC_BAD_ARGUMENT with the buffer unchanged: null buffer, disk outside of 0 to 23, part outside of -1 to 3.
- */
+ * REC_BAD_ARGUMENT with the buffer unchanged: null buffer, disk outside of 0 to 23, part outside of -1 to 3. 32
+ * characters will do for the buffer. */
 int32_t disk_SATADevicePath(char* path, int32_t disk, int32_t part);
 
-/* The mount path of a disk's first partition. REC_OK or REC_BAD_ARGUMENT, which empties the buffer, except
- * that disk 24 leaves it unchanged. */
+/* The mount path of a disk's first partition. REC_OK or REC_BAD_ARGUMENT, which empties the buffer, except that disk 24
+ * leaves it unchanged. 32 characters will do for the buffer. */
 int32_t disk_SATAZNFSMountPath(char* path, int32_t disk);
 
 /* The disk number in a path that begins with "/mnt/sata", "/dev/scsi/host" or "/mnt/cdrom"; -1 for any other

@@ -7,6 +7,7 @@
 #include "analyse/format/file_header.h"
 #include "analyse/format/frame_header.h"
 #include "analyse/format/index_block.h"
+#include "analyse/format/recording_name.h"
 #include "analyse/frame_user_data.h"
 #include "analyse/header_report.h"
 #include "analyse/options.h"
