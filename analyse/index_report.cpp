@@ -6,6 +6,7 @@
 #include "analyse/rules.hpp"
 #include "base/text_line.hpp"
 #include "file_op/index_trailer.hpp"
+#include "file_op/open_guards.hpp"
 
 #include <cstdio>
 #include <ctime>
@@ -121,8 +122,7 @@ void print_times(const time_range& times) {
 }
 
 bool read_head(vfs_file* file, uint32_t length, kmr_index_head& head) {
-    return vfs_fread(&head, 1, sizeof head, file) == static_cast<int32_t>(sizeof head) &&
-           opens_index_block(head.Frame, length);
+    return read_record(file, head) && opens_index_block(head.Frame, length);
 }
 
 void print_detail(vfs_file* file) {
@@ -132,7 +132,8 @@ void print_detail(vfs_file* file) {
     seek_to_index_block(file, length);
     kmr_index_head head;
     if (!read_head(file, length, head)) {
-        // No line feed: the verdict follows on the same line.
+        // Name and number are the line's text, by which people and scripts know it; they follow nothing in this
+        // file. No line feed: the verdict stands behind it.
         std::printf("%s %d err", "decode_ReadFrameIndex", 252);
         return;
     }

@@ -68,7 +68,7 @@ private:
 };
 
 bool read_file_header(vfs_file* stream, kmr_file_header& header) {
-    return vfs_fseek(stream, 0, SEEK_SET) == 0 && vfs_fread(&header, sizeof header, 1, stream) == 1;
+    return vfs_fseek(stream, 0, SEEK_SET) == 0 && kmr::read_record(stream, header);
 }
 
 } // namespace

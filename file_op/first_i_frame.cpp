@@ -20,8 +20,7 @@ void offset_by_index(const char* name, uint32_t first_record, uint32_t& offset) 
         return;
     const kmr::open_stream file(vfs_fopen(0, path.text, "r"));
     kmr_index_record record;
-    if (file != nullptr && kmr::seek_to(file->iFd, first_record) &&
-        vfs_fread(&record, sizeof record, 1, file.get()) == 1)
+    if (file != nullptr && kmr::seek_to(file->iFd, first_record) && kmr::read_record(file.get(), record))
         offset = record.IPos;
 }
 
@@ -35,8 +34,7 @@ bool find_file(const char* name, index_lookup look, kmr::recording_path& path) {
 int32_t offset_by_walk(const kmr::recording_path& path, uint32_t& offset) {
     const kmr::open_descriptor file(vfs_Open(0, path.text, O_RDWR | O_CREAT));
     kmr_file_header file_header;
-    if (!file.is_open() ||
-        vfs_Read(file.get(), &file_header, sizeof file_header) != static_cast<int32_t>(sizeof file_header))
+    if (!file.is_open() || !kmr::read_record(file.get(), file_header))
         return REC_CANNOT_OPEN;
     kmr_frame_header header;
     uint32_t found = 0;

@@ -18,10 +18,6 @@ constexpr uint32_t records_per_batch = 128;
 using kmr::index_lookup;
 using kmr::index_place;
 
-bool read_word(vfs_file* file, uint32_t& word) {
-    return vfs_fread(&word, sizeof word, 1, file) == 1;
-}
-
 uint32_t position_of(vfs_file* file) {
     return static_cast<uint32_t>(vfs_ftell(file));
 }
@@ -32,9 +28,9 @@ bool read_index_place(vfs_file* file, kmr_frame_header& header, index_place& pla
     if (!kmr::find_index_trailer(file) || !kmr::seek_to_index_block(file, length))
         return false;
     place.block = position_of(file);
-    if (vfs_fread(&header, sizeof header, 1, file) != 1 || !kmr::opens_index_block(header, length))
+    if (!kmr::read_record(file, header) || !kmr::opens_index_block(header, length))
         return false;
-    if (!read_word(file, place.record_count) || !read_word(file, place.record_size))
+    if (!kmr::read_record(file, place.record_count) || !kmr::read_record(file, place.record_size))
         return false;
     vfs_fseek(file, sizeof(kmr_index_head::MemoryNum), SEEK_CUR);
     place.first_record = position_of(file);

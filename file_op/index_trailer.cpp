@@ -1,5 +1,7 @@
 #include "file_op/index_trailer.hpp"
 
+#include "file_op/open_guards.hpp"
+
 #include <cstdio>
 
 namespace kmr {
@@ -7,11 +9,11 @@ namespace kmr {
 bool find_index_trailer(vfs_file* file) {
     uint32_t magic = 0;
     vfs_fseek(file, -static_cast<int32_t>(KMR_INDEX_TRAILER_SIZE), SEEK_END);
-    return vfs_fread(&magic, sizeof magic, 1, file) == 1 && magic == KMR_INDEX_MAGIC;
+    return read_record(file, magic) && magic == KMR_INDEX_MAGIC;
 }
 
 bool seek_to_index_block(vfs_file* file, uint32_t& length) {
-    const bool complete = vfs_fread(&length, sizeof length, 1, file) == 1;
+    const bool complete = read_record(file, length);
     if (!complete)
         length = 0;
     // Unsigned, because the length is whatever the file says: its negation must not overflow.

@@ -1,5 +1,4 @@
-/* Finding a recording that may have moved to another disk or changed its record-type letter. No lock is
- * taken. */
+/* Finding a recording that may have moved to another disk or changed its record-type letter. No lock is taken. */
 #ifndef KMR_LOCATE_H
 #define KMR_LOCATE_H
 

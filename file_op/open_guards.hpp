@@ -1,4 +1,4 @@
-// Files of the layer that close themselves, and a seek that reaches every position of them.
+// Files of the layer that close themselves, a seek that reaches every position of them, and reading whole records.
 #pragma once
 
 #include "libvfs/vfs.h"
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <type_traits>
 
 namespace kmr {
 
@@ -45,6 +46,21 @@ private:
         origin = SEEK_CUR;
     } while (position > 0);
     return true;
+}
+
+// What a record may be read into: its bytes are all there is to it.
+template <typename Type>
+concept plain_record = std::is_trivially_copyable_v<Type> && !std::is_pointer_v<Type>;
+
+// Reads one whole record. False when less of it could be read; what was is then in `record` nevertheless.
+template <plain_record Record>
+[[nodiscard]] bool read_record(vfs_file* stream, Record& record) {
+    return vfs_fread(&record, sizeof record, 1, stream) == 1;
+}
+
+template <plain_record Record>
+[[nodiscard]] bool read_record(int32_t fd, Record& record) {
+    return vfs_Read(fd, &record, sizeof record) == static_cast<int32_t>(sizeof record);
 }
 
 } // namespace kmr

@@ -5,6 +5,7 @@
 #include "file_op/common/file_names.h"
 #include "file_op/common/rec_status.h"
 #include "file_op/locate.h"
+#include "file_op/open_guards.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -68,17 +69,13 @@ int32_t resolve(const char* name, vfs_stat_record* st, char (&completed)[REC_PAT
     return found == 0 ? REC_OK : found;
 }
 
-int32_t read_header(vfs_file* handle, kmr_file_header* header) {
-    return vfs_fread(header, KMR_FILE_HEADER_SIZE, 1, handle) == 1 ? REC_OK : REC_SHORT_READ;
+int32_t read_header(vfs_file* handle, kmr_file_header& header) {
+    return kmr::read_record(handle, header) ? REC_OK : REC_SHORT_READ;
 }
 
-int32_t read_header_of(const char* name, kmr_file_header* header) {
-    vfs_file* file = vfs_fopen(0, name, "rb");
-    if (file == nullptr)
-        return REC_CANNOT_OPEN;
-    const int32_t status = read_header(file, header);
-    vfs_fclose(file);
-    return status;
+int32_t read_header_of(const char* name, kmr_file_header& header) {
+    const kmr::open_stream file(vfs_fopen(0, name, "rb"));
+    return file == nullptr ? REC_CANNOT_OPEN : read_header(file.get(), header);
 }
 
 } // namespace
@@ -137,9 +134,9 @@ int32_t rec_ReadFileHeader(vfs_file* handle, const char* name, kmr_file_header* 
     int32_t status = REC_OK;
     if (handle != nullptr) {
         vfs_fseek(handle, 0, SEEK_SET);
-        status = read_header(handle, header);
+        status = read_header(handle, *header);
     } else {
-        status = read_header_of(name, header);
+        status = read_header_of(name, *header);
     }
     if (header->FrameRate == 0)
         header->FrameRate = KMR_DEFAULT_FRAME_RATE;

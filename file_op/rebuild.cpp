@@ -73,7 +73,7 @@ private:
 
 int32_t repair::run(int32_t minimum_size) {
     kmr_file_header file_header;
-    if (vfs_Read(fd_, &file_header, sizeof file_header) != static_cast<int32_t>(sizeof file_header))
+    if (!kmr::read_record(fd_, file_header))
         return REC_CANNOT_OPEN;
     const bool header_changed = raise_picture_size(file_header, minimum_size);
     if (!records_.make_room())
@@ -141,8 +141,8 @@ int64_t repair::find_end_of_frames() {
 bool repair::last_frame_is_old_index() {
     kmr_index_trailer trailer = {};
     return last_.TimeStamp == 0 && kmr::seek_to(fd_, size_ - KMR_INDEX_TRAILER_SIZE) &&
-           vfs_Read(fd_, &trailer, sizeof trailer) == static_cast<int32_t>(sizeof trailer) &&
-           trailer.Magic == KMR_INDEX_MAGIC && trailer.Length == last_.FrameSize;
+           kmr::read_record(fd_, trailer) && trailer.Magic == KMR_INDEX_MAGIC &&
+           trailer.Length == last_.FrameSize;
 }
 
 // Without the new picture size the recording is still a good one, so a failure ends nothing.
