@@ -11,6 +11,7 @@
 #include "base/heap_bytes.hpp"
 #include "file_op/common/frame_check.h"
 #include "file_op/frame_search.h"
+#include "file_op/open_guards.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -63,7 +64,7 @@ private:
     int32_t quota_;
 
     kmr_frame_header header_{};
-    uint32_t position_ = 0; // of the header that is read next
+    uint32_t position_ = 0; // of the header that is read next, or was read last
     bool first_frame_ = true;
     uint32_t previous_stamp_ = 0;
     frame_pairing pairing_;
@@ -82,13 +83,13 @@ int32_t frame_walk::run() {
         const int32_t frame_class = rec_ValidFrame(&header_, KMR_MAX_FRAME_SIZE);
         report_row(frame_class);
         step next = behind_frame(frame_class);
-        position_ += header_.FrameSize;
         if (next == step::resynchronise)
             next = resynchronise();
         if (next == step::account)
             next = account();
         if (next == step::end)
             return -1;
+        position_ += header_.FrameSize; // which is that of the found frame behind a resynchronisation
         if (quota_ < 0)
             return pause();
     }
@@ -107,7 +108,7 @@ bool frame_walk::find_start() {
 
 bool frame_walk::read_header() {
     return vfs_fseek(file_.stream(), static_cast<int32_t>(position_), SEEK_SET) == 0 &&
-           vfs_fread(&header_, 1, sizeof header_, file_.stream()) == static_cast<int32_t>(sizeof header_);
+           read_record(file_.stream(), header_);
 }
 
 bool frame_walk::row_wanted() const {
@@ -150,7 +151,7 @@ frame_walk::step frame_walk::judge_index() {
     return step::resynchronise;
 }
 
-// The frame that is found gets no row and does not take part in the pairing.
+// Moves to the next I-frame and its header. That frame gets no row and does not take part in the pairing.
 frame_walk::step frame_walk::resynchronise() {
     constexpr uint32_t behind_sync_word = KMR_FRAME_HEADER_SIZE - sizeof header_.SyncWord;
     // Unsigned: a damaged index may have led behind 2 GiB, where positions are negative numbers.
@@ -160,7 +161,6 @@ frame_walk::step frame_walk::resynchronise() {
         return step::end;
     if (!read_header())
         return step::end;
-    position_ += header_.FrameSize;
     switch (rec_ValidFrame(&header_, KMR_MAX_FRAME_SIZE)) {
     case KMR_FRAME_ORDINARY:
         return step::account;

@@ -104,6 +104,20 @@ TEST_F(ResynchroniseTest, TheFrameFoundIsCounted) {
     EXPECT_EQ(position, 88U + 132 + 132);
 }
 
+TEST_F(ResynchroniseTest, TheLengthInABadHeaderLeadsNowhere) {
+    for (const uint32_t length : {0U, 1U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+        bytes bad = garbage();
+        put_u32(bad, 4, length);
+        const std::string name = put(of_pieces(9, {bad, i_frame(3, 1080), p_frame(4, 1120)}));
+        uint32_t count = 0;
+        uint32_t position = 0;
+        EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 0) << length;
+        EXPECT_EQ(position, 88U + 132 + 132) << length;
+        EXPECT_EQ(rec_vca_GetVcaMsgEx(name.c_str(), &count, 0, 0, &position), 0) << length;
+        EXPECT_EQ(position, 88U + 132 + 132 + 132) << length;
+    }
+}
+
 TEST_F(ResynchroniseTest, TheFrameFoundAddsStreamTime) {
     const std::string name = put(of_pieces(0, {p_frame(1, 1000), garbage(), i_frame(3, 4000)}));
     uint32_t count = 1;
