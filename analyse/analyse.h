@@ -1,6 +1,4 @@
-/* The analysis of one recording and its report on standard output. Single-threaded: the globals are not
- * locked.
- */
+/* The analysis of one recording and its report on standard output. Single-threaded: the globals are not locked. */
 #ifndef KMR_ANALYSE_H
 #define KMR_ANALYSE_H
 

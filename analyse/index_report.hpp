@@ -1,5 +1,4 @@
-// The I-frame index at the end of a recording: the detail that is printed of it, and the verdict that it
-// decides.
+// The I-frame index at the end of a recording: the detail that is printed of it, and the verdict that it decides.
 #pragma once
 
 #include "libvfs/vfs.h"

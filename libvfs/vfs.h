@@ -176,9 +176,9 @@ void* vfs_ReadDir(void* handle);
 /* Frees the handle and its entries: 0; -1 for a null handle. Routed as vfs_ReadDir is: a handle of module 0 that is
  * closed a second time reaches module 1, as a handle that is not its own, or is by then somebody else's. */
 int32_t vfs_CloseDir(void* handle);
-/* All entries at once: their number, or negative with *list as it was. The caller frees each entry and then the array
- * with free(), an array of no entries too. On module 0 the path is a partition's, and the entries are its used blocks
- * (_vfs_ScanDir); module 1 lists what it will. */
+/* All entries at once: their number; negative on failure, and of module 0 then with *list as it was. The caller frees
+ * each entry and then the array with free(), an array of no entries too. On module 0 the path is a partition's, and the
+ * entries are its used blocks (_vfs_ScanDir); module 1 lists what it will. */
 int32_t vfs_ScanDir(const char* path, vfs_scan_entry*** list);
 
 /* Module 0's own directory operations, which the calls above reach. A handle is an entry of g_vDir; null is not looked

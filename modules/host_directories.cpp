@@ -38,8 +38,8 @@ vfs_scan_entry* new_scan_entry(const char* name) {
 }
 
 vfs_scan_entry** new_scan_list(const directory_names& names) {
-    auto** const list = static_cast<vfs_scan_entry**>(
-        std::calloc(static_cast<size_t>(names.count()) + 1, sizeof(vfs_scan_entry*)));
+    const size_t length = static_cast<size_t>(names.count()) + 1; // never none, which might be no memory
+    auto** const list = static_cast<vfs_scan_entry**>(std::calloc(length, sizeof(vfs_scan_entry*)));
     if (list == nullptr)
         return nullptr;
     for (int i = 0; i < names.count(); ++i) {

@@ -66,6 +66,8 @@ bool record_passes(const rec_query_record& record, const rec_query_block& query)
     if (!file_type_passes(record, query.file_type_filter) ||
         !value_passes(record.channel, query.channel_filter))
         return false;
+    // Before time and kind are looked at: a program's own hook is asked about records of the right file type and
+    // channel while the search still passes over those that lie outside the interval.
     test_break();
     return record.start_time >= query.start_time && record.start_time < query.end_time &&
            value_passes(record.kind, query.kind_filter);

@@ -13,8 +13,7 @@
 extern "C" {
 #endif
 
-/* Sizes in pixels. A segment of a recording brings the first pair; nothing brings the second, it keeps its
- * defaults. */
+/* Sizes in pixels. A segment of a recording brings the first pair; nothing brings the second, it keeps its defaults. */
 typedef struct vca_analys_size {
     uint32_t width;
     uint32_t height;
