@@ -21,8 +21,8 @@
 #ifndef KMR_USER_DATA_BLOCK_H
 #define KMR_USER_DATA_BLOCK_H
 
-#include "analyse/format/byte_order.h"
 #include "analyse/vca/vca.h"
+#include "base/byte_order.h"
 
 #include <assert.h>
 #include <stddef.h>

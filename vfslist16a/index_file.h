@@ -19,7 +19,7 @@
 #ifndef KMR_INDEX_FILE_H
 #define KMR_INDEX_FILE_H
 
-#include "analyse/format/byte_order.h"
+#include "base/byte_order.h"
 
 #include <assert.h>
 #include <stddef.h>

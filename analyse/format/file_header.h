@@ -27,7 +27,7 @@
 #ifndef KMR_FORMAT_FILE_HEADER_H
 #define KMR_FORMAT_FILE_HEADER_H
 
-#include "analyse/format/byte_order.h"
+#include "base/byte_order.h"
 
 #include <assert.h>
 #include <stddef.h>

@@ -1,6 +1,6 @@
 #include "analyse/vca/vca.h"
 
-#include "analyse/format/byte_order.h"
+#include "base/byte_order.h"
 
 #include <cstring>
 
