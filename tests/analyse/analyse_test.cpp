@@ -11,7 +11,7 @@
 namespace {
 
 using analysis::bytes;
-using analysis::dashes;
+using analysis::dash_line;
 using analysis::pauses;
 using analysis::row;
 using analysis::small_recording;
@@ -20,11 +20,7 @@ using recording::put_u32;
 
 class AnalyseTest : public analysis::AnalysisTest {};
 
-const std::string header_text = "\n" + dashes(140) +
-                                "\n"
-                                "File Header infomation\n" +
-                                dashes(140) +
-                                "\n"
+const std::string header_text = "\n" + dash_line(140) + "File Header infomation\n" + dash_line(140) +
                                 "           FrameRate :\t  25\n"
                                 "               Width :\t1920\n"
                                 "              Height :\t1080\n"
@@ -49,15 +45,11 @@ const std::string header_text = "\n" + dashes(140) +
                                 "          FrameCount :\t   3\n";
 
 const std::string heading_text =
-    "\n" + dashes(154) +
-    "\n"
-    "Frame Detail\n" +
-    dashes(154) +
-    "\n"
+    "\n" + dash_line(154) + "Frame Detail\n" + dash_line(154) +
     "         FrameNo\t    Addr\t    "
     "TYPE\tFrameSize\tVideoSize\tAFrameNum\tAFrameSize\tTimeStamp\tTimeDelay\t   Valid"
     "\t Encrypt\n" +
-    dashes(154) + "\n";
+    dash_line(154);
 
 const std::string all_rows = "               7\t00000058\t       I\t     132\t     100\t       0\t       0\t "
                              "   1000\t    1000\t       0\t        \n"
@@ -75,44 +67,28 @@ const std::string i_rows = "               7\t00000058\t       I\t     132\t    
                            " 3000\t    2000\t       0\t        \n";
 
 const std::string detail_text =
-    "\n" + dashes(89) +
-    "\n"
-    "IFrameIndex Detail\n" +
-    dashes(89) +
-    "\n"
-    "IFrameIndex Header Infomation\n" +
-    dashes(89) +
-    "\n"
+    "\n" + dash_line(89) + "IFrameIndex Detail\n" + dash_line(89) + "IFrameIndex Header Infomation\n" +
+    dash_line(89) +
     "            Virual FrameHeader : Same as above\n"
     "            I Frame Record Num : 2\n"
     "       VirualFrame Record size : 80\n"
     "                    Memory Num : 450\n"
     "\n" +
-    dashes(121) +
-    "\n"
-    "IFrameIndex Body Infomation\n" +
-    dashes(121) +
-    "\n"
+    dash_line(121) + "IFrameIndex Body Infomation\n" + dash_line(121) +
     "   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t"
     " TagName\n" +
-    dashes(121) +
-    "\n"
+    dash_line(121) +
     "       0\t[03:04:05]\t00000058\t00000210\t       0\t    1080\t    1920\t        \n"
     "       1\t[03:04:07]\t00000160\t00000260\t       0\t    1080\t    1920\t        \n"
     "\n" +
-    dashes(89) +
-    "\n"
-    "IFrameIndex Tail Infomation\n" +
-    dashes(89) +
-    "\n"
+    dash_line(89) + "IFrameIndex Tail Infomation\n" + dash_line(89) +
     "    Flag\tVFrameSize\t\n"
     " 123abcd\t     160\t\n" +
-    dashes(89) +
-    "\n"
+    dash_line(89) +
     "KMR FileStartTime :2015/01/02 03:04:05\n"
     "KMR FileEndTime   :2015/01/02 03:04:07\n"
     "KMR File Time     :       2(s)\n" +
-    dashes(89) + "\n";
+    dash_line(89);
 
 const std::string verdict = "Well done :)\n";
 
@@ -319,8 +295,8 @@ private:
 };
 
 TEST_F(LargeRecordingTest, IsWalkedInCallsOfAMillionFramesAndOne) {
-    // FrameCount is 1000002: a call of quota 1000000 takes 1000001 frames, one of quota 2 the last two and the
-    // index.
+    // FrameCount is 1000002: a call of quota 1000000 takes 1000001 frames, one of quota 2 the
+    // last two and the index.
     made_up::frame_count = 1000003;
     made_up::stamp_step = 1;
     EXPECT_EQ(report_of("any", option::t), verdict);

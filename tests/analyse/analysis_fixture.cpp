@@ -55,15 +55,15 @@ std::string printed(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout();
 }
 
-std::string dashes(size_t count) {
-    return std::string(count, '-');
+std::string dash_line(size_t count) {
+    return std::string(count, '-') + "\n";
 }
 
 std::string frame_table_heading() {
-    return "\n" + dashes(154) + "\nFrame Detail\n" + dashes(154) +
-           "\n         FrameNo\t    Addr\t    TYPE\tFrameSize\tVideoSize\tAFrameNum\tAFrameSize\tTimeStamp\t"
+    return "\n" + dash_line(154) + "Frame Detail\n" + dash_line(154) +
+           "         FrameNo\t    Addr\t    TYPE\tFrameSize\tVideoSize\tAFrameNum\tAFrameSize\tTimeStamp\t"
            "TimeDelay\t   Valid\t Encrypt\n" +
-           dashes(154) + "\n";
+           dash_line(154);
 }
 
 std::string row(const std::string& number, const std::string& address, const std::string& type, int size,

@@ -31,7 +31,7 @@ std::vector<unsigned>& pauses();
 // All that `action` prints to standard output.
 std::string printed(const std::function<void()>& action);
 
-std::string dashes(size_t count);
+std::string dash_line(size_t count);
 std::string frame_table_heading();
 
 // A row of the frame table.

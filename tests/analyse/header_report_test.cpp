@@ -10,7 +10,7 @@
 namespace {
 
 using analysis::bytes;
-using analysis::dashes;
+using analysis::dash_line;
 using analysis::printed;
 namespace option = analysis::option;
 using recording::put_u16;
@@ -55,11 +55,8 @@ std::string line_of(const std::string& report, const std::string& label) {
 }
 
 TEST_F(HeaderReportTest, PrintsEveryFieldInOrder) {
-    EXPECT_EQ(header_text(distinct_header(), option::s), "\n" + dashes(140) +
-                                                             "\n"
-                                                             "File Header infomation\n" +
-                                                             dashes(140) +
-                                                             "\n"
+    EXPECT_EQ(header_text(distinct_header(), option::s), "\n" + dash_line(140) + "File Header infomation\n" +
+                                                             dash_line(140) +
                                                              "           FrameRate :\t  30\n"
                                                              "               Width :\t 704\n"
                                                              "              Height :\t 576\n"

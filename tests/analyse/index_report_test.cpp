@@ -10,7 +10,7 @@
 namespace {
 
 using analysis::bytes;
-using analysis::dashes;
+using analysis::dash_line;
 using analysis::index_frame_header;
 using analysis::of_pieces;
 using analysis::trailer;
@@ -27,28 +27,28 @@ constexpr const char* poor = "IT IS a POOR FILE :(\n";
 constexpr const char* refused = "decode_ReadFrameIndex 252 errWell done :)\n";
 
 std::string head_text(const std::string& count, const std::string& size, const std::string& memory) {
-    return "\n" + dashes(89) + "\nIFrameIndex Detail\n" + dashes(89) + "\nIFrameIndex Header Infomation\n" +
-           dashes(89) +
-           "\n            Virual FrameHeader : Same as above\n"
+    return "\n" + dash_line(89) + "IFrameIndex Detail\n" + dash_line(89) + "IFrameIndex Header Infomation\n" +
+           dash_line(89) +
+           "            Virual FrameHeader : Same as above\n"
            "            I Frame Record Num : " +
            count + "\n       VirualFrame Record size : " + size +
            "\n                    Memory Num : " + memory + "\n";
 }
 
 std::string body_heading() {
-    return "\n" + dashes(121) + "\nIFrameIndex Body Infomation\n" + dashes(121) +
-           "\n   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t TagName\n" +
-           dashes(121) + "\n";
+    return "\n" + dash_line(121) + "IFrameIndex Body Infomation\n" + dash_line(121) +
+           "   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t TagName\n" +
+           dash_line(121);
 }
 
 std::string tail_text(const std::string& size) {
-    return "\n" + dashes(89) + "\nIFrameIndex Tail Infomation\n" + dashes(89) +
-           "\n    Flag\tVFrameSize\t\n 123abcd\t" + size + "\t\n" + dashes(89) + "\n";
+    return "\n" + dash_line(89) + "IFrameIndex Tail Infomation\n" + dash_line(89) +
+           "    Flag\tVFrameSize\t\n 123abcd\t" + size + "\t\n" + dash_line(89);
 }
 
 std::string times_text(const std::string& start, const std::string& end, const std::string& length) {
     return "KMR FileStartTime :" + start + "\nKMR FileEndTime   :" + end + "\nKMR File Time     :" + length +
-           "(s)\n" + dashes(89) + "\n";
+           "(s)\n" + dash_line(89);
 }
 
 // A file header and the block, which then stands at 88: its records start at 132 (0x84).
@@ -73,45 +73,27 @@ TEST_F(IndexReportTest, PrintsTheWholeDetail) {
         900));
     EXPECT_EQ(
         detail(recording),
-        "\n" + dashes(89) +
-            "\n"
-            "IFrameIndex Detail\n" +
-            dashes(89) +
-            "\n"
-            "IFrameIndex Header Infomation\n" +
-            dashes(89) +
-            "\n"
+        "\n" + dash_line(89) + "IFrameIndex Detail\n" + dash_line(89) + "IFrameIndex Header Infomation\n" +
+            dash_line(89) +
             "            Virual FrameHeader : Same as above\n"
             "            I Frame Record Num : 2\n"
             "       VirualFrame Record size : 80\n"
             "                    Memory Num : 900\n"
             "\n" +
-            dashes(121) +
-            "\n"
-            "IFrameIndex Body Infomation\n" +
-            dashes(121) +
-            "\n"
+            dash_line(121) + "IFrameIndex Body Infomation\n" + dash_line(121) +
             "   Index\t TimeNow\tIPos(hex)\tFPos(hex)\t    Sign\tVideoSize(H)\tVideoSize(W)\t TagName\n" +
-            dashes(121) +
-            "\n"
+            dash_line(121) +
             "       0\t[03:04:05]\t00000058\t00000084\t       3\t    1080\t    1920\t   alarm\n"
             "       1\t[03:05:00]\tabcdef01\t000000d4\t      -1\t       0\t   65535\ta longer tag\n"
             "\n" +
-            dashes(89) +
-            "\n"
-            "IFrameIndex Tail Infomation\n" +
-            dashes(89) +
-            "\n"
+            dash_line(89) + "IFrameIndex Tail Infomation\n" + dash_line(89) +
             "    Flag\tVFrameSize\t\n"
             " 123abcd\t     160\t\n" +
-            dashes(89) +
-            "\n"
+            dash_line(89) +
             "KMR FileStartTime :2015/01/02 03:04:05\n"
             "KMR FileEndTime   :2015/01/02 03:05:00\n"
             "KMR File Time     :      55(s)\n" +
-            dashes(89) +
-            "\n"
-            "Well done :)\n");
+            dash_line(89) + "Well done :)\n");
 }
 
 TEST_F(IndexReportTest, DetailIsPrintedForAllAndForIndexAlone) {

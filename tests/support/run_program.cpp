@@ -93,8 +93,8 @@ std::vector<char*> as_c_array(std::vector<std::string>& words) {
     return pointers;
 }
 
-// Everything is prepared before the fork; behind it only calls that are safe in the child of a threaded
-// process.
+// Everything is prepared before the fork; behind it only calls that are safe in the child of a
+// threaded process.
 pid_t start(std::vector<std::string> command, const options& how, int in, int out, int err) {
     std::vector<std::string> variables = merged_environment(how.environment);
     const std::vector<char*> arguments = as_c_array(command);
