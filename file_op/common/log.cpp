@@ -11,7 +11,7 @@
 
 namespace {
 
-enum { LOG_FAILED = -1, LOG_NO_MEMORY = -2 };
+enum { log_failed = -1, log_no_memory = -2 };
 
 constexpr char cr = '\r';
 constexpr char lf = '\n';
@@ -105,13 +105,13 @@ private:
 
 int32_t zn_printf_alone(uint32_t level, const char* format, ...) {
     if (format == nullptr)
-        return LOG_FAILED;
+        return log_failed;
     const text line = with_line_end(format);
     if (line == nullptr)
-        return LOG_NO_MEMORY;
+        return log_no_memory;
     const message_output output(level);
     if (output.stream() == nullptr)
-        return LOG_FAILED;
+        return log_failed;
     va_list arguments;
     va_start(arguments, format);
     const int32_t count = std::vfprintf(output.stream(), line.get(), arguments);

@@ -38,7 +38,7 @@ protected:
 };
 
 bytes recording_with_index(uint32_t first_time = 500) {
-    return recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}, first_time);
+    return recording::sound({small_frame(1, 1000, i_frame), small_frame(2, 1040, p_frame)}, first_time);
 }
 
 // --- start ---

@@ -17,7 +17,7 @@ using recording::put_u32;
 bytes three_records() {
     bytes file = recording::file_header(3);
     for (uint32_t i = 0; i < 3; ++i)
-        recording::append(file, recording::frame_record(small_frame(i + 1, 1000 * i + 1000, I)));
+        recording::append(file, recording::frame_record(small_frame(i + 1, 1000 * i + 1000, i_frame)));
     recording::append(file, index_block({{.time = 100, .position = 88, .tag = "goal"},
                                          {.time = 200, .position = 128},
                                          {.time = 300, .position = 168, .tag = "foul"}}));
@@ -524,8 +524,8 @@ TEST_F(FirstIFrameTest, IndexWithoutRecordsStoresNothing) {
 
 TEST_F(FirstIFrameTest, FramesTellItWithoutAnIndex) {
     bytes file = recording::file_header(2);
-    recording::append(file, recording::frame_record(small_frame(1, 1000, P)));
-    recording::append(file, recording::frame_record(small_frame(2, 1040, I)));
+    recording::append(file, recording::frame_record(small_frame(1, 1000, p_frame)));
+    recording::append(file, recording::frame_record(small_frame(2, 1040, i_frame)));
     const std::string path = put_recording(file); // 88 + 40 + 40 bytes
     EXPECT_EQ(find(path), 0);
     EXPECT_EQ(offset_, 128u);

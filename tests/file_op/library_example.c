@@ -17,7 +17,7 @@
 #include <stdio.h>
 #include <string.h>
 
-static const int32_t START_TIME = 1420167845; /* 2015-01-02 03:04:05 UTC */
+static const int32_t start_time = 1420167845; /* 2015-01-02 03:04:05 UTC */
 
 static int failed(const char* what, int32_t status) {
     zn_printf_alone(ZN_LOG_PLAIN, "%s: %" PRId32, what, status);
@@ -38,7 +38,7 @@ static int32_t print_record(const void* record, int32_t record_size, int32_t end
 }
 
 static int repair(const char* path) {
-    const int32_t status = rec_RecoverRecordSize(path, START_TIME);
+    const int32_t status = rec_RecoverRecordSize(path, start_time);
     if (status != 0)
         return failed("repair", status);
     printf("repaired\n");
@@ -73,7 +73,7 @@ static void show_tags(const char* path) {
 
 static int mark(const char* path) {
     char text[64] = "goal"; /* a tag is handed over in 64 bytes */
-    int32_t key = START_TIME + 1;
+    int32_t key = start_time + 1;
     int32_t status = rec_TagModify(REC_TAG_ADD, path, &key, text);
     if (status != REC_TAG_DONE)
         return failed("tag", status);

@@ -56,7 +56,7 @@ protected:
     }
 
     std::string path_ =
-        put_recording(recording::sound({small_frame(1, 1000, I), small_frame(2, 2000, I)}, 100));
+        put_recording(recording::sound({small_frame(1, 1000, i_frame), small_frame(2, 2000, i_frame)}, 100));
     bytes before_ = scratch::read_file(path_);
 };
 
@@ -96,7 +96,7 @@ TEST_F(NoMemoryTest, RepairLeavesTheFileAlone) {
 TEST_F(NoMemoryTest, RepairKeepsWhatWasFoundWhenTheArrayCannotGrow) {
     bytes file = recording::file_header(452);
     for (uint32_t i = 0; i < 452; ++i)
-        recording::append(file, recording::frame_record(small_frame(i + 1, 1000 + i, I)));
+        recording::append(file, recording::frame_record(small_frame(i + 1, 1000 + i, i_frame)));
     path_ = put_recording(file);
     EXPECT_EQ(granted(1, [&] { return rec_RecoverRecordSize(path_.c_str(), 5); }), 0);
     const bytes after = scratch::read_file(path_);

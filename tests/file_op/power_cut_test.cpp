@@ -144,7 +144,7 @@ TEST_F(TagPowerCutTest, RemovalThatIsDoneAgainCountsRight) {
 // --- repair ---
 
 recording::frame nth_frame(uint32_t number, uint32_t stamp) {
-    return small_frame(number, stamp + 1600 * (number - 1), number % 2 == 1 ? I : P);
+    return small_frame(number, stamp + 1600 * (number - 1), number % 2 == 1 ? i_frame : p_frame);
 }
 
 bytes frames(uint32_t count, uint32_t stamp) {

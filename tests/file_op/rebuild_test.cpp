@@ -28,8 +28,8 @@ bytes frames_of(const std::vector<frame>& frames) {
 
 // Two I-frames with a P-frame behind each; the stamps start at `stamp` and rise by 1.6 seconds.
 std::vector<frame> four_frames(uint32_t stamp = 1000) {
-    return {small_frame(1, stamp, I), small_frame(2, stamp + 1600, P), small_frame(3, stamp + 3200, I),
-            small_frame(4, stamp + 4800, P)};
+    return {small_frame(1, stamp, i_frame), small_frame(2, stamp + 1600, p_frame),
+            small_frame(3, stamp + 3200, i_frame), small_frame(4, stamp + 4800, p_frame)};
 }
 
 // What an undisturbed repair of four_frames gives: 88 + 160 bytes and an index of two records.
@@ -42,7 +42,7 @@ bytes repaired_four_frames(uint32_t stamp = 1000) {
 std::vector<frame> only_i_frames(uint32_t count) {
     std::vector<frame> frames;
     for (uint32_t i = 0; i < count; ++i)
-        frames.push_back(small_frame(i + 1, 1000 + 40 * i, I));
+        frames.push_back(small_frame(i + 1, 1000 + 40 * i, i_frame));
     return frames;
 }
 
@@ -74,7 +74,7 @@ TEST_F(RebuildTest, FramesWithoutAnIndexGetOne) {
 
 TEST_F(RebuildTest, IndexBlockByteByByte) {
     bytes file = recording::file_header(1);
-    recording::append(file, frame_record(small_frame(1, 1000, I)));
+    recording::append(file, frame_record(small_frame(1, 1000, i_frame)));
     const bytes after = repaired(file);
     const bytes expected =
         {0,    0,    0,   2, 132,  0, 0, 0, 1, 0, 0,    0,    0,    0,    0,    0,    0, 0,
@@ -91,7 +91,7 @@ TEST_F(RebuildTest, IndexBlockByteByByte) {
 
 TEST_F(RebuildTest, ModuleCallsOfARepair) {
     // An I-frame at 88, a P-frame at 128, an index of one record at 168: 300 bytes.
-    put_recording(recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}));
+    put_recording(recording::sound({small_frame(1, 1000, i_frame), small_frame(2, 1040, p_frame)}));
     EXPECT_EQ(recover(), 0);
     EXPECT_EQ(
         short_calls(),
@@ -154,8 +154,8 @@ TEST_F(RebuildTest, RepairedFileAnswersTheIndexQuery) {
 
 TEST_F(RebuildTest, RecordTimesWrapAndTruncate) {
     // Stamps run over the end of their 32 bits: 500 ms before it, 499 and 500 ms behind it.
-    const std::vector<frame> frames = {small_frame(1, 0xFFFFFE0C, I), small_frame(2, 499, I),
-                                       small_frame(3, 500, I)};
+    const std::vector<frame> frames = {small_frame(1, 0xFFFFFE0C, i_frame), small_frame(2, 499, i_frame),
+                                       small_frame(3, 500, i_frame)};
     const bytes after = repaired(frames_of(frames));
     EXPECT_EQ(get_u32(after, 208 + 44), 5000u);
     EXPECT_EQ(get_u32(after, 208 + 44 + 80), 5000u);
@@ -251,7 +251,8 @@ TEST_F(RebuildTest, OldIndexThatCallsItselfAnIFrameIsReplaced) {
 }
 
 TEST_F(RebuildTest, LastFrameThatOnlyResemblesAnIndexStays) {
-    std::vector<frame> frames = {small_frame(1, 0, I), small_frame(2, 0, P)}; // stamp 0, no audio, no tag
+    // Stamp 0, no audio, no tag.
+    std::vector<frame> frames = {small_frame(1, 0, i_frame), small_frame(2, 0, p_frame)};
     bytes expected = frames_of(frames);
     recording::append(expected, index_block({{.time = 5000, .position = 88}}));
     EXPECT_EQ(repaired(frames_of(frames)), expected);
@@ -382,7 +383,7 @@ TEST_F(RebuildTest, FileIsLookedForOnceBeforeItIsOpened) {
 // --- failures ---
 
 TEST_F(RebuildTest, WhatEachFailedCallLeaves) {
-    const bytes before = recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}, 17);
+    const bytes before = recording::sound({small_frame(1, 1000, i_frame), small_frame(2, 1040, p_frame)}, 17);
     const bytes frames = part(before, 0, 168);
     const auto index = [](const std::vector<index_record>& records) { return index_block(records); };
     const bytes done = [&] {
@@ -438,7 +439,7 @@ TEST_F(RebuildTest, WhatEachFailedCallLeaves) {
 }
 
 TEST_F(RebuildTest, StatusOfEachFailure) {
-    const bytes before = recording::sound({small_frame(1, 1000, I), small_frame(2, 1040, P)}, 17);
+    const bytes before = recording::sound({small_frame(1, 1000, i_frame), small_frame(2, 1040, p_frame)}, 17);
     struct failure {
         const char* operation;
         int nth;
@@ -467,11 +468,11 @@ TEST_F(RebuildTest, StatusOfEachFailure) {
 
 TEST_F(RebuildTest, HeaderThatCannotBeWrittenEndsNothing) {
     for (const char* operation : {"Seek", "Write"}) {
-        put_recording(frames_of({small_frame(1, 1000, I)}));
+        put_recording(frames_of({small_frame(1, 1000, i_frame)}));
         module_probe::reset();
         module_probe::fail(operation, operation == std::string("Seek") ? 6 : 1);
         EXPECT_EQ(make_index(2560 << 16 | 1440), REC_OK);
-        EXPECT_EQ(part(content(), 0, 128), frames_of({small_frame(1, 1000, I)}));
+        EXPECT_EQ(part(content(), 0, 128), frames_of({small_frame(1, 1000, i_frame)}));
         EXPECT_EQ(get_u32(content(), 128 + 44 + 12), 1440u << 16 | 2560);
     }
 }
@@ -483,7 +484,7 @@ protected:
     // I-frames of nothing but holes, 2,000,000,000 bytes each.
     void put_large_frames(int count) {
         put_recording(recording::file_header(0));
-        bytes header = part(frame_record(small_frame(1, 1000, I)), 0, 32);
+        bytes header = part(frame_record(small_frame(1, 1000, i_frame)), 0, 32);
         put_u32(header, 4, frame_size);
         std::FILE* const file = std::fopen(path_.c_str(), "rb+");
         for (int i = 0; i < count; ++i) {

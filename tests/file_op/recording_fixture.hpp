@@ -70,5 +70,5 @@ inline recording::frame small_frame(uint32_t number, uint32_t stamp, uint32_t ki
     return {.number = number, .time_stamp = stamp, .kind = kind, .video = bytes(8, 0xAA)};
 }
 
-inline constexpr uint32_t I = 0;
-inline constexpr uint32_t P = 1;
+inline constexpr uint32_t i_frame = 0;
+inline constexpr uint32_t p_frame = 1;
