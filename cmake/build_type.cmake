@@ -19,8 +19,9 @@ if(KMR_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Files beyond 2 GiB and times beyond 2038 on 32-bit machines too.
-add_compile_definitions(_GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+# Files beyond 2 GiB and times beyond 2038 on 32-bit machines too; sources that fill the platform's own records for others
+# undo it.
+add_compile_definitions(_GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64 KMR_WIDE_RECORDS)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 # Over instrumented code the compiler's guesses about sizes and values go wrong; the plain build makes them.

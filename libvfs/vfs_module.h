@@ -13,6 +13,13 @@
 
 #include "libvfs/vfs_types.h"
 
+/* Statfs fills the record that the platform gives a program without feature macros; on 32-bit glibc it has 64 bytes, and
+ * another size with 64-bit offsets. A source that hands in no such record may define KMR_WIDE_RECORDS. */
+#if !defined(KMR_WIDE_RECORDS) && defined(__GLIBC__) && __SIZEOF_LONG__ == 4 && __TIMESIZE + 0 != 64 &&      \
+    _FILE_OFFSET_BITS + 0 == 64
+#error "build without _FILE_OFFSET_BITS=64, which changes struct statfs, or see KMR_WIDE_RECORDS"
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace kmr::plain {
@@ -22,10 +21,6 @@ int32_t stat_path(const char* host_path, vfs_stat_record* record) {
     record->Channel = 0;
     record->StartTime = has_header ? recording_start(host_path) : 0;
     return 0;
-}
-
-int32_t stat_file_system(const char* host_path, struct statfs* statistics) {
-    return statfs(host_path, statistics);
 }
 
 int32_t unlink_path(const char* host_path) {

@@ -9,6 +9,8 @@ namespace kmr::plain {
 // Fills the size, the host's access and modification time (a recording's end time), channel 0 and a recording's
 // start time, and leaves the other bytes alone.
 int32_t stat_path(const char* host_path, vfs_stat_record* record);
+// In the record of a program without feature macros. On 32-bit glibc a number beyond 32 bits fails with EOVERFLOW, as the
+// platform's own call does there.
 int32_t stat_file_system(const char* host_path, struct statfs* statistics);
 int32_t unlink_path(const char* host_path);
 int32_t rename_path(const char* old_path, const char* new_path);

@@ -2,12 +2,11 @@
 #include "vfslist16a/record_query.h"
 
 #include "base/host_file.hpp"
+#include "vfslist16a/host_status.hpp"
 
 #include <array>
 #include <cstring>
-#include <fcntl.h>
 #include <span>
-#include <unistd.h>
 
 namespace {
 
@@ -16,10 +15,10 @@ constexpr int64_t record_size = KMR_INDEX_FILE_RECORD_SIZE;
 
 // 0 for a file that is shorter than a header and a record.
 int64_t number_of_records(const char* path) {
-    struct stat64 status = {};
-    if (my_stat(path, &status) != 0)
+    kmr::host_status status = {};
+    if (!kmr::ask_host(path, status))
         return 0;
-    return (int64_t{status.st_size} - header_size) / record_size;
+    return (status.size - header_size) / record_size;
 }
 
 bool seek_record(std::FILE* file, int64_t number) {
@@ -110,15 +109,6 @@ void for_each_record(std::FILE* file, Take take) {
 }
 
 } // namespace
-
-int32_t my_stat(const char* path, struct stat64* status) {
-    const int file = open64(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return -1;
-    const int result = fstat64(file, status);
-    close(file);
-    return result == 0 ? 0 : -1;
-}
 
 int32_t SearchIndexEx(const char* path, const rec_query_block* query, adt_dlist* list) {
     const kmr::host_file file = kmr::open_host_file(path, "rb");

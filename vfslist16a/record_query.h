@@ -14,9 +14,18 @@
 #include <stdint.h>
 #include <sys/stat.h>
 
+/* my_stat fills the record that the platform gives a program without feature macros; on 32-bit glibc it has 104 bytes,
+ * and another layout with 64-bit times. A source that hands in no such record may define KMR_WIDE_RECORDS. */
+#if !defined(KMR_WIDE_RECORDS) && defined(__GLIBC__) && __SIZEOF_LONG__ == 4 && __TIMESIZE + 0 != 64 &&      \
+    _TIME_BITS + 0 == 64
+#error "build without _TIME_BITS=64, which changes struct stat64, or see KMR_WIDE_RECORDS"
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+struct stat64; /* which the platform shows to sources that define _LARGEFILE64_SOURCE or _GNU_SOURCE */
 
 enum { REC_QUERY_MAX_RESULTS = 3000 };
 
@@ -68,7 +77,8 @@ int32_t REC_QueryFiles(rec_query_block* query);
 int32_t SearchIndexEx(const char* path, const rec_query_block* query, adt_dlist* list);
 
 /* The host's stat record of a file that can be opened for reading: 0; -1, and `status` is not to be used,
- * otherwise. */
+ * otherwise. A number that the record has no room for (on 32-bit glibc a time beyond 2038) fails with EOVERFLOW, as
+ * the platform's own call does there. */
 int32_t my_stat(const char* path, struct stat64* status);
 
 /* A hook for programs that want to be asked during a search, for each record whose file type and channel fit.

@@ -181,15 +181,6 @@ TEST_P(PlainPathsTest, SetUsrParamKeepsNothing) {
     EXPECT_EQ(scratch::read_text(path), "abc");
 }
 
-TEST_P(PlainPathsTest, StatfsGivesTheHostsStatistics) {
-    struct statfs expected = {};
-    struct statfs statistics = {};
-    ASSERT_EQ(statfs(folder.path().c_str(), &expected), 0);
-    EXPECT_EQ(module.call<int32_t>("Statfs", folder.path().c_str(), &statistics), 0);
-    EXPECT_EQ(statistics.f_bsize, expected.f_bsize);
-    EXPECT_EQ(statistics.f_blocks, expected.f_blocks);
-}
-
 TEST_P(PlainPathsTest, FormatIsRefusedAndRemovesNothing) {
     const auto path = write_file("x", "abc");
     EXPECT_EQ(module.of_path("Format", folder.path()), -1);

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <sys/stat.h>
 
 namespace index_bytes {
 namespace {
@@ -72,6 +74,11 @@ std::vector<std::string> paths(const adt_dlist* of) {
         EXPECT_EQ(adt_dlist_end(of), before);
     }
     return all;
+}
+
+void date_beyond_2038(const std::string& path) {
+    const timespec dates[] = {{.tv_sec = 2208988800, .tv_nsec = 0}, {.tv_sec = 2208988800, .tv_nsec = 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), dates, 0), 0);
 }
 
 } // namespace index_bytes

@@ -29,6 +29,9 @@ std::string path_of(size_t number);
 // Entries that differ in their time and path alone.
 std::vector<entry> at_times(const std::vector<int32_t>& times);
 
+// Gives the file dates of the year 2040.
+void date_beyond_2038(const std::string& path);
+
 // A block that lets every record of any time but the last second pass.
 std::unique_ptr<rec_query_block> open_query();
 

@@ -328,27 +328,13 @@ TEST_F(SearchTest, RecordsBeforeTheBisectionsPlaceAreNotSeen) {
     EXPECT_THAT(found_between(100, 200, file(at_times({150, 60, 50, 100, 110}))), ElementsAre("p3", "p4"));
 }
 
-// --- my_stat ---
+// --- The file's date ---
 
-TEST_F(SearchTest, StatGivesTheSizeOfAFile) {
-    const std::string path = folder_.write("some", bytes(1234, 0));
-    struct stat64 status = {};
-    EXPECT_EQ(my_stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_size, 1234);
-}
-
-TEST_F(SearchTest, StatOfAMissingFileFails) {
-    struct stat64 status = {};
-    EXPECT_EQ(my_stat(folder_.file("none").c_str(), &status), -1);
-}
-
-TEST_F(SearchTest, StatLeavesNoFileOpen) {
-    const std::string path = folder_.write("some", bytes(1, 0));
-    const int before = scratch::open_descriptors();
-    struct stat64 status = {};
-    my_stat(path.c_str(), &status);
-    my_stat(folder_.file("none").c_str(), &status);
-    EXPECT_EQ(scratch::open_descriptors(), before);
+TEST_F(SearchTest, ADateBeyond2038HidesNoRecord) {
+    const std::string path = folder_.write("index", file(at_times({50, 100})));
+    date_beyond_2038(path);
+    EXPECT_EQ(SearchIndexEx(path.c_str(), query_.get(), list_.get()), 0);
+    EXPECT_THAT(paths(list_.get()), ElementsAre("p0", "p1"));
 }
 
 TEST(TestBreakHookTest, GivesZero) {
