@@ -1,12 +1,14 @@
 #include "main/analysis_job.hpp"
 #include "main/command_line.hpp"
 #include "main/front_end.h"
+#include "main/module_0.hpp"
 #include "main/output_buffer.hpp"
 #include "vfslist16a/record_query.h"
 
 #include <cstdio>
 
 int main(int argc, char** argv) {
+    kmr::use_own_module_0(argv);
     kmr::enlarge_output_buffer();
     if (argc < 2)
         std::puts("Command parameters is error");
