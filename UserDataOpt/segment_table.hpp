@@ -45,4 +45,8 @@ constexpr const segment_kind& segment_kind_of(uint16_t flag) {
     return unknown_segment;
 }
 
+constexpr bool is_known_segment(uint16_t flag) {
+    return &segment_kind_of(flag) != &unknown_segment;
+}
+
 } // namespace kmr

@@ -10,21 +10,21 @@ size_t c_size_of_all_records(void);
 const char* c_name_of_word(uint32_t word);
 uint32_t c_index_block_size(uint32_t record_count);
 
-static const uint8_t file_header[KMR_FILE_HEADER_SIZE];
-static const uint8_t frame_header[KMR_FRAME_HEADER_SIZE];
-static const uint8_t index_head[KMR_INDEX_HEAD_SIZE];
-static const uint8_t index_records[KMR_MAX_TAGS][KMR_INDEX_RECORD_SIZE];
-static const uint8_t index_trailer[KMR_INDEX_TRAILER_SIZE];
-static const uint8_t tag[KMR_TAG_SIZE];
-static const uint8_t block_head[KMR_USER_DATA_HEAD_SIZE];
-static const uint8_t segment_head[KMR_SEGMENT_HEAD_SIZE];
-static const uint8_t index_file_header[KMR_INDEX_FILE_HEADER_SIZE];
-static const uint8_t index_file_record[KMR_INDEX_FILE_RECORD_SIZE];
+struct all_records {
+    uint8_t file_header[KMR_FILE_HEADER_SIZE];
+    uint8_t frame_header[KMR_FRAME_HEADER_SIZE];
+    uint8_t index_head[KMR_INDEX_HEAD_SIZE];
+    uint8_t index_records[KMR_MAX_TAGS][KMR_INDEX_RECORD_SIZE];
+    uint8_t index_trailer[KMR_INDEX_TRAILER_SIZE];
+    uint8_t tag[KMR_TAG_SIZE];
+    uint8_t block_head[KMR_USER_DATA_HEAD_SIZE];
+    uint8_t segment_head[KMR_SEGMENT_HEAD_SIZE];
+    uint8_t index_file_header[KMR_INDEX_FILE_HEADER_SIZE];
+    uint8_t index_file_record[KMR_INDEX_FILE_RECORD_SIZE];
+};
 
 size_t c_size_of_all_records(void) {
-    return sizeof file_header + sizeof frame_header + sizeof index_head + sizeof index_records +
-           sizeof index_trailer + sizeof tag + sizeof block_head + sizeof segment_head +
-           sizeof index_file_header + sizeof index_file_record;
+    return sizeof(struct all_records);
 }
 
 const char* c_name_of_word(uint32_t word) {
