@@ -11,7 +11,7 @@
 
 namespace {
 
-enum { INDEX_FOUND = 0, NO_INDEX = -1 };
+enum { index_found = 0, no_index = -1 };
 
 constexpr uint32_t records_per_batch = 128;
 
@@ -116,12 +116,12 @@ int32_t rec_GetIFrameIndexInfo(const char* name, kmr_frame_header* header, uint3
                                uint32_t* record_size, uint32_t* record_count, uint32_t* first_record) {
     index_place place;
     if (header == nullptr || kmr::look_up_index(name, *header, place) != index_lookup::found)
-        return NO_INDEX;
+        return no_index;
     store(block_offset, place.block);
     store(record_size, place.record_size);
     store(record_count, place.record_count);
     store(first_record, place.first_record);
-    return INDEX_FOUND;
+    return index_found;
 }
 
 int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callback, void* context,
@@ -132,7 +132,7 @@ int32_t rec_IndexQuery(const char* name, int32_t mode, rec_index_callback callba
     rec_index_header found = {};
     index_place place;
     if (rec_GetIFrameIndexInfo(name, &found.Frame, &place.block, &place.record_size, &place.record_count,
-                               &place.first_record) != INDEX_FOUND)
+                               &place.first_record) != index_found)
         return REC_INDEX_MISSING;
     found.BlockOffset = place.block;
     if (header != nullptr)

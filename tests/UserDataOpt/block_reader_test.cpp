@@ -52,7 +52,7 @@ const bytes three_segments = segment(0xFED1, {1, 2}) + segment(0x1234, {3}) + se
 
 // --- Finding the block ---
 
-TEST(block_reader, HandsOutTheSegmentsOfABlock) {
+TEST(BlockReaderTest, HandsOutTheSegmentsOfABlock) {
     // 20 bytes of block: a text that is empty, a target of 5 and 3.
     const reading of =
         read({0x00, 0x00, 0x00, 0x01, 0x06, 0xF0, 0x14, 0x5A, 0x4E, 0x53, 0x54, 0x02, 0x00, 0x0C,
@@ -65,7 +65,7 @@ TEST(block_reader, HandsOutTheSegmentsOfABlock) {
     EXPECT_EQ(of.segments, (std::vector<seen_segment>{{0xFED1, 8, {}}, {0xFED9, 12, {5, 0, 3, 0}}}));
 }
 
-TEST(block_reader, FindsAnH265Block) {
+TEST(BlockReaderTest, FindsAnH265Block) {
     const reading of = read(sei(h265, block(1, segment(0xFED4, {7}))));
     EXPECT_EQ(of.end, user_data_end::complete);
     EXPECT_FALSE(of.block.is_h264);
@@ -73,7 +73,7 @@ TEST(block_reader, FindsAnH265Block) {
     EXPECT_EQ(of.segments, (std::vector<seen_segment>{{0xFED4, 8, {7}}}));
 }
 
-TEST(block_reader, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
+TEST(BlockReaderTest, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
     const reading of =
         read(sei(h265, block(1, segment(0xFED1, {}))) + sei(h264, block(1, segment(0xFED4, {}))));
     EXPECT_TRUE(of.block.is_h264);
@@ -81,7 +81,7 @@ TEST(block_reader, AnH264MarkerWinsOverAnH265MarkerBeforeIt) {
     EXPECT_EQ(of.segments, (std::vector<seen_segment>{{0xFED4, 8, {}}}));
 }
 
-TEST(block_reader, WithoutAMarkerThereIsNoBlock) {
+TEST(BlockReaderTest, WithoutAMarkerThereIsNoBlock) {
     for (const bytes& payload :
          {bytes{}, bytes(2000, 0), bytes{0, 0, 1, 6, 0xF0, 12}, bytes{0, 0, 0, 1, 6}}) {
         const reading of = read(payload);
@@ -93,7 +93,7 @@ TEST(block_reader, WithoutAMarkerThereIsNoBlock) {
     EXPECT_EQ(kmr::read_user_data_block({}, 1024).end, user_data_end::no_marker);
 }
 
-TEST(block_reader, TheMarkerLiesWithinTheWindowAndTheBlockMayLieBehindIt) {
+TEST(BlockReaderTest, TheMarkerLiesWithinTheWindowAndTheBlockMayLieBehindIt) {
     const bytes payload = bytes(10, 0x55) + sei(h264, block(1, segment(0xFED1, {9})));
     EXPECT_EQ(read(payload, 15).end, user_data_end::no_marker);
     const reading of = read(payload, 16);
@@ -105,14 +105,14 @@ TEST(block_reader, TheMarkerLiesWithinTheWindowAndTheBlockMayLieBehindIt) {
 
 // --- What is wrong with a block ---
 
-TEST(block_reader, TheLargestBlockHas1024Bytes) {
+TEST(BlockReaderTest, TheLargestBlockHas1024Bytes) {
     const reading of = read(sei(h264, block(1, segment(0xFED1, bytes(1012, 0x55)))));
     EXPECT_EQ(of.end, user_data_end::complete);
     EXPECT_EQ(of.block.offset, 11u);
     EXPECT_EQ(of.segments, (std::vector<seen_segment>{{0xFED1, 8, bytes(1012, 0x55)}}));
 }
 
-TEST(block_reader, ALargerBlockIsTooLarge) {
+TEST(BlockReaderTest, ALargerBlockIsTooLarge) {
     EXPECT_EQ(read(sei(h264, block(1, segment(0xFED1, bytes(1013, 0x55))))).end,
               user_data_end::block_too_large);
     const reading of = read(h265 + bytes(5, 0xFF) + bytes(2000, 0));
@@ -122,7 +122,7 @@ TEST(block_reader, ALargerBlockIsTooLarge) {
     EXPECT_TRUE(of.segments.empty());
 }
 
-TEST(block_reader, ABlockOfLessThanFiveBytesIsTooSmall) {
+TEST(BlockReaderTest, ABlockOfLessThanFiveBytesIsTooSmall) {
     for (uint8_t size = 0; size < 5; ++size) {
         const reading of = read(h264 + bytes{size, 'Z', 'N', 'S', 'T', 0, 0, 0, 0});
         EXPECT_EQ(of.end, user_data_end::block_too_small);
@@ -132,12 +132,12 @@ TEST(block_reader, ABlockOfLessThanFiveBytesIsTooSmall) {
     EXPECT_EQ(read(h264 + bytes{5, 'Z', 'N', 'S', 'T', 0, 0, 0, 0}).end, user_data_end::wrong_length);
 }
 
-TEST(block_reader, AWrongMagicIsSaid) {
+TEST(BlockReaderTest, AWrongMagicIsSaid) {
     EXPECT_EQ(read(sei(h264, bytes{'Z', 'N', 'S', 'S', 0, 0, 0, 0})).end, user_data_end::wrong_magic);
     EXPECT_EQ(read(h264 + bytes{5, 'z', 'N', 'S', 'T', 0}).end, user_data_end::wrong_magic);
 }
 
-TEST(block_reader, ALengthThatIsOneOffIsSaid) {
+TEST(BlockReaderTest, ALengthThatIsOneOffIsSaid) {
     for (const uint8_t length : bytes{3, 5}) {
         const reading of = read(sei(h264, bytes{'Z', 'N', 'S', 'T', 1, 0, length, 0, 0xD1, 0xFE, 0, 0}));
         EXPECT_EQ(of.end, user_data_end::wrong_length);
@@ -147,14 +147,14 @@ TEST(block_reader, ALengthThatIsOneOffIsSaid) {
 
 // --- Segments ---
 
-TEST(block_reader, ASegmentThatRunsPastTheBlockIsCutOff) {
+TEST(BlockReaderTest, ASegmentThatRunsPastTheBlockIsCutOff) {
     const reading of = read(sei(h264, block(2, segment(0xFED1, {1}) + bytes{0xD4, 0xFE, 4, 0, 1, 2, 3})));
     EXPECT_EQ(of.end, user_data_end::segment_cut_off);
     EXPECT_EQ(of.block.end, user_data_end::complete);
     EXPECT_EQ(of.segments, (std::vector<seen_segment>{{0xFED1, 8, {1}}}));
 }
 
-TEST(block_reader, ASegmentThatIsAnnouncedAndNotThereIsCutOff) {
+TEST(BlockReaderTest, ASegmentThatIsAnnouncedAndNotThereIsCutOff) {
     for (size_t left = 0; left < 4; ++left) {
         const reading of = read(sei(h264, block(2, segment(0xFED1, bytes(1012 - left, 7)) + bytes(left, 0))));
         EXPECT_EQ(of.end, user_data_end::segment_cut_off);
@@ -162,34 +162,34 @@ TEST(block_reader, ASegmentThatIsAnnouncedAndNotThereIsCutOff) {
     }
 }
 
-TEST(block_reader, BytesBehindTheAnnouncedSegmentsAreNotLookedAt) {
+TEST(BlockReaderTest, BytesBehindTheAnnouncedSegmentsAreNotLookedAt) {
     EXPECT_EQ(read(sei(h264, block(1, segment(0xFED1, {}) + bytes{0xD4}))).end, user_data_end::complete);
     const reading none = read(sei(h264, block(0, segment(0xFED1, {}))));
     EXPECT_EQ(none.end, user_data_end::complete);
     EXPECT_TRUE(none.segments.empty());
 }
 
-TEST(block_reader, AConsumerMayGoOnBehindAnUnknownFlag) {
+TEST(BlockReaderTest, AConsumerMayGoOnBehindAnUnknownFlag) {
     const reading of = read(sei(h264, block(3, three_segments)));
     EXPECT_EQ(of.end, user_data_end::complete);
     EXPECT_EQ(of.segments,
               (std::vector<seen_segment>{{0xFED1, 8, {1, 2}}, {0x1234, 14, {3}}, {0xFED4, 19, {}}}));
 }
 
-TEST(block_reader, AConsumerMayStopAtAnUnknownFlag) {
+TEST(BlockReaderTest, AConsumerMayStopAtAnUnknownFlag) {
     const bytes payload = sei(h264, block(3, three_segments));
     const reading of = read(payload, payload.size(), 0x1234);
     EXPECT_EQ(of.end, user_data_end::unknown_flag);
     EXPECT_EQ(of.segments.size(), 2u);
 }
 
-TEST(block_reader, AConsumerMayStopAnywhere) {
+TEST(BlockReaderTest, AConsumerMayStopAnywhere) {
     const bytes payload = sei(h264, block(3, three_segments));
     EXPECT_EQ(read(payload, payload.size(), 0xFED1).end, user_data_end::stopped);
     EXPECT_EQ(read(payload, payload.size(), 0xFED4).end, user_data_end::stopped); // at the last one, too
 }
 
-TEST(block_reader, EightBytesOfAnyPayloadMayBeRead) {
+TEST(BlockReaderTest, EightBytesOfAnyPayloadMayBeRead) {
     const bytes content = block(2, segment(0xFED1, bytes(1008, 0x55)) + segment(0xFED7, {}));
     const bytes payload = sei(h264, content) + bytes(20, 0x55);
     const kmr::user_data_block of = kmr::read_user_data_block(payload, payload.size());
@@ -203,7 +203,7 @@ TEST(block_reader, EightBytesOfAnyPayloadMayBeRead) {
 
 // --- Escapes, and the end of the payload ---
 
-TEST(block_reader, EscapesAreTakenOutAndBytesFromBehindComeIn) {
+TEST(BlockReaderTest, EscapesAreTakenOutAndBytesFromBehindComeIn) {
     const bytes on_disk = {'Z', 'N', 'S', 'T', 1, 0, 11, 0, 0xD9, 0xFE, 7, 0, 5, 0, 0, 3, 9, 1, 0xAA};
     const bytes payload = h264 + bytes{19} + on_disk;
     EXPECT_EQ(read(payload + bytes{0xBB, 0xCC}).segments,
@@ -211,7 +211,7 @@ TEST(block_reader, EscapesAreTakenOutAndBytesFromBehindComeIn) {
     EXPECT_EQ(read(payload).segments, (std::vector<seen_segment>{{0xFED9, 8, {5, 0, 0, 9, 1, 0xAA, 0x00}}}));
 }
 
-TEST(block_reader, WhatIsMissingReadsAsZero) {
+TEST(BlockReaderTest, WhatIsMissingReadsAsZero) {
     const bytes payload = h264 + bytes{20, 'Z', 'N', 'S', 'T', 1, 0, 12, 0, 0xD9, 0xFE, 8, 0, 1, 2, 3};
     EXPECT_EQ(read(payload).segments, (std::vector<seen_segment>{{0xFED9, 8, {1, 2, 3, 0, 0, 0, 0, 0}}}));
     EXPECT_EQ(read(h264).end, user_data_end::block_too_small);           // size 0
@@ -223,7 +223,7 @@ TEST(block_reader, WhatIsMissingReadsAsZero) {
 
 // --- Nothing but the result ---
 
-TEST(block_reader, TouchesNoGlobalAndPrintsNothing) {
+TEST(BlockReaderTest, TouchesNoGlobalAndPrintsNothing) {
     g_stVcaAnalysSize = {1, 2, 3, 4};
     g_stVcaTarget = {.flag = 1, .length = 2, .payload = {3}};
     uint64_t before[32];
@@ -239,7 +239,7 @@ TEST(block_reader, TouchesNoGlobalAndPrintsNothing) {
     EXPECT_EQ(g_stVcaTarget.length, 2);
 }
 
-TEST(block_reader, ManyThreadsReadAtTheSameTime) {
+TEST(BlockReaderTest, ManyThreadsReadAtTheSameTime) {
     std::vector<std::thread> threads;
     int sound[4] = {};
     for (int& each : sound)
@@ -256,7 +256,7 @@ TEST(block_reader, ManyThreadsReadAtTheSameTime) {
 
 // Few different bytes, so that markers' ends, escapes, flags and lengths come about by themselves. What is handed out
 // lies inside of the block, and a payload that ends early reads as one with zeros behind it.
-TEST(block_reader, RandomPayloadsAreSafe) {
+TEST(BlockReaderTest, RandomPayloadsAreSafe) {
     static constexpr uint8_t likely[] = {0x00, 0x00, 0x00, 0x03, 0xFE, 0xD7, 0xD9, 0xD1, 0xFF, 0x01, 0x04};
     std::mt19937 random(20150102);
     const auto below = [&](size_t limit) { return static_cast<uint32_t>(random() % limit); };

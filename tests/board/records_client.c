@@ -4,13 +4,13 @@
 #define _LARGEFILE64_SOURCE /* which shows struct stat64 and changes no record */
 
 #include "libvfs/vfs.h"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <stdio.h>
 #include <string.h>
 #include <sys/vfs.h>
 
-enum { GUARD_SIZE = 256, GUARD = 0xA5 };
+enum { guard_size = 256, guard_byte = 0xA5 };
 
 static int failures;
 
@@ -22,19 +22,19 @@ static void expect(int holds, const char* what) {
 }
 
 static int is_guard(const unsigned char* bytes) {
-    for (int i = 0; i < GUARD_SIZE; ++i)
-        if (bytes[i] != GUARD)
+    for (int i = 0; i < guard_size; ++i)
+        if (bytes[i] != guard_byte)
             return 0;
     return 1;
 }
 
 static void ask_for_a_file(const char* path) {
     struct {
-        unsigned char before[GUARD_SIZE];
+        unsigned char before[guard_size];
         struct stat64 record;
-        unsigned char behind[GUARD_SIZE];
+        unsigned char behind[guard_size];
     } guarded;
-    memset(&guarded, GUARD, sizeof guarded);
+    memset(&guarded, guard_byte, sizeof guarded);
     expect(my_stat(path, &guarded.record) == 0, "my_stat");
     expect(is_guard(guarded.before) && is_guard(guarded.behind), "my_stat keeps to its record");
 #ifdef KMR_PLATFORMS_RECORDS
@@ -55,11 +55,11 @@ static void ask_for_a_file(const char* path) {
 
 static void ask_for_a_file_system(const char* path) {
     struct {
-        unsigned char before[GUARD_SIZE];
+        unsigned char before[guard_size];
         struct statfs record;
-        unsigned char behind[GUARD_SIZE];
+        unsigned char behind[guard_size];
     } guarded;
-    memset(&guarded, GUARD, sizeof guarded);
+    memset(&guarded, guard_byte, sizeof guarded);
     expect(vfs_Statfs(path, &guarded.record) == 0, path);
     expect(is_guard(guarded.before) && is_guard(guarded.behind), "vfs_Statfs keeps to its record");
 #ifdef KMR_PLATFORMS_RECORDS

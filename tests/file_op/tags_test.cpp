@@ -115,7 +115,7 @@ TEST_F(TagQueryTest, TagsThatContainTheText) {
     EXPECT_EQ(find("o", 3), (names{"1 goal", "3 own goal", "4 foul"}));
 }
 
-TEST(TagCallback, TextThatIsEmptyIsNoText) {
+TEST(TagCallbackTest, TextThatIsEmptyIsNoText) {
     kmr_index_record untagged = {};
     kmr_index_record tagged = {};
     std::strcpy(tagged.TagName, "goal");

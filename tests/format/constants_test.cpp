@@ -14,12 +14,12 @@ uint32_t c_index_block_size(uint32_t record_count);
 
 namespace {
 
-TEST(constants, SizeArraysInC) {
+TEST(ConstantsTest, SizeArraysInC) {
     // 88 + 32 + 44 + 64 records of 80 + 8 + 64 + 8 + 4 + 72 + 184
     EXPECT_EQ(c_size_of_all_records(), 5624u);
 }
 
-TEST(constants, LabelCasesInC) {
+TEST(ConstantsTest, LabelCasesInC) {
     EXPECT_STREQ(c_name_of_word(0x02000000), "sync word");
     EXPECT_STREQ(c_name_of_word(0x0123ABCD), "index magic");
     EXPECT_STREQ(c_name_of_word(0x54534E5A), "user-data magic");
@@ -33,7 +33,7 @@ TEST(constants, LabelCasesInC) {
     EXPECT_STREQ(c_name_of_word(0x82000000), "");
 }
 
-TEST(constants, OfTheUserData) {
+TEST(ConstantsTest, OfTheUserData) {
     EXPECT_EQ(KMR_USER_DATA_HEAD_SIZE, 8u);
     EXPECT_EQ(KMR_SEGMENT_HEAD_SIZE, 4u);
     const uint32_t magic = KMR_USER_DATA_MAGIC;
@@ -50,12 +50,12 @@ TEST(constants, OfTheUserData) {
     EXPECT_EQ(USERDATA_FLAG_VCA_TARGET, 0xFED9u);
 }
 
-TEST(constants, OfTheIndexFile) {
+TEST(ConstantsTest, OfTheIndexFile) {
     EXPECT_EQ(KMR_INDEX_FILE_HEADER_SIZE, 72u);
     EXPECT_EQ(KMR_INDEX_FILE_RECORD_SIZE, 184u);
 }
 
-TEST(constants, TheLengthOfAnIndexIs32BitsWide) {
+TEST(ConstantsTest, TheLengthOfAnIndexIs32BitsWide) {
     EXPECT_EQ(c_index_block_size(0), 52u);
     EXPECT_EQ(c_index_block_size(1), 132u);
     EXPECT_EQ(kmr_index_block_size(450), 36052u);

@@ -9,11 +9,11 @@
 
 namespace {
 
-using plain_statistics = both_modules;
+using PlainStatisticsTest = BothModulesTest;
 
-INSTANTIATE_TEST_SUITE_P(modules, plain_statistics, ::testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(Modules, PlainStatisticsTest, ::testing::Values(0, 1));
 
-TEST_P(plain_statistics, AreTheHostsInItsOwnRecord) {
+TEST_P(PlainStatisticsTest, AreTheHostsInItsOwnRecord) {
     struct {
         struct statfs record;
         unsigned char behind[64];
@@ -27,7 +27,7 @@ TEST_P(plain_statistics, AreTheHostsInItsOwnRecord) {
         EXPECT_EQ(guard, 0xA5);
 }
 
-TEST_P(plain_statistics, OfAFolderHaveItsBlocks) {
+TEST_P(PlainStatisticsTest, OfAFolderHaveItsBlocks) {
     struct statfs expected = {};
     struct statfs statistics = {};
     ASSERT_EQ(statfs(folder.path().c_str(), &expected), 0);

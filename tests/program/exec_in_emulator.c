@@ -7,17 +7,17 @@
 
 extern char** environ;
 
-enum { MOST_WORDS = 64 };
+enum { most_words = 64 };
 
 int execv(const char* path, char* const arguments[]) {
     static char emulator[] = KMR_RUN_BY;
-    char* words[MOST_WORDS + 1];
+    char* words[most_words + 1];
     int count = 0;
-    for (char* word = strtok(emulator, ";"); word != NULL && count < MOST_WORDS; word = strtok(NULL, ";"))
+    for (char* word = strtok(emulator, ";"); word != NULL && count < most_words; word = strtok(NULL, ";"))
         words[count++] = word;
-    if (count < MOST_WORDS)
+    if (count < most_words)
         words[count++] = (char*)path;
-    for (char* const* argument = arguments + 1; *argument != NULL && count < MOST_WORDS; ++argument)
+    for (char* const* argument = arguments + 1; *argument != NULL && count < most_words; ++argument)
         words[count++] = *argument;
     words[count] = NULL;
     /* They are for the program, not for the emulator. */

@@ -15,7 +15,7 @@ using ::testing::Each;
 using ::testing::StartsWith;
 
 // The program as it is, and one that is linked for loaders that let the variable choose first.
-class one_module_0 : public ::testing::TestWithParam<const char*> {
+class OneModule0Test : public ::testing::TestWithParam<const char*> {
 protected:
     // A copy of the noting module in a folder of its own; the file that its notes show.
     std::string put_module(const std::string& directory) const {
@@ -56,7 +56,7 @@ protected:
     scratch::folder place;
 };
 
-TEST_P(one_module_0, is_the_one_in_lib_when_the_variable_leads_to_another) {
+TEST_P(OneModule0Test, IsTheOneInLibWhenTheVariableLeadsToAnother) {
     const std::string own = put_module("lib");
     put_module("other");
     const auto calls = calls_of(GetParam(), {"LD_LIBRARY_PATH=" + place.file("other")});
@@ -64,7 +64,7 @@ TEST_P(one_module_0, is_the_one_in_lib_when_the_variable_leads_to_another) {
     EXPECT_THAT(calls, Contains(own + ": Stat")); // by the layer
 }
 
-TEST_P(one_module_0, is_the_one_in_lib_when_the_variable_leads_nowhere_or_there) {
+TEST_P(OneModule0Test, IsTheOneInLibWhenTheVariableLeadsNowhereOrThere) {
     const std::string own = put_module("lib");
     fs::create_directory_symlink(place.path() / "lib", place.path() / "same");
     for (const std::string& folders : {std::string(), place.file("missing"), place.file("same")}) {
@@ -75,7 +75,7 @@ TEST_P(one_module_0, is_the_one_in_lib_when_the_variable_leads_nowhere_or_there)
     }
 }
 
-TEST_P(one_module_0, is_the_one_in_lib_without_the_variable) {
+TEST_P(OneModule0Test, IsTheOneInLibWithoutTheVariable) {
     const std::string own = put_module("lib");
     put_module("bin/lib");
     const auto calls = calls_of(put_program(), {});
@@ -83,25 +83,25 @@ TEST_P(one_module_0, is_the_one_in_lib_without_the_variable) {
     EXPECT_THAT(calls, Contains(own + ": Stat"));
 }
 
-TEST_P(one_module_0, is_the_one_below_the_program_when_there_is_no_lib) {
+TEST_P(OneModule0Test, IsTheOneBelowTheProgramWhenThereIsNoLib) {
     const std::string own = put_module("bin/lib");
     put_module("bin");
     put_module("other");
     expect_all_by(own, calls_of(put_program(), {"LD_LIBRARY_PATH=" + place.file("other")}));
 }
 
-TEST_P(one_module_0, is_the_one_beside_the_program_when_there_is_no_other_of_its_own) {
+TEST_P(OneModule0Test, IsTheOneBesideTheProgramWhenThereIsNoOtherOfItsOwn) {
     const std::string own = put_module("bin");
     put_module("other");
     expect_all_by(own, calls_of(put_program(), {"LD_LIBRARY_PATH=" + place.file("other")}));
 }
 
 // The program's own folders have none, and the program needs one to start.
-TEST_P(one_module_0, is_the_variables_when_there_is_no_other) {
+TEST_P(OneModule0Test, IsTheVariablesWhenThereIsNoOther) {
     const std::string other = put_module("other");
     expect_all_by(other, calls_of(put_program(), {"LD_LIBRARY_PATH=" + place.file("other")}));
 }
 
-INSTANTIATE_TEST_SUITE_P(tags, one_module_0, ::testing::Values(KMR_VIEWER, KMR_VIEWER_NEW_TAGS));
+INSTANTIATE_TEST_SUITE_P(Tags, OneModule0Test, ::testing::Values(KMR_VIEWER, KMR_VIEWER_NEW_TAGS));
 
 } // namespace

@@ -19,10 +19,10 @@ struct guarded_record {
     unsigned char behind[64];
 };
 
-class my_stat_test : public testing::Test {
+class MyStatTest : public testing::Test {
 protected:
-    my_stat_test() { std::memset(&guarded_, 0xA5, sizeof guarded_); }
-    ~my_stat_test() override {
+    MyStatTest() { std::memset(&guarded_, 0xA5, sizeof guarded_); }
+    ~MyStatTest() override {
         for (const unsigned char guard : guarded_.behind)
             EXPECT_EQ(guard, 0xA5);
     }
@@ -31,7 +31,7 @@ protected:
     guarded_record guarded_;
 };
 
-TEST_F(my_stat_test, GivesTheHostsRecord) {
+TEST_F(MyStatTest, GivesTheHostsRecord) {
     const std::string path = folder_.write("some", bytes(1234, 0));
     EXPECT_EQ(my_stat(path.c_str(), &guarded_.record), 0);
     struct stat64 expected = {};
@@ -52,11 +52,11 @@ TEST_F(my_stat_test, GivesTheHostsRecord) {
     EXPECT_EQ(guarded_.record.st_ctim.tv_sec, expected.st_ctim.tv_sec);
 }
 
-TEST_F(my_stat_test, OfAMissingFileFails) {
+TEST_F(MyStatTest, OfAMissingFileFails) {
     EXPECT_EQ(my_stat(folder_.file("none").c_str(), &guarded_.record), -1);
 }
 
-TEST_F(my_stat_test, LeavesNoFileOpen) {
+TEST_F(MyStatTest, LeavesNoFileOpen) {
     const std::string path = folder_.write("some", bytes(1, 0));
     const int before = scratch::open_descriptors();
     my_stat(path.c_str(), &guarded_.record);
@@ -65,7 +65,7 @@ TEST_F(my_stat_test, LeavesNoFileOpen) {
 }
 
 // A date is never told wrong: where it does not fit the record, there is none.
-TEST_F(my_stat_test, OfADateBeyond2038NeedsTheRoomForIt) {
+TEST_F(MyStatTest, OfADateBeyond2038NeedsTheRoomForIt) {
     const std::string path = folder_.write("some", bytes(1, 0));
     index_bytes::date_beyond_2038(path);
     errno = 0;
