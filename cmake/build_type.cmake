@@ -1,5 +1,5 @@
 # Nobody should measure or ship an unoptimised program by leaving this unset.
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
@@ -10,7 +10,7 @@ set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
 option(KMR_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(KMR_SANITIZE)
@@ -24,7 +24,8 @@ endif()
 add_compile_definitions(_GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64 KMR_WIDE_RECORDS)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
-# Over instrumented code the compiler's guesses about sizes and values go wrong; the plain build makes them.
-if(NOT KMR_SANITIZE)
+# Every compiler version warns about something else: whoever only wants to build is not stopped by that.
+option(KMR_WERROR "Take warnings for errors" OFF)
+if(KMR_WERROR)
     add_compile_options(-Werror)
 endif()

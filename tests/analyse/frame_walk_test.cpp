@@ -17,7 +17,6 @@ using analysis::printed;
 using analysis::row;
 using analysis::unfinished;
 namespace option = analysis::option;
-using recording::append;
 using recording::frame_record;
 using recording::put_u32;
 
@@ -329,7 +328,7 @@ TEST_F(FrameWalkTest, ARecordingThatEndsWithoutAnIndexEndsWithoutAVerdict) {
 
 TEST_F(FrameWalkTest, AHeaderCutOffByTheEndOfTheFileHasNoRow) {
     bytes recording = with_stamps({1000, 1040});
-    for (const size_t size : {88 + 33, 88 + 34, 88 + 33 + 31}) {
+    for (const size_t size : {88U + 33, 88U + 34, 88U + 33 + 31}) {
         recording.resize(size);
         EXPECT_EQ(below_heading(report(recording, option::a)),
                   row("1", "00000058", "P", 33, 1, 0, 0, 1000, 1000, "0"));

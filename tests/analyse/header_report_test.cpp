@@ -173,7 +173,7 @@ TEST_F(HeaderReportTest, GivesMinus1WhenTheRecordingCannotBeOpened) {
 }
 
 TEST_F(HeaderReportTest, Gives1045ForAShortHeaderAndPrintsNothing) {
-    for (const size_t size : {0, 1, 87}) {
+    for (const size_t size : {0U, 1U, 87U}) {
         EXPECT_EQ(header_text(bytes(size, 1), option::s), "") << size;
         EXPECT_EQ(count_, 1045) << size;
     }

@@ -18,8 +18,6 @@ namespace option = analysis::option;
 using recording::append;
 using recording::frame_record;
 using recording::index_block;
-using recording::index_record;
-using recording::put_u16;
 using recording::put_u32;
 
 constexpr const char* well_done = "Well done :)\n";

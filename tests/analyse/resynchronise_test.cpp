@@ -10,7 +10,6 @@ namespace {
 
 using analysis::below_heading;
 using analysis::bytes;
-using analysis::frame;
 using analysis::index_frame_header;
 using analysis::of_pieces;
 using analysis::row;
@@ -190,7 +189,7 @@ TEST_F(ResynchroniseTest, AFrameFoundThatCanBeReadNoMoreEndsTheWalk) {
 }
 
 TEST_F(ResynchroniseTest, NothingFoundEndsTheWalk) {
-    for (const size_t size : {32, 35, 36, 100})
+    for (const size_t size : {32U, 35U, 36U, 100U})
         EXPECT_EQ(rows(of_pieces(9, {bytes(size, 0xFF)})),
                   row("-1", "00000058", "P", -1, -1, 65535, 65535, -1, -1, "-1"));
 }

@@ -59,7 +59,7 @@ TEST_F(PeakMemoryTest, OfASoundRecording) {
 TEST_F(PeakMemoryTest, OfADamagedRecordingThatIsSearched) {
     recording::bytes content = recording::file_header(3);
     recording::append(content, recording::frame_record({.number = 1}));
-    recording::append(content, recording::bytes(5 * 1024 * 1024, 0x55));
+    recording::append(content, recording::bytes(size_t{5} * 1024 * 1024, 0x55));
     recording::append(content, recording::frame_record({.number = 2, .time_stamp = 1040}));
     expect_within_budget("report of a recording with 5 MiB of garbage", content);
 }

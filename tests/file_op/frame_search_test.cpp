@@ -166,7 +166,7 @@ TEST_F(NextIFrameTest, EndDecidesHowManyChunksAreRead) {
 }
 
 TEST_F(NextIFrameTest, HeaderCutByTheBorderOfChunksIsNotFound) {
-    for (const size_t cut : {1, 4, 16, 31}) {
+    for (const size_t cut : {1U, 4U, 16U, 31U}) {
         bytes file = filler(2 * mebibyte);
         place(file, mebibyte - cut, i_frame());
         EXPECT_EQ(next_in(file), std::nullopt) << cut;
@@ -474,7 +474,7 @@ TEST_F(LastFrameTest, OffsetCountsFromItsBlock) {
 }
 
 TEST_F(LastFrameTest, HeaderAcrossTheBorderOfBlocksIsFoundWhole) {
-    for (const size_t offset : {67264 - 31, 67264 - 14, 67264 - 1}) {
+    for (const size_t offset : {67264U - 31, 67264U - 14, 67264U - 1}) {
         bytes file = filler(100000);
         place(file, offset, frame_record({.number = 9}));
         EXPECT_EQ(last_in(file), (found_frame{9, 9, static_cast<int64_t>(offset) - 34528}));

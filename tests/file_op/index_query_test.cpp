@@ -8,7 +8,6 @@
 
 namespace {
 
-using recording::get_u32;
 using recording::index_block;
 using recording::index_record;
 using recording::put_u32;

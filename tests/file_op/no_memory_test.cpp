@@ -101,7 +101,7 @@ TEST_F(NoMemoryTest, RepairKeepsWhatWasFoundWhenTheArrayCannotGrow) {
     EXPECT_EQ(granted(1, [&] { return rec_RecoverRecordSize(path_.c_str(), 5); }), 0);
     const bytes after = scratch::read_file(path_);
     const size_t block = 88 + 451 * 40; // the walk has passed the frame that found no room
-    ASSERT_EQ(after.size(), block + 52 + 450 * 80);
+    ASSERT_EQ(after.size(), block + 52 + size_t{450} * 80);
     EXPECT_EQ(get_u32(after, block + 32), 450u);
     EXPECT_EQ(get_u32(after, block + 40), 450u);
 }

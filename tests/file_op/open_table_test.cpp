@@ -395,7 +395,7 @@ TEST_F(OpenTableTest, HeaderThatCannotBeOpened) {
 }
 
 TEST_F(OpenTableTest, HeaderThatIsShort) {
-    for (const size_t length : {0, 1, 2, 87}) {
+    for (const size_t length : {0U, 1U, 2U, 87U}) {
         const std::string path = folder_.write("recording", recording::bytes(length, 0x11));
         kmr_file_header header = header_of(0);
         EXPECT_EQ(rec_ReadFileHeader(nullptr, path.c_str(), &header), 1045) << length;

@@ -196,7 +196,7 @@ TEST_F(RebuildTest, TornIFrameIsNotIndexedAndNeedsNoRoom) {
     const size_t block = 88 + 450 * 40;
     EXPECT_EQ(get_u32(after, block + 32), 450u);
     EXPECT_EQ(get_u32(after, block + 40), 450u);
-    EXPECT_EQ(after.size(), block + 52 + 450 * 80);
+    EXPECT_EQ(after.size(), block + 52 + size_t{450} * 80);
 }
 
 TEST_F(RebuildTest, FileWithoutAWholeHeaderIsLeftAlone) {
@@ -509,7 +509,7 @@ TEST_F(LargeRebuildTest, FramesBeyond2GiBAreKept) {
     uint32_t block = 0;
     uint32_t count = 0;
     EXPECT_EQ(rec_GetIFrameIndexInfo(path_.c_str(), &header, &block, nullptr, &count, nullptr), 0);
-    EXPECT_EQ(block, header_size + 2 * frame_size);
+    EXPECT_EQ(block, header_size + size_t{2} * frame_size);
     EXPECT_EQ(count, 2u);
 }
 

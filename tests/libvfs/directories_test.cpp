@@ -6,7 +6,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class DirectoriesTest : public ::testing::Test {
 protected:

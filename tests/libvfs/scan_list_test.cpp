@@ -63,7 +63,7 @@ TEST_F(ScanListTest, AnEntryHas280BytesThatAreZeroButForTheNameAt19) {
     scan("/dev/a");
     ASSERT_EQ(count, 1);
     unsigned char expected[280] = {};
-    std::memcpy(expected + 19, "/dev/a/5", 8);
+    std::memcpy(expected + 19, "/dev/a/5", sizeof "/dev/a/5");
     EXPECT_EQ(sizeof(vfs_scan_entry), 280u);
     EXPECT_EQ(std::memcmp(list[0], expected, 280), 0);
 }

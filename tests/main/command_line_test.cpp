@@ -37,7 +37,7 @@ private:
         char name[] = "kmr_viewer";
         char* none[] = {name, nullptr};
         optind = 0;
-        getopt(1, none, "h");
+        (void)getopt(1, none, "h");
         optind = 1;
         opterr = 0;
     }

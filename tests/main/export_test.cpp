@@ -36,7 +36,6 @@ namespace {
 
 using recording::bytes;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class CopyOutTest : public ::testing::Test {
