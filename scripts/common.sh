@@ -9,16 +9,65 @@ as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# need PACKAGE...: installs the Debian packages that are missing.
+# finds WORD...: what the packages of `need` are there for, found without any package database.
+finds() {
+    # shellcheck disable=SC2086 # CXX may carry options
+    case $1 in
+        program) command -v "$2" >/dev/null ;;
+        file) [ -e "$2" ] ;;
+        header) printf '#include <%s>\n' "$2" | ${CXX:-c++} -std=c++17 -fsyntax-only -x c++ - 2>/dev/null ;;
+    esac
+}
+
+# purpose PACKAGE: what a Debian package is needed for, as words for `finds`.
+purpose() {
+    case $1 in
+        gcc) echo "program ${CC:-cc}" ;;
+        g++) echo "program ${CXX:-c++}" ;;
+        clang) echo "program clang++" ;;
+        binutils) echo "program readelf" ;;
+        libgtest-dev) echo "header gtest/gtest.h" ;;
+        libgmock-dev) echo "header gmock/gmock.h" ;;
+        libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
+        googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
+        qemu-user) echo "program qemu-arm" ;;
+        g++-*) echo "program ${1#g++-}-g++" ;;
+        time) echo "file /usr/bin/time" ;;
+        *) echo "program $1" ;; # cmake, make, clang-format and others that are called as their package is
+    esac
+}
+
+# there PACKAGE: whether a package is installed, or what it is needed for comes from somewhere else.
+there() {
+    local words
+    read -ra words <<<"$(purpose "$1")"
+    dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed' || finds "${words[@]}"
+}
+
+# may_install: whether packages can and may be installed here.
+may_install() {
+    [ "${KMR_NO_INSTALL:-0}" = 0 ] && command -v dpkg-query >/dev/null && command -v apt-get >/dev/null
+}
+
+# need PACKAGE...: installs the Debian packages that are missing. On another system, or with KMR_NO_INSTALL=1, it names
+# them and what they are needed for, and ends the script with status 3.
 need() {
     local package missing=()
     for package in "$@"; do
-        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+        there "$package" || missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return
-    echo "installing ${missing[*]}" >&2
-    as_root apt-get update -qq >&2
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+    if may_install; then
+        echo "installing ${missing[*]}" >&2
+        as_root apt-get update -qq >&2
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+        return
+    fi
+    echo "missing, and nothing is installed here:" >&2
+    for package in "${missing[@]}"; do
+        printf '  %s (Debian package %s)\n' "$(purpose "$package")" "$package" >&2
+    done
+    exit 3
 }
 
 # quietly COMMAND...: shows what it printed, and the command itself, only when it fails.
