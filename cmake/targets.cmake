@@ -5,19 +5,24 @@ set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 set(KMR_PRODUCT_OPTIONS $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>
                         -ffunction-sections -fdata-sections)
 
+# Where the headers are found: "file_op/tags.h" is below this folder, wherever that is.
+set(KMR_INCLUDE_ROOT $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${KMR_INSTALLED_HEADERS}>)
+
 # kmr_add_library(<target> SOURCES ... [USES ...]): one folder of the product as a static library.
 function(kmr_add_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
     add_library(${target} STATIC ${arg_SOURCES})
-    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_include_directories(${target} PUBLIC ${KMR_INCLUDE_ROOT})
     target_compile_options(${target} PRIVATE ${KMR_PRODUCT_OPTIONS})
     target_link_libraries(${target} PUBLIC ${arg_USES})
+    kmr_publish(${target} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # kmr_add_interface(<target> [USES ...]): a folder that consists of headers alone.
 function(kmr_add_interface target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
     add_library(${target} INTERFACE)
-    target_include_directories(${target} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_include_directories(${target} INTERFACE ${KMR_INCLUDE_ROOT})
     target_link_libraries(${target} INTERFACE ${arg_USES})
+    kmr_publish(${target})
 endfunction()

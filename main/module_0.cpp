@@ -35,15 +35,20 @@ bool find_program(path_text& program) {
     return true;
 }
 
-// The folder that module 0 belongs to: ./lib, lib beside the program, or beside the program.
+// Below the program's own folder, in this order: in lib, beside the program, where an installation has the modules.
+constexpr const char* own_folders[] = {"/lib", "", "/" KMR_MODULES_FROM_PROGRAM};
+
+// The folder that module 0 belongs to: ./lib of the working directory, or the first of our own that has one.
 bool find_folder(const path_text& program, path_text& folder) {
     if (has_library("./lib"))
         return join(folder, "./lib", "", "");
     path_text beside = program;
     if (char* slash = std::strrchr(beside.data(), '/'))
         *slash = '\0';
-    return (join(folder, beside.data(), "/lib", "") && has_library(folder.data())) ||
-           (join(folder, beside.data(), "", "") && has_library(folder.data()));
+    for (const char* own : own_folders)
+        if (join(folder, beside.data(), own, "") && has_library(folder.data()))
+            return true;
+    return false;
 }
 
 // The loader compares files, not names: a library that is in use already is found under every path.

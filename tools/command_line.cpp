@@ -90,8 +90,10 @@ std::vector<std::string> with_demo_in_front(std::vector<std::string> arguments) 
     for_each_option(arguments, [&](const option_row& row, const std::string&) {
         demo = demo || row.name == std::string("demo");
     });
-    if (demo)
-        arguments.insert(arguments.begin() + 1, demo_arguments.begin(), demo_arguments.end());
+    if (demo) {
+        const std::vector<std::string> stands_for = demo_arguments();
+        arguments.insert(arguments.begin() + 1, stands_for.begin(), stands_for.end());
+    }
     return arguments;
 }
 
@@ -131,7 +133,8 @@ void print_help() {
             print_option(row);
     }
     std::printf("\n--demo stands for:\n");
-    for (size_t i = 0; i < demo_arguments.size(); i += 2)
-        std::printf("  %s \"%s\"\n", demo_arguments[i], demo_arguments[i + 1]);
+    const std::vector<std::string> stands_for = demo_arguments();
+    for (size_t i = 0; i < stands_for.size(); i += 2)
+        std::printf("  %s \"%s\"\n", stands_for[i].c_str(), stands_for[i + 1].c_str());
     std::fputs(explanations, stdout);
 }

@@ -41,4 +41,4 @@ extern const option_group index_file_options;
 
 // What --demo stands for: names and values in turn. They go in front of all other options, so that any of those may
 // change them.
-extern const std::span<const char* const> demo_arguments;
+std::vector<std::string> demo_arguments();

@@ -1,8 +1,18 @@
 #include "tools/option_table.hpp"
 
+#include <filesystem>
+
 namespace {
 
 using namespace compose;
+
+// An installed program has the clip below its own prefix, any other takes the one of the sources.
+std::string demo_clip() {
+    std::error_code none;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", none);
+    const auto installed = program.parent_path() / KMR_INSTALLED_CLIP;
+    return std::filesystem::exists(installed, none) ? installed.lexically_normal().string() : KMR_DEMO_CLIP;
+}
 
 constexpr option_row output_rows[] = {
     {"output", "FILE", "compose a recording", [](request& to, const std::string& v) { to.output = v; }},
@@ -17,7 +27,6 @@ constexpr option_row output_rows[] = {
 };
 
 constexpr const char* demo[] = {
-    "--video",      KMR_DEMO_CLIP,
     "--size",       "320x240",
     "--audio",      "2x160",
     "--cover-word", "DEMO",
@@ -36,4 +45,9 @@ constexpr const char* demo[] = {
 } // namespace
 
 const option_group output_options = {"What to write", output_rows};
-const std::span<const char* const> demo_arguments = demo;
+
+std::vector<std::string> demo_arguments() {
+    std::vector<std::string> all = {"--video", demo_clip()};
+    all.insert(all.end(), std::begin(demo), std::end(demo));
+    return all;
+}
