@@ -18,6 +18,11 @@ if(KMR_SANITIZE)
                         -fno-omit-frame-pointer -g -O1)
     add_link_options(-fsanitize=address,undefined)
 endif()
+# Such programs need the libraries of their checks too, whoever asked for them.
+set(KMR_INSTRUMENTED ${KMR_SANITIZE})
+if("${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
+    set(KMR_INSTRUMENTED ON)
+endif()
 
 # Files beyond 2 GiB and times beyond 2038 on 32-bit machines too; sources that fill the platform's own records for others
 # undo it.
