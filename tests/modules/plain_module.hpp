@@ -62,7 +62,7 @@ private:
 // Numbers are handed out lowest first, so a test must leave nothing open behind it.
 class PlainModuleTest : public ::testing::Test {
 protected:
-    ~PlainModuleTest() override {
+    void TearDown() override {
         for (int32_t file = 3; file < 16; ++file) {
             plain_module::module_0().close(file);
             plain_module::module_1().close(file);

@@ -8,7 +8,6 @@ namespace {
 
 using recording::bytes;
 using recording::get_u32;
-using ::testing::ElementsAre;
 
 // The OSD letters in front of each of ten frames (I-frames 0 and 5, no other video data); '.' for none.
 std::string letters_of(const composer::words& arguments) {
