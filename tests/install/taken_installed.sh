@@ -24,14 +24,14 @@ find "$prefix/include" -type f ! -name '*.h' | grep . && fail "these headers are
 module_0() {
     (cd "$1" && LD_TRACE_LOADED_OBJECTS=1 "$prefix/bin/kmr_viewer" | sed -n 's/.*libznfs.so => \(.*\) (.*/\1/p')
 }
-mkdir -p "$WORK/bare" "$WORK/session"
-ln -s "$modules" "$WORK/session/lib"
+mkdir -p "$WORK/bare" "$WORK/linked"
+ln -s "$modules" "$WORK/linked/lib"
 found=$(module_0 "$WORK/bare")
 [ "$(realpath "$found")" = "$(realpath "$modules/libznfs.so")" ] || fail "without ./lib module 0 is '$found'"
-found=$(module_0 "$WORK/session")
+found=$(module_0 "$WORK/linked")
 [ "$found" = ./lib/libznfs.so ] || fail "with ./lib module 0 is '$found'"
 (cd "$WORK/bare" && "$prefix/bin/kmr_viewer" -h >/dev/null) || fail "kmr_viewer does not start"
-(cd "$WORK/session" && "$prefix/bin/kmr_make" --demo --output demo.kmr && "$prefix/bin/kmr_viewer" -f demo.kmr) \
+(cd "$WORK/linked" && "$prefix/bin/kmr_make" --demo --output demo.kmr && "$prefix/bin/kmr_viewer" -f demo.kmr) \
     >"$WORK/demo.txt"
 grep -qx 'Well done :)' "$WORK/demo.txt" || fail "the demo is not sound"
 "$prefix/bin/kmr_make" --help | grep -qF "$prefix/share/kmr/demo.h264" || fail "the demo is not the installed clip"
