@@ -53,7 +53,7 @@ line=$(sed -n '/^cc /,/[^\\]$/p' "$SOURCES/docs/library.md" | sed -e "s#\$prefix
 [ -n "$line" ] || fail "no compile line in docs/library.md"
 cp "$example" "$WORK/my_tool.c"
 # shellcheck disable=SC2086,SC2317 # flags are words; the line calls it
-cc() { "$CC" $CFLAGS "$@"; }
+cc() { command "$CC" $CFLAGS "$@"; }
 (cd "$WORK" && eval "$line")
 run_example "$WORK/my_tool" "$modules"
 echo "taken installed: builds and runs"
