@@ -3,7 +3,6 @@
 #include "analyse/rules.hpp"
 #include "base/text_line.hpp"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace kmr {
@@ -14,29 +13,40 @@ constexpr size_t longest_frame_number = 19;
 constexpr size_t frame_number_width = 16;
 constexpr size_t column_width = 8;
 
+using column = column_text<column_width>;
+
 // Frames with less data than this never count as encrypted.
 constexpr int32_t least_encrypted_size = 64;
 
-std::string_view type_text(const kmr_frame_header& frame, int32_t frame_class) {
+const column& type_text(const kmr_frame_header& frame, int32_t frame_class) {
+    static constexpr column index_type("V");
+    static constexpr column i_type("I");
+    static constexpr column p_type("P");
     if (frame_class == KMR_FRAME_INDEX)
-        return "V";
-    return kmr_is_i_frame(&frame) ? "I" : "P";
+        return index_type;
+    return kmr_is_i_frame(&frame) ? i_type : p_type;
 }
 
-std::string_view validity_text(int32_t frame_class) {
+const column& validity_text(int32_t frame_class) {
+    static constexpr column empty("-2");
+    static constexpr column invalid("-1");
+    static constexpr column ordinary("0");
+    static constexpr column inserted("1");
+    static constexpr column index("IFrameIndex");
+    static constexpr column damaged("VA err ");
     switch (frame_class) {
     case KMR_FRAME_EMPTY:
-        return "-2";
+        return empty;
     case KMR_FRAME_INVALID:
-        return "-1";
+        return invalid;
     case KMR_FRAME_ORDINARY:
-        return "0";
+        return ordinary;
     case KMR_FRAME_INSERTED:
-        return "1";
+        return inserted;
     case KMR_FRAME_INDEX:
-        return "IFrameIndex";
+        return index;
     default:
-        return "VA err ";
+        return damaged;
     }
 }
 
@@ -46,15 +56,24 @@ bool is_encrypted(const kmr_frame_header& frame) {
     return (frame.Tag & 3) == 2 && static_cast<int32_t>(size) >= least_encrypted_size;
 }
 
+const column& encryption_text(const kmr_frame_header& frame) {
+    static constexpr column encrypted("*");
+    static constexpr column plain("");
+    return is_encrypted(frame) ? encrypted : plain;
+}
+
 void put_frame_number(text_line& line, uint32_t number, const frame_pairing& pairing) {
     const auto shown = static_cast<int32_t>(number);
     if (!pairing.frames_missing()) {
-        line.put_decimal(shown, frame_number_width);
+        line.put_decimal<frame_number_width>(shown);
         return;
     }
-    char text[32];
-    const int length = std::snprintf(text, sizeof text, "*%d %8d", pairing.gap(), shown);
-    line.put_right({text, std::min(static_cast<size_t>(length), longest_frame_number)}, frame_number_width);
+    text_line with_gap;
+    with_gap.put('*');
+    with_gap.put_decimal<1>(pairing.gap());
+    with_gap.put(' ');
+    with_gap.put_decimal<column_width>(shown);
+    line.put_right<frame_number_width>(with_gap.text().substr(0, longest_frame_number));
 }
 
 } // namespace
@@ -92,17 +111,18 @@ void print_frame_row(const kmr_frame_header& frame, int32_t frame_class, uint32_
     line.put('\t');
     line.put_hex8(position);
     line.put('\t');
-    line.put_right(type_text(frame, frame_class), column_width);
+    line.put(type_text(frame, frame_class));
     const uint32_t numbers[] = {frame.FrameSize,  frame.VideoSize, frame.AFrameNum,
                                 frame.AFrameSize, frame.TimeStamp, static_cast<uint32_t>(pairing.delay())};
     for (const uint32_t number : numbers) {
         line.put('\t');
-        line.put_decimal(static_cast<int32_t>(number), column_width);
+        line.put_decimal<column_width>(static_cast<int32_t>(number));
     }
     line.put('\t');
-    line.put_right(validity_text(frame_class), column_width);
+    line.put(validity_text(frame_class));
     line.put('\t');
-    line.put_right(is_encrypted(frame) ? "*" : "", column_width);
+    line.put(encryption_text(frame));
+    line.put('\n');
     line.print();
 }
 

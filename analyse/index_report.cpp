@@ -51,8 +51,7 @@ void put_clock(text_line& line, uint32_t seconds) {
     char separator = '[';
     for (const int part : parts) {
         line.put(separator);
-        line.put(static_cast<char>('0' + part / 10));
-        line.put(static_cast<char>('0' + part % 10));
+        line.put_two_digits(part);
         separator = ':';
     }
     line.put(']');
@@ -61,7 +60,7 @@ void put_clock(text_line& line, uint32_t seconds) {
 void print_record(int32_t number, uint32_t position, const kmr_index_record& record) {
     constexpr size_t width = 8;
     text_line line;
-    line.put_decimal(number, width);
+    line.put_decimal<width>(number);
     line.put('\t');
     put_clock(line, record.TimeNow);
     line.put('\t');
@@ -70,10 +69,11 @@ void print_record(int32_t number, uint32_t position, const kmr_index_record& rec
     line.put_hex8(position);
     for (const uint32_t value : {record.Sign, uint32_t{record.VideoHeight}, uint32_t{record.VideoWidth}}) {
         line.put('\t');
-        line.put_decimal(static_cast<int32_t>(value), width);
+        line.put_decimal<width>(static_cast<int32_t>(value));
     }
     line.put('\t');
-    line.put_right(std::string_view(record.TagName, strnlen(record.TagName, sizeof record.TagName)), width);
+    line.put_right<width>({record.TagName, strnlen(record.TagName, sizeof record.TagName)});
+    line.put('\n');
     line.print();
 }
 

@@ -3,34 +3,34 @@
 
 #include <array>
 #include <climits>
+#include <cstdio>
 #include <gmock/gmock.h>
 #include <string>
+#include <vector>
 
 namespace {
 
 using kmr::text_line;
 
-// What one line prints whose fields `put` fills in, without the line feed at its end.
+// What is printed of the fields that `put` fills in.
 template <typename Put>
 std::string line_of(Put put) {
     testing::internal::CaptureStdout();
     text_line line;
     put(line);
     line.print();
-    std::string text = testing::internal::GetCapturedStdout();
-    if (text.ends_with('\n'))
-        text.pop_back();
-    return text;
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
 }
 
 template <size_t Width>
 std::string decimal(int32_t value) {
-    return line_of([value](text_line& line) { line.put_decimal(value, Width); });
+    return line_of([value](text_line& line) { line.put_decimal<Width>(value); });
 }
 
 template <size_t Width>
 std::string right(std::string_view text) {
-    return line_of([text](text_line& line) { line.put_right(text, Width); });
+    return line_of([text](text_line& line) { line.put_right<Width>(text); });
 }
 
 std::string hex8(uint32_t value) {
@@ -139,6 +139,71 @@ TEST(TextLineTest, ALineThatWasTooLongLeavesNothingToTheNext) {
                     line.put("next");
                 }),
                 testing::EndsWith("xnext"));
+}
+
+std::vector<uint32_t> hexadecimals() {
+    std::vector<uint32_t> values = {0, 0xFFFFFFFF, 0xABCDEF01};
+    for (int bits = 0; bits < 32; ++bits)
+        for (const uint32_t value : {(1U << bits) - 1, 1U << bits, (1U << bits) + 1})
+            values.push_back(value);
+    return values;
+}
+
+template <typename Value>
+std::string formatted(const char* format, Value value) {
+    char text[32];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+TEST(TextLineTest, PutsHexadecimalsAsPrintfDoes) {
+    for (const uint32_t value : hexadecimals()) {
+        text_line line;
+        line.put_hex8(value);
+        line.put('|');
+        line.put_hex<8>(value);
+        line.put('|');
+        line.put_hex<4>(value);
+        EXPECT_EQ(line.text(),
+                  formatted("%08x|", value) + formatted("%8x|", value) + formatted("%4x", value));
+    }
+}
+
+TEST(TextLineTest, PutsTwoDigits) {
+    text_line line;
+    for (const int value : {0, 9, 10, 59, 99})
+        line.put_two_digits(value);
+    EXPECT_EQ(line.text(), "0009105999");
+}
+
+TEST(TextLineTest, PutsTextsThatWereAlignedBefore) {
+    static constexpr kmr::column_text<8> empty("");
+    static constexpr kmr::column_text<8> short_one("I");
+    static constexpr kmr::column_text<8> exact("12345678");
+    static constexpr kmr::column_text<8> long_one("IFrameIndex");
+    text_line line;
+    for (const auto* text : {&empty, &short_one, &exact, &long_one}) {
+        line.put(*text);
+        line.put('|');
+    }
+    EXPECT_EQ(line.text(), "        |       I|12345678|IFrameIndex|");
+}
+
+TEST(TextLineTest, CutsAFieldThatNoReportHas) {
+    text_line line;
+    line.put_right<8>(std::string(kmr::longest_field + 1, 'x'));
+    EXPECT_EQ(line.text(), std::string(kmr::longest_field, 'x'));
+}
+
+TEST(TextLineTest, IsHandedOutOnce) {
+    testing::internal::CaptureStdout();
+    text_line line;
+    line.put("first\n");
+    line.print();
+    line.put("second\n");
+    line.print();
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "first\nsecond\n");
 }
 
 } // namespace
