@@ -1,29 +1,18 @@
 // The table of open files and the descriptor calls.
 #include "libvfs/open_files.hpp"
 
-#include "base/mutex_lock.hpp"
 #include "libvfs/mount_table.hpp"
-
-#include <utility>
 
 vfs_file g_stvfile[VFS_MAX_FILES + 1];
 pthread_mutex_t vfs_fd_tLock = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
+using kmr::call_module;
 using kmr::mutex_lock;
 using operations = vfs_module_operations;
 
 constexpr int32_t no_descriptor = 0;
-
-bool lies_in_table(int32_t fd) {
-    return fd >= 1 && fd <= VFS_MAX_FILES;
-}
-
-// The caller holds the lock.
-bool is_in_use(int32_t fd) {
-    return lies_in_table(fd) && g_stvfile[fd].pMdlOps != nullptr;
-}
 
 // Takes the lowest free descriptor for a file of the module.
 int32_t reserve(const operations* module) {
@@ -42,31 +31,9 @@ void release(int32_t fd) {
     g_stvfile[fd] = {};
 }
 
-// What the descriptor calls have in common: the slot of the file's module, called without the lock.
-template <auto Slot, typename... Arguments>
-auto call(int32_t fd, Arguments... arguments) {
-    using result = decltype((std::declval<operations>().*Slot)(0, arguments...));
-    const kmr::module_file file = kmr::find_open_file(fd);
-    return file.operations == nullptr ? result{-1} : (file.operations->*Slot)(file.number, arguments...);
-}
-
 } // namespace
 
 namespace kmr {
-
-module_file find_open_file(int32_t fd) {
-    module_file found = {nullptr, -1};
-    {
-        const mutex_lock guard(vfs_fd_tLock);
-        if (!is_in_use(fd))
-            return found;
-        found.operations = g_stvfile[fd].pMdlOps;
-    }
-    const mutex_lock guard(vfs_fd_tLock);
-    if (g_stvfile[fd].pMdlOps != nullptr) // another thread may have closed it meanwhile
-        found.number = g_stvfile[fd].iMdlFd;
-    return found;
-}
 
 void clear_open_files() {
     for (vfs_file& entry : g_stvfile)
@@ -98,51 +65,50 @@ int32_t vfs_Open(int32_t selector, const char* path, int32_t flags) {
 }
 
 int32_t vfs_Read(int32_t fd, void* buffer, uint32_t count) {
-    return call<&operations::Read>(fd, buffer, count);
+    return call_module<&operations::Read>(fd, buffer, count);
 }
 
 int32_t vfs_Write(int32_t fd, const void* buffer, uint32_t count) {
-    return call<&operations::Write>(fd, buffer, count);
+    return call_module<&operations::Write>(fd, buffer, count);
 }
 
 int64_t vfs_Seek(int32_t fd, int32_t offset, int32_t origin) {
-    return call<&operations::Seek>(fd, int64_t{offset}, origin);
+    return call_module<&operations::Seek>(fd, int64_t{offset}, origin);
 }
 
 int32_t vfs_Tell(int32_t fd) {
-    return call<&operations::Tell>(fd);
+    return call_module<&operations::Tell>(fd);
 }
 
 int32_t vfs_Eof(int32_t fd) {
-    return call<&operations::Eof>(fd);
+    return call_module<&operations::Eof>(fd);
 }
 
 int32_t vfs_fsync(int32_t fd) {
-    return call<&operations::fsync>(fd);
+    return call_module<&operations::fsync>(fd);
 }
 
 int32_t vfs_error(int32_t fd) {
-    return call<&operations::error>(fd);
+    return call_module<&operations::error>(fd);
 }
 
 int32_t vfs_fcntl(int32_t fd, int32_t command, int32_t argument) {
-    return call<&operations::fcntl>(fd, command, argument);
+    return call_module<&operations::fcntl>(fd, command, argument);
 }
 
 int32_t vfs_ftruncate(int32_t fd, int64_t length) {
-    return call<&operations::ftruncate>(fd, length);
+    return call_module<&operations::ftruncate>(fd, length);
 }
 
 int32_t vfs_Close(int32_t fd) {
-    const int32_t result = call<&operations::Close>(fd);
+    const int32_t result = call_module<&operations::Close>(fd);
     if (result == 0)
         release(fd);
     return result;
 }
 
 int32_t iIsValidFd(int32_t fd) {
-    const mutex_lock guard(vfs_fd_tLock);
-    return is_in_use(fd) ? 0 : -1;
+    return kmr::operations_behind(fd) != nullptr ? 0 : -1;
 }
 
 int32_t _vfs_fcntl(int32_t, int32_t, int32_t) {

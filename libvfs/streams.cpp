@@ -1,12 +1,23 @@
 // The stream calls: a stream is the address of a descriptor's entry.
+#include "libvfs/open_files.hpp"
 #include "libvfs/open_mode.hpp"
-#include "libvfs/vfs.h"
 
 namespace {
 
+using operations = vfs_module_operations;
+
+// The check of iIsValidFd with a lock pair of its own, before the two of the call. The last comparison looks idle, since
+// no descriptor in use is -1: it stays because these four checks, in this order, are what every stream call promises.
 bool is_open(const vfs_file* stream) {
-    return stream != nullptr && stream->pMdlOps != nullptr && iIsValidFd(stream->iFd) == 0 &&
-           stream->iFd != -1;
+    return stream != nullptr && stream->pMdlOps != nullptr &&
+           kmr::operations_behind(stream->iFd) != nullptr && stream->iFd != -1;
+}
+
+// -1 when the stream is not open.
+template <auto Operation, typename... Arguments>
+auto call(const vfs_file* stream, Arguments... arguments) {
+    using result = decltype(kmr::call_module<Operation>(0, arguments...));
+    return is_open(stream) ? kmr::call_module<Operation>(stream->iFd, arguments...) : result{-1};
 }
 
 } // namespace
@@ -20,38 +31,33 @@ vfs_file* vfs_fopen(int32_t selector, const char* path, const char* mode) {
 }
 
 int32_t vfs_fread(void* buffer, uint32_t size, uint32_t count, vfs_file* stream) {
-    if (!is_open(stream))
-        return -1;
-    const int32_t got = vfs_Read(stream->iFd, buffer, size * count);
+    const int32_t got = call<&operations::Read>(stream, buffer, size * count);
     if (got <= 0 || size == 0)
         return -1;
     return static_cast<int32_t>(static_cast<uint32_t>(got) / size);
 }
 
 int32_t vfs_fwrite(const void* buffer, uint32_t size, uint32_t count, vfs_file* stream) {
-    if (!is_open(stream))
-        return -1;
     const uint32_t wanted = size * count;
-    const int32_t written = vfs_Write(stream->iFd, buffer, wanted);
+    const int32_t written = call<&operations::Write>(stream, buffer, wanted);
     return written >= 0 && static_cast<uint32_t>(written) == wanted ? static_cast<int32_t>(count) : -1;
 }
 
 int32_t vfs_fseek(vfs_file* stream, int32_t offset, int32_t origin) {
-    if (!is_open(stream))
-        return -1;
     // Positions from 2 GiB on look negative here and are reported as failures, on purpose.
-    const auto low = static_cast<int32_t>(vfs_Seek(stream->iFd, offset, origin));
+    const auto low = static_cast<int32_t>(call<&operations::Seek>(stream, int64_t{offset}, origin));
     return low >= 0 ? 0 : low;
 }
 
 int32_t vfs_ftell(vfs_file* stream) {
-    return is_open(stream) ? vfs_Tell(stream->iFd) : -1;
+    return call<&operations::Tell>(stream);
 }
 
 int32_t vfs_feof(vfs_file* stream) {
-    return is_open(stream) ? vfs_Eof(stream->iFd) : -1;
+    return call<&operations::Eof>(stream);
 }
 
+// A close also gives the descriptor back.
 int32_t vfs_fclose(vfs_file* stream) {
     return is_open(stream) ? vfs_Close(stream->iFd) : -1;
 }
