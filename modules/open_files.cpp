@@ -13,7 +13,7 @@ namespace kmr::plain {
 namespace {
 
 constexpr int32_t first_number = 3;
-constexpr int32_t most_files = 1024; // as many as the layer has descriptors
+constexpr uint32_t most_files = 1024; // as many as the layer has descriptors
 
 struct open_file_entry {
     pthread_mutex_t lock; // all zero is unlocked on every libc that we build for
@@ -31,9 +31,10 @@ open_file_entry open_files[most_files];
 class locked_file {
 public:
     explicit locked_file(int32_t file) {
-        if (file < first_number || file >= first_number + most_files)
+        const uint32_t index = static_cast<uint32_t>(file) - first_number; // huge below the first number
+        if (index >= most_files)
             return;
-        open_file_entry& entry = open_files[file - first_number];
+        open_file_entry& entry = open_files[index];
         pthread_mutex_lock(&entry.lock);
         if (entry.in_use)
             entry_ = &entry;
@@ -74,7 +75,7 @@ bool can_be_read_at_any_position(int descriptor) {
 }
 
 int32_t number_of(int descriptor, int32_t flags) {
-    for (int32_t index = 0; index < most_files; ++index) {
+    for (uint32_t index = 0; index < most_files; ++index) {
         open_file_entry& entry = open_files[index];
         const mutex_lock guard(entry.lock);
         if (entry.in_use)
@@ -84,7 +85,7 @@ int32_t number_of(int descriptor, int32_t flags) {
         entry.descriptor = descriptor;
         entry.last_error = 0;
         entry.position = 0;
-        return first_number + index;
+        return first_number + static_cast<int32_t>(index);
     }
     return -1;
 }
@@ -92,6 +93,20 @@ int32_t number_of(int descriptor, int32_t flags) {
 int64_t size_of(const locked_file& file) {
     struct stat status;
     return file.judged(fstat(file->descriptor, &status)) < 0 ? -1 : static_cast<int64_t>(status.st_size);
+}
+
+// Where the offset of a seek counts from, negative when it cannot be told.
+int64_t start_of_seek(const locked_file& file, int32_t origin) {
+    switch (origin) {
+    case SEEK_SET:
+        return 0;
+    case SEEK_CUR:
+        return file->position;
+    case SEEK_END:
+        return size_of(file);
+    default:
+        return file.refused(EINVAL);
+    }
 }
 
 ssize_t write_at_end(open_file_entry& entry, const void* buffer, uint32_t count) {
@@ -139,8 +154,8 @@ int32_t close_file(int32_t file) {
 }
 
 void close_all_files() {
-    for (int32_t index = 0; index < most_files; ++index)
-        close_file(first_number + index);
+    for (uint32_t index = 0; index < most_files; ++index)
+        close_file(first_number + static_cast<int32_t>(index));
 }
 
 int32_t read_file(int32_t file, void* buffer, uint32_t count) {
@@ -170,13 +185,7 @@ int64_t seek_file(int32_t file, int64_t offset, int32_t origin) {
     const locked_file entry(file);
     if (!entry)
         return -1;
-    int64_t base = 0;
-    if (origin == SEEK_CUR)
-        base = entry->position;
-    else if (origin == SEEK_END)
-        base = size_of(entry);
-    else if (origin != SEEK_SET)
-        return entry.refused(EINVAL);
+    const int64_t base = start_of_seek(entry, origin);
     if (base < 0)
         return -1;
     int64_t position;
