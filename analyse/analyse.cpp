@@ -9,6 +9,7 @@
 #include "libvfs/vfs.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <unistd.h>
 
 namespace kmr {
@@ -30,7 +31,8 @@ void walk_all(const char* name, int32_t frames) {
         constexpr auto no_fourth = static_cast<uint32_t>(-1);
         result = rec_vca_GetVcaMsgEx(name, &count, 0, no_fourth, &position);
         usleep(rest_microseconds);
-    } while (result != -1 && frames != 0);
+        // A report that nobody receives any more is not gone on with.
+    } while (result != -1 && frames != 0 && std::ferror(stdout) == 0);
 }
 
 } // namespace

@@ -2,14 +2,14 @@
 #include "main/command_line.hpp"
 #include "main/front_end.h"
 #include "main/module_0.hpp"
-#include "main/output_buffer.hpp"
+#include "main/standard_output.hpp"
 #include "vfslist16a/record_query.h"
 
 #include <cstdio>
 
 int main(int argc, char** argv) {
     kmr::use_own_module_0(argv);
-    kmr::enlarge_output_buffer();
+    kmr::prepare_standard_output();
     if (argc < 2)
         std::puts("Command parameters is error");
     kmr::command_line command;
@@ -31,5 +31,6 @@ int main(int argc, char** argv) {
         kmr::run_analysis(argv[0], command.recording.data(), command.option_word);
         break;
     }
+    kmr::finish_standard_output();
     return 0;
 }
