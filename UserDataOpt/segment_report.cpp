@@ -8,36 +8,40 @@ namespace {
 // 30 tabs: the user data stands far to the right of the frame rows.
 constexpr char indentation[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
 
+constexpr size_t longest_row = 2 * longest_field;
+
+// What of a block has not been handed out yet: nothing else prints between its heading and its end.
+text_line pending;
+
 } // namespace
 
 void print_block_heading(uint16_t segment_count) {
-    text_line lines;
-    lines.put(indentation);
-    lines.put("----------------------------------------------------\n");
-    lines.put(indentation);
-    lines.put("--------------UserData SegmentCount ");
-    lines.put_decimal<1>(segment_count);
-    lines.put("---------------\n");
-    lines.put(indentation);
-    lines.put("     loc\t UserData Flag\t UserData Type\n");
-    lines.print();
+    pending.put(indentation);
+    pending.put("----------------------------------------------------\n");
+    pending.put(indentation);
+    pending.put("--------------UserData SegmentCount ");
+    pending.put_decimal<1>(segment_count);
+    pending.put("---------------\n");
+    pending.put(indentation);
+    pending.put("     loc\t UserData Flag\t UserData Type\n");
 }
 
 void print_segment_row(uint32_t position, uint16_t flag, std::string_view name) {
-    text_line line;
-    line.put(indentation);
-    line.put(' ');
-    line.put_hex<8>(position);
-    line.put("\t ");
-    line.put_hex<4>(flag);
-    line.put("\t ");
-    line.put_right<segment_name_width>(name);
-    line.put('\n');
-    line.print();
+    if (!pending.has_room(longest_row))
+        pending.print();
+    pending.put(indentation);
+    pending.put(' ');
+    pending.put_hex<8>(position);
+    pending.put("\t ");
+    pending.put_hex<4>(flag);
+    pending.put("\t ");
+    pending.put_right<segment_name_width>(name);
+    pending.put('\n');
 }
 
 void print_block_end() {
-    putchar_unlocked('\n');
+    pending.put('\n');
+    pending.print();
 }
 
 } // namespace kmr

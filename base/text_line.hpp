@@ -36,6 +36,8 @@ class text_line {
 public:
     std::string_view text() const { return {line_.data(), length_}; }
 
+    bool has_room(size_t size) const { return size <= capacity - length_; }
+
     void put(char character) { *field(1) = character; }
 
     template <size_t Size>

@@ -6,18 +6,24 @@ namespace {
 
 using operations = vfs_module_operations;
 
-// The check of iIsValidFd with a lock pair of its own, before the two of the call. The last comparison looks idle, since
-// no descriptor in use is -1: it stays because these four checks, in this order, are what every stream call promises.
-bool is_open(const vfs_file* stream) {
-    return stream != nullptr && stream->pMdlOps != nullptr &&
-           kmr::operations_behind(stream->iFd) != nullptr && stream->iFd != -1;
+constexpr int32_t not_open = 0;
+
+// The descriptor of a stream, or `not_open`. iIsValidFd's check, with a lock pair of its own before the two of the call.
+// The last comparison looks idle, since no descriptor in use is -1: it stays because these four checks, in this order,
+// are what every stream call promises.
+int32_t descriptor_of(const vfs_file* stream) {
+    if (stream == nullptr || stream->pMdlOps == nullptr)
+        return not_open;
+    const int32_t fd = stream->iFd;
+    return kmr::operations_behind(fd) != nullptr && fd != -1 ? fd : not_open;
 }
 
 // -1 when the stream is not open.
 template <auto Operation, typename... Arguments>
 auto call(const vfs_file* stream, Arguments... arguments) {
     using result = decltype(kmr::call_module<Operation>(0, arguments...));
-    return is_open(stream) ? kmr::call_module<Operation>(stream->iFd, arguments...) : result{-1};
+    const int32_t fd = descriptor_of(stream);
+    return fd == not_open ? result{-1} : kmr::call_module<Operation>(fd, arguments...);
 }
 
 } // namespace
@@ -59,5 +65,6 @@ int32_t vfs_feof(vfs_file* stream) {
 
 // A close also gives the descriptor back.
 int32_t vfs_fclose(vfs_file* stream) {
-    return is_open(stream) ? vfs_Close(stream->iFd) : -1;
+    const int32_t fd = descriptor_of(stream);
+    return fd == not_open ? -1 : vfs_Close(fd);
 }

@@ -25,7 +25,7 @@ struct window_sizes {
 
 // By measurement (bench/windows), for frames of 100 bytes to 1 MiB. Behind a jump the window serves a header and as much
 // of its payload as a walk looks at: two small reads, one host call. Passing over a small gap costs less than a call.
-inline constexpr window_sizes measured_sizes = {.jump = 2 * 1024, .sequence = 64 * 1024, .gap = 2 * 1024};
+inline constexpr window_sizes measured_sizes = {.jump = 2 * 1024, .sequence = 64 * 1024, .gap = 4 * 1024};
 
 class read_ahead {
 public:
