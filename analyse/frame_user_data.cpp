@@ -63,7 +63,7 @@ int32_t rec_get_vcaalarm(vfs_file* fp, uint8_t* buf, int32_t buflen, uint32_t, c
     if (vfs_fread(buf, 1, wanted, fp) < static_cast<int32_t>(wanted))
         return -1;
     const kmr::payload_bytes payload(buf, wanted);
-    if (kmr::begins_with_user_data(payload) && (g_Opt & KMR_OPTION_USER_DATA) != 0)
+    if ((g_Opt & KMR_OPTION_USER_DATA) != 0 && kmr::begins_with_user_data(payload))
         kmr::decode(position, payload);
     return 0;
 }
