@@ -33,7 +33,7 @@ constexpr int64_t file_header_size = 88;
 constexpr uint32_t frame_header_size = 32;
 constexpr uint32_t payload_looked_at = 1024;
 
-class reads_of_the_host : public both_modules {
+class ReadsOfTheHostTest : public BothModulesTest {
 protected:
     // A file of that size that takes no room on the disk.
     int32_t open_sparse(int64_t size) const {
@@ -61,14 +61,14 @@ protected:
 };
 
 // Frames next to each other: a window of 64 KiB holds 655, 59 or 32 whole frames. The first window is a small one.
-TEST_P(reads_of_the_host, AreFewForSmallFrames) {
+TEST_P(ReadsOfTheHostTest, AreFewForSmallFrames) {
     EXPECT_LE(of_a_walk(100, 65500).calls, 102);
     EXPECT_LE(of_a_walk(1100, 5900).calls, 102);
     EXPECT_LE(of_a_walk(2000, 3200).calls, 102);
 }
 
 // Frames far from each other: the header's read brings what is wanted of the payload along, and little else.
-TEST_P(reads_of_the_host, AreOneForALargeFrame) {
+TEST_P(ReadsOfTheHostTest, AreOneForALargeFrame) {
     for (const uint32_t frame_size : {20480U, 102400U, 1048576U}) {
         const host_reads reads = of_a_walk(frame_size, 100);
         EXPECT_EQ(reads.calls, 100) << frame_size;
@@ -77,7 +77,7 @@ TEST_P(reads_of_the_host, AreOneForALargeFrame) {
 }
 
 // 16 blocks of an export in a window of 64 KiB, after a first one that a window behind a jump cannot hold.
-TEST_P(reads_of_the_host, AreFewForBlocksThatFollowEachOther) {
+TEST_P(ReadsOfTheHostTest, AreFewForBlocksThatFollowEachOther) {
     constexpr int blocks = 1601;
     const int32_t number = open_sparse(blocks * 4096);
     std::string block(4096, '\0');
@@ -88,7 +88,7 @@ TEST_P(reads_of_the_host, AreFewForBlocksThatFollowEachOther) {
 }
 
 // Records of an index: 819 fit into a window of 64 KiB.
-TEST_P(reads_of_the_host, AreFewForRecords) {
+TEST_P(ReadsOfTheHostTest, AreFewForRecords) {
     constexpr int records = 8190;
     const int32_t number = open_sparse(records * 80);
     std::string record(80, '\0');
@@ -99,7 +99,7 @@ TEST_P(reads_of_the_host, AreFewForRecords) {
 }
 
 // A block that no window could hold goes straight to where it is wanted.
-TEST_P(reads_of_the_host, AreOneForALargeBlock) {
+TEST_P(ReadsOfTheHostTest, AreOneForALargeBlock) {
     const int32_t number = open_sparse(4 << 20);
     std::string block(1 << 20, '\0');
     asked = {};
@@ -109,6 +109,6 @@ TEST_P(reads_of_the_host, AreOneForALargeBlock) {
     EXPECT_EQ(asked.bytes, 4 << 20);
 }
 
-INSTANTIATE_TEST_SUITE_P(modules, reads_of_the_host, ::testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(Modules, ReadsOfTheHostTest, ::testing::Values(0, 1));
 
 } // namespace
