@@ -44,8 +44,9 @@ bool begins_with_user_data(payload_bytes payload) {
 // The decoder looks a bounded way behind the payload; what it finds there is always zero and never a rest of
 // an earlier frame.
 void decode(uint32_t payload_position, payload_bytes payload) {
-    std::array<uint8_t, USER_DATA_READABLE> padded{};
-    std::copy(payload.begin(), payload.end(), padded.begin());
+    std::array<uint8_t, USER_DATA_READABLE> padded;
+    const auto behind = std::copy(payload.begin(), payload.end(), padded.begin());
+    std::fill(behind, padded.end(), uint8_t{0});
     AnalyzeUserDataInOneFrame(payload_position, padded.data(), static_cast<int32_t>(payload.size()), 0);
 }
 

@@ -86,7 +86,7 @@ public:
     void put_hex8(uint32_t value) {
         char* const at = field(8);
         for (size_t pair = 0; pair < 4; ++pair)
-            std::memcpy(at + 2 * pair, &digit_pairs<16>[(value >> (24 - 8 * pair) & 0xFF) * 2], 2);
+            std::memcpy(at + 2 * pair, &digit_pairs<16>[size_t{2} * (value >> (24 - 8 * pair) & 0xFF)], 2);
     }
 
     // Hands everything to standard output, which one thread alone writes to.

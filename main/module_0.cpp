@@ -71,7 +71,7 @@ bool leads_there_first(const char* folders, const path_text& folder) {
 }
 
 void start_anew(const path_text& program, char** argv, const path_text& folder, const char* folders) {
-    std::array<char, 2 * PATH_MAX> all;
+    std::array<char, size_t{2} * PATH_MAX> all;
     const int length = std::snprintf(all.data(), all.size(), "%s:%s", folder.data(), folders);
     if (length < 0 || static_cast<size_t>(length) >= all.size() ||
         setenv(search_variable, all.data(), 1) != 0)
