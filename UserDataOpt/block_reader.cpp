@@ -21,6 +21,9 @@ struct marker {
 marker find_marker(payload_bytes bytes) {
     constexpr int32_t width_h264 = sizeof kmr_user_data_start_h264;
     constexpr int32_t width_h265 = sizeof kmr_user_data_start_h265;
+    // Where it nearly always stands; a search would cost more than all the rest.
+    if (bytes.size() >= width_h264 && std::memcmp(bytes.data(), kmr_user_data_start_h264, width_h264) == 0)
+        return {width_h264, true};
     const auto length = static_cast<int32_t>(std::min<size_t>(bytes.size(), INT32_MAX));
     const int32_t h264 = FindPosByFlag(bytes.data(), length, kmr_user_data_start_h264, width_h264);
     if (h264 >= 0)

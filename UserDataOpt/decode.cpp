@@ -3,9 +3,10 @@
 #include "UserDataOpt/segment_report.hpp"
 #include "UserDataOpt/segment_table.hpp"
 #include "UserDataOpt/user_data.h"
+#include "UserDataOpt/user_data_report.hpp"
+#include "base/text_line.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 vca_target g_stVcaTarget;
@@ -48,36 +49,47 @@ uint16_t target_value(size_t index) {
     return value;
 }
 
-// Keeps the segment in g_stVcaTarget and puts its name with the two values into `name`.
-std::string_view take_target(const user_data_segment& segment, std::string_view kind_name,
-                             char (&name)[segment_name_width + 1]) {
+void take_target(const user_data_segment& segment) {
     g_stVcaTarget = {.flag = segment.flag, .length = segment.length, .payload = {}};
     std::memcpy(g_stVcaTarget.payload, segment.payload,
                 std::min<size_t>(segment.length, sizeof g_stVcaTarget.payload));
-    const int length = std::snprintf(name, sizeof name, "%.*s %4d %4d", static_cast<int>(kind_name.size()),
-                                     kind_name.data(), target_value(0) - 1, target_value(1) - 1);
-    return {name, static_cast<size_t>(length)};
+}
+
+// With the first two values of g_stVcaTarget behind the name.
+void print_target_row(const segment_kind& kind) {
+    text_line name;
+    name.put_right<1>(kind.name);
+    name.put_decimal<4, ' '>(target_value(0) - 1);
+    name.put_decimal<4, ' '>(target_value(1) - 1);
+    print_segment_row(kind.flag, name.text());
 }
 
 // Does what the segment's kind asks for and prints its row. Whether the segment behind it may be looked at.
-bool take_segment(const user_data_segment& segment, uint32_t block_position) {
+bool take_segment(const user_data_segment& segment) {
     const segment_kind& kind = segment_kind_of(segment.flag);
     count(segment_read);
     count(kind.counter);
-    char target_name[segment_name_width + 1];
-    std::string_view name = kind.name;
-    if (kind.action == segment_action::take_analysis_size)
+    switch (kind.action) {
+    case segment_action::take_analysis_size:
         GetAnalysSize(segment.payload - KMR_SEGMENT_HEAD_SIZE);
-    else if (kind.action == segment_action::take_target)
-        name = take_target(segment, kind.name, target_name);
-    print_segment_row(block_position, segment.flag, name);
-    return kind.action != segment_action::stop;
+        print_segment_row(kind);
+        return true;
+    case segment_action::take_target:
+        take_target(segment);
+        print_target_row(kind);
+        return true;
+    case segment_action::stop:
+        print_segment_row(segment.flag, kind.name);
+        return false;
+    default:
+        print_segment_row(kind);
+        return true;
+    }
 }
 
 void print_block(const user_data_block& block, uint32_t position) {
-    print_block_heading(block.segment_count);
-    const user_data_end end = for_each_segment(
-        block, [&](const user_data_segment& segment) { return take_segment(segment, position); });
+    print_block_heading(block.segment_count, position);
+    const user_data_end end = for_each_segment(block, take_segment);
     if (end == user_data_end::segment_cut_off) {
         count(segment_read); // its head was
         count(segment_cut_off);
@@ -86,14 +98,18 @@ void print_block(const user_data_block& block, uint32_t position) {
 }
 
 } // namespace
+
+int32_t report_user_data(uint32_t position, std::span<const uint8_t> payload, size_t window) {
+    const user_data_block block = read_user_data_block(payload, window);
+    count_block(block);
+    if (block.end == user_data_end::complete)
+        print_block(block, position + block.offset);
+    return block.end == user_data_end::block_too_large ? -1 : 0;
+}
+
 } // namespace kmr
 
 int32_t AnalyzeUserDataInOneFrame(uint32_t loc, const uint8_t* buf, int32_t len, uint32_t) {
     const auto window = static_cast<size_t>(std::max(len, 0));
-    const kmr::user_data_block block =
-        kmr::read_user_data_block({buf, window + USER_DATA_READ_AHEAD}, window);
-    kmr::count_block(block);
-    if (block.end == kmr::user_data_end::complete)
-        kmr::print_block(block, loc + block.offset);
-    return block.end == kmr::user_data_end::block_too_large ? -1 : 0;
+    return kmr::report_user_data(loc, {buf, window + USER_DATA_READ_AHEAD}, window);
 }

@@ -3,6 +3,8 @@
 
 #include "UserDataOpt/user_data_block.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -38,11 +40,26 @@ inline constexpr segment_kind segment_kinds[] = {
 
 inline constexpr segment_kind unknown_segment = {"USERDATA_UNKNOWN *", 0, 17, segment_action::stop};
 
-constexpr const segment_kind& segment_kind_of(uint16_t flag) {
+// All flags but one differ in their last four bits alone, so nobody has to look through the table for those.
+inline constexpr uint16_t common_flag_bits = 0xFED0;
+
+constexpr const segment_kind& search_segment_kind(uint16_t flag) {
     for (const segment_kind& kind : segment_kinds)
         if (kind.flag == flag)
             return kind;
     return unknown_segment;
+}
+
+inline constexpr auto common_segment_kinds = [] {
+    std::array<const segment_kind*, 16> kinds{};
+    for (size_t i = 0; i < kinds.size(); ++i)
+        kinds[i] = &search_segment_kind(static_cast<uint16_t>(common_flag_bits + i));
+    return kinds;
+}();
+
+constexpr const segment_kind& segment_kind_of(uint16_t flag) {
+    const unsigned place = unsigned{flag} - common_flag_bits;
+    return place < common_segment_kinds.size() ? *common_segment_kinds[place] : search_segment_kind(flag);
 }
 
 constexpr bool is_known_segment(uint16_t flag) {

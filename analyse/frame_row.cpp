@@ -114,10 +114,8 @@ void print_frame_row(const kmr_frame_header& frame, int32_t frame_class, uint32_
     line.put(type_text(frame, frame_class));
     const uint32_t numbers[] = {frame.FrameSize,  frame.VideoSize, frame.AFrameNum,
                                 frame.AFrameSize, frame.TimeStamp, static_cast<uint32_t>(pairing.delay())};
-    for (const uint32_t number : numbers) {
-        line.put('\t');
-        line.put_decimal<column_width>(static_cast<int32_t>(number));
-    }
+    for (const uint32_t number : numbers)
+        line.put_decimal<column_width, '\t'>(static_cast<int32_t>(number));
     line.put('\t');
     line.put(validity_text(frame_class));
     line.put('\t');

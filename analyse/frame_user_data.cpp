@@ -1,11 +1,11 @@
 #include "analyse/frame_user_data.h"
 
 #include "UserDataOpt/user_data.h"
+#include "UserDataOpt/user_data_report.hpp"
 #include "analyse/options.h"
 #include "analyse/report_state.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -41,15 +41,6 @@ bool begins_with_user_data(payload_bytes payload) {
     return begins_with(payload, kmr_user_data_start_h264) || begins_with(payload, kmr_user_data_start_h265);
 }
 
-// The decoder looks a bounded way behind the payload; what it finds there is always zero and never a rest of
-// an earlier frame.
-void decode(uint32_t payload_position, payload_bytes payload) {
-    std::array<uint8_t, USER_DATA_READABLE> padded;
-    const auto behind = std::copy(payload.begin(), payload.end(), padded.begin());
-    std::fill(behind, padded.end(), uint8_t{0});
-    AnalyzeUserDataInOneFrame(payload_position, padded.data(), static_cast<int32_t>(payload.size()), 0);
-}
-
 } // namespace
 } // namespace kmr
 
@@ -65,6 +56,6 @@ int32_t rec_get_vcaalarm(vfs_file* fp, uint8_t* buf, int32_t buflen, uint32_t, c
         return -1;
     const kmr::payload_bytes payload(buf, wanted);
     if ((g_Opt & KMR_OPTION_USER_DATA) != 0 && kmr::begins_with_user_data(payload))
-        kmr::decode(position, payload);
+        kmr::report_user_data(position, payload, payload.size());
     return 0;
 }

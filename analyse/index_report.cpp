@@ -67,10 +67,8 @@ void print_record(int32_t number, uint32_t position, const kmr_index_record& rec
     line.put_hex8(record.IPos);
     line.put('\t');
     line.put_hex8(position);
-    for (const uint32_t value : {record.Sign, uint32_t{record.VideoHeight}, uint32_t{record.VideoWidth}}) {
-        line.put('\t');
-        line.put_decimal<width>(static_cast<int32_t>(value));
-    }
+    for (const uint32_t value : {record.Sign, uint32_t{record.VideoHeight}, uint32_t{record.VideoWidth}})
+        line.put_decimal<width, '\t'>(static_cast<int32_t>(value));
     line.put('\t');
     line.put_right<width>({record.TagName, strnlen(record.TagName, sizeof record.TagName)});
     line.put('\n');

@@ -17,6 +17,9 @@ namespace kmr {
 // No single field of a row is longer; what would be is cut.
 inline constexpr size_t longest_field = 64;
 
+// No text that is put as it stands is longer.
+inline constexpr size_t longest_text = 160;
+
 // A text that is right-aligned when the program is compiled, as "%<Width>s" would do it for every row.
 template <size_t Width>
 class column_text {
@@ -42,8 +45,14 @@ public:
 
     template <size_t Size>
     void put(const char (&literal)[Size]) {
-        static_assert(Size - 1 <= longest_field);
+        static_assert(Size - 1 <= longest_text);
         std::memcpy(field(Size - 1), literal, Size - 1);
+    }
+
+    template <size_t Size>
+    void put(const std::array<char, Size>& text) {
+        static_assert(Size <= longest_text);
+        std::memcpy(field(Size), text.data(), Size);
     }
 
     template <size_t Width>
@@ -58,14 +67,14 @@ public:
         std::memcpy(end_of_blanks<Width>(length) - length, text.data(), length);
     }
 
-    // As "%<Width>d".
-    template <size_t Width>
+    // As "%<Width>d", behind the characters of Front, which cost less that way than in fields of their own.
+    template <size_t Width, char... Front>
     void put_decimal(int32_t value) {
         const bool is_negative = value < 0;
         const uint32_t number = is_negative ? 0 - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
         // Nearly all numbers leave a place free in their column: nobody has to count the digits of those.
         const size_t length = number < power_of_ten(Width - 1) ? Width : digits_of(number) + is_negative;
-        char* const first = put_digits<10>(end_of_blanks<Width>(length), number);
+        char* const first = put_digits<10>(end_of_blanks<Width, Front...>(length), number);
         if (is_negative)
             first[-1] = '-';
     }
@@ -142,17 +151,18 @@ private:
         return at;
     }
 
-    // The end of a blank field that is `Width` wide, or `length` when that is more.
-    template <size_t Width>
+    // The end of a blank field that is `Width` wide, or `length` when that is more, behind the characters of Front.
+    template <size_t Width, char... Front>
     char* end_of_blanks(size_t length) {
-        static_assert(Width <= longest_field);
+        static_assert(sizeof...(Front) + Width <= longest_field);
         const size_t size = std::max(length, Width);
-        char* const at = field(size);
+        char* at = field(sizeof...(Front) + size);
+        ((*at++ = Front), ...);
         std::memset(at, ' ', Width);
         return at + size;
     }
 
-    std::array<char, capacity + longest_field> line_;
+    std::array<char, capacity + longest_text> line_;
     size_t length_ = 0;
 };
 

@@ -7,7 +7,7 @@
 #include "file_op/frame_search.h"
 #include "file_op/rebuild.h"
 #include "libvfs/vfs.h"
-#include "vfslist16a/index_query.h"
+#include "vfslist16a/record_query.h"
 
 #include <cstdio>
 #include <cstring>
