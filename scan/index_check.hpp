@@ -1,0 +1,105 @@
+// Holds the records of an index against the I-frames that they name, both in the order of the file, while the frames
+// are met. A few I-frames wait until it is plain which record is theirs: a record too many, one too few, one that is
+// wrong and one in the wrong place look alike at first.
+#pragma once
+
+#include "scan/entry_times.hpp"
+#include "scan/events.hpp"
+#include "scan/finding_list.hpp"
+#include "scan/index_records.hpp"
+#include "scan/report.hpp"
+
+#include <deque>
+#include <optional>
+#include <vector>
+
+namespace kmr::scan {
+
+// A frame that an index record ought to name.
+struct indexed_frame {
+    uint64_t offset = 0;
+    uint32_t number = 0;
+    uint32_t stamp = 0;
+    int64_t stream_ms = 0;
+    uint32_t clock_run = 0;
+    picture_size own_size = {}; // of its parameter sets, where it has some
+    // Its header says something else than its picture: with a record or without, the finding on it covers both.
+    bool record_optional = false;
+    // No picture of an I-frame is behind it, which is a finding only if the recording has such pictures elsewhere.
+    bool doubtful = false;
+};
+
+class index_check {
+public:
+    // `block` is whole. `header_size` is 0 x 0 where the file header is not valid.
+    index_check(byte_source& source, const index_event& block, picture_size header_size,
+                finding_list& findings);
+
+    // The time in the record of the I-frame at this offset, if it has one near the place where it is to be expected.
+    std::optional<uint32_t> time_of(uint64_t frame_offset);
+
+    void take(const indexed_frame& frame);
+    void take_torn(uint64_t offset, uint64_t length);
+
+    // `pictures_known`: doubtful frames had their own finding.
+    void finish(bool pictures_known);
+
+    std::optional<int64_t> start_ms() const { return times_.start_ms(); }
+    uint64_t tags() const { return tag_count_; }
+    std::vector<tag>& tag_list() { return tags_; }
+
+private:
+    struct region {
+        uint64_t begin = 0;
+        uint64_t end = 0;
+    };
+    struct absent_frame {
+        uint64_t offset = 0;
+        uint32_t number = 0;
+        int64_t stream_ms = 0;
+        bool doubtful = false;
+    };
+
+    void settle_front();
+    bool names(uint64_t record, const indexed_frame& frame);
+    size_t records_until(const indexed_frame& frame);
+    size_t frames_until(uint64_t record);
+    bool falls_in_step();
+    bool follows_shift();
+    void match_front();
+    void miss_front();
+    void replace_front();
+    enum class stray : uint8_t { wrong, misplaced, lost_with_its_frame };
+    stray stray_record();
+    bool is_in_torn_region(uint64_t offset) const;
+    bool take_as_misplaced(uint64_t record);
+    bool runs_back(uint64_t record);
+    void report_wrong_place(uint64_t record);
+    void report_order(uint64_t record);
+    void check_size(const indexed_frame& frame);
+    void next_record();
+    finding entry_finding(uint64_t record, index_field field, int64_t actual) const;
+    void report_incomplete(bool pictures_known);
+
+    byte_source& source_;
+    index_event block_;
+    index_records records_;
+    picture_size header_size_;
+    finding_list& findings_;
+    entry_times times_;
+
+    uint64_t record_ = 0; // the next one to be settled
+    std::deque<indexed_frame> waiting_ = {};
+    uint32_t shift_ = 0; // all records name offsets that lie this much too high
+    std::deque<region> torn_ = {};
+    std::vector<absent_frame> absent_ = {};  // frames without a record so far, the first of them
+    std::vector<uint64_t> named_ahead_ = {}; // frames that a record named before its turn
+    uint64_t absent_count_ = 0;
+    uint64_t doubtful_count_ = 0; // among the absent
+    bool order_reported_ = false;
+    uint64_t time_record_ = 0;
+    uint64_t tag_count_ = 0;
+    std::vector<tag> tags_ = {};
+};
+
+} // namespace kmr::scan
