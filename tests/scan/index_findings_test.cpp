@@ -1,0 +1,255 @@
+// Findings on the index block and its records. With ten frames the block stands at 1160, its records at 1204 and 1284;
+// with fifteen (I-frames at 88, 624 and 1160) at 1696, its records at 1740, 1820 and 1900.
+#include "tests/scan/compose.hpp"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using kmr::scan::verdict;
+using recording::put_u16;
+using recording::put_u32;
+using scan_test::bytes;
+using scan_test::found;
+using scan_test::frames;
+using scan_test::recording_of;
+using scan_test::records;
+using scan_test::records_for;
+using scan_test::sound_frames;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+bytes sound() {
+    return recording_of(sound_frames(10));
+}
+
+TEST(index_block, missing) {
+    const auto judged = scan_test::judge(scan_test::without_index(sound_frames(10)));
+    EXPECT_THAT(found(judged), ElementsAre("index-missing @1160 +0"));
+    EXPECT_EQ(judged.judged, verdict::unfinished);
+    EXPECT_FALSE(judged.index.present);
+    EXPECT_FALSE(judged.start_from_index);
+    EXPECT_TRUE(judged.start_ms);
+    EXPECT_TRUE(judged.repair.possible);
+}
+
+TEST(index_block, cut_off) {
+    bytes file = sound();
+    file.resize(1300);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre("index-torn @1160 +140"));
+    EXPECT_FALSE(judged.index.present);
+    file.resize(1160 + 32);
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +32"));
+    file.resize(1160 + 31);
+    EXPECT_THAT(found(file), ElementsAre("frame-torn-at-end @1160 +31"));
+}
+
+TEST(index_block, without_its_sync_word) {
+    bytes file = sound();
+    file.at(1163) = 3;
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
+}
+
+TEST(index_block, without_its_head) {
+    bytes file = sound();
+    std::fill_n(file.begin() + 1160, 44, uint8_t{0});
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
+}
+
+TEST(index_block, without_the_trailers_magic) {
+    bytes file = sound();
+    file.at(1364) ^= 1;
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
+}
+
+TEST(index_block, behind_a_torn_frame_without_its_sync_word) {
+    bytes file = sound();
+    file.at(1064) = 9;
+    file.at(1163) = 3;
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
+}
+
+TEST(index_block, head_and_trailer_that_disagree) {
+    const struct {
+        size_t at;
+        uint32_t value;
+    } fields[] = {
+        {1160 + 4, 213},         // FrameSize
+        {1160 + 16, 5},          // stamp
+        {1160 + 20, 181},        // VideoSize
+        {1160 + 28, 0x00020000}, // tag
+        {1160 + 32, 3},          // number of records
+        {1160 + 36, 81},         // their size
+        {1368, 211},             // the trailer's length
+        {1368, 212 + 80},
+    };
+    for (const auto& field : fields) {
+        bytes file = sound();
+        put_u32(file, field.at, field.value);
+        const auto judged = scan_test::judge(file);
+        EXPECT_THAT(found(judged), ElementsAre("index-head-wrong @1160 +44")) << field.at;
+        EXPECT_EQ(judged.judged, verdict::damaged);
+        EXPECT_EQ(judged.frames.total, 10U);
+    }
+}
+
+TEST(index_block, bytes_behind_it) {
+    bytes file = sound();
+    file.resize(file.size() + 10, 0x77);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre("bytes-behind-index @1372 +10"));
+    EXPECT_EQ(judged.index.records, 2U);
+    EXPECT_EQ(judged.start_ms, 1420167845000);
+}
+
+TEST(index_block, its_records_are_checked_when_bytes_stand_behind_it) {
+    bytes file = sound();
+    put_u32(file, 1284 + 4, 700);
+    file.resize(file.size() + 10, 0x77);
+    EXPECT_THAT(found(file), ElementsAre("index-entry-wrong @1284 +80 record=1 field=offset actual=700",
+                                         "bytes-behind-index @1372 +10"));
+}
+
+TEST(index_block, wrong_tag_count) {
+    records index = records_for(sound_frames(10));
+    index[1].tag = "gate";
+    bytes file = recording_of(sound_frames(10), index);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), IsEmpty());
+    EXPECT_EQ(judged.index.tags, 1U);
+    ASSERT_EQ(judged.tags.size(), 1U);
+    EXPECT_EQ(judged.tags[0].text, "gate");
+    EXPECT_EQ(judged.tags[0].record, 1U);
+    put_u32(file, 1160 + 12, 2);
+    EXPECT_THAT(found(file), ElementsAre("tag-count-wrong @1172 +4 expected=1 actual=2"));
+}
+
+TEST(index_records, naming_nothing) {
+    bytes file = sound();
+    put_u32(file, 1284 + 4, 700);
+    EXPECT_THAT(found(file), ElementsAre("index-entry-wrong @1284 +80 record=1 field=offset actual=700"));
+    put_u32(file, 1284 + 4, 0xFFFFFFFF);
+    EXPECT_THAT(found(file),
+                ElementsAre("index-entry-wrong @1284 +80 record=1 field=offset actual=4294967295"));
+    file = sound();
+    put_u32(file, 1204 + 4, 0xFFFFFFFF);
+    EXPECT_THAT(found(file),
+                ElementsAre("index-entry-wrong @1204 +80 record=0 field=offset actual=4294967295"));
+}
+
+TEST(index_records, naming_a_p_frame) {
+    bytes file = sound();
+    put_u32(file, 1284 + 4, 336);
+    EXPECT_THAT(found(file), ElementsAre("index-entry-wrong @1284 +80 #3 t80 record=1 field=kind actual=1"));
+}
+
+TEST(index_records, with_a_wrong_time) {
+    records index = records_for(sound_frames(15));
+    index[1].time += 3;
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)),
+                ElementsAre("index-entry-wrong @1820 +80 #6 t200 record=1 field=time actual=1420167848"));
+    index[1].time -= 1; // 2 s less 200 ms off
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), IsEmpty());
+}
+
+TEST(index_records, in_another_time_zone_than_the_header) {
+    records index = records_for(sound_frames(15));
+    for (auto& each : index)
+        each.time += 13 * 3600;
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), IsEmpty());
+}
+
+TEST(index_records, with_a_wrong_picture_size) {
+    bytes file = sound();
+    put_u16(file, 1284 + 12, 1280); // 1280 x 1080
+    EXPECT_THAT(found(file),
+                ElementsAre("index-entry-wrong @1284 +80 #6 t200 record=1 field=size actual=70780160"));
+}
+
+TEST(index_records, with_the_size_of_the_parameter_sets) {
+    bytes file = sound();
+    put_u16(file, 2, 1280);
+    put_u16(file, 4, 720);
+    EXPECT_THAT(found(file), IsEmpty());
+}
+
+TEST(index_records, all_shifted_alike_are_one_finding) {
+    records index = records_for(sound_frames(15));
+    for (auto& each : index)
+        each.position += 16;
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)),
+                ElementsAre("index-entry-wrong @1740 +80 record=0 field=offset actual=104"));
+}
+
+TEST(index_records, shifted_behind_bytes_that_are_gone) {
+    // 50 bytes cut out of the fourth frame: it stays, its neighbour is hit, what follows stands 50 bytes lower.
+    const frames all = sound_frames(20);
+    bytes file = recording_of(all);
+    file.erase(file.begin() + 432 + 40, file.begin() + 432 + 90);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre("bytes-torn @528 +46 #6 t200",
+                                           "index-entry-wrong @2306 +80 record=1 field=offset actual=624"));
+}
+
+TEST(index_records, of_frames_in_torn_regions_are_silent) {
+    bytes file = recording_of(sound_frames(15));
+    file.at(624 + 3) = 9;
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +152 #7 t240"));
+}
+
+TEST(index_records, missing) {
+    records index = records_for(sound_frames(15));
+    index.erase(index.begin() + 1);
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)),
+                ElementsAre("index-incomplete @1696 +212 #6 t200 missing=1"));
+    index.clear();
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)),
+                ElementsAre("index-incomplete @1696 +52 #1 t0 missing=3"));
+}
+
+TEST(index_records, in_the_wrong_order) {
+    records index = records_for(sound_frames(15));
+    std::swap(index[1], index[2]);
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1900 +80 record=2"));
+    std::rotate(index.begin(), index.begin() + 1, index.end()); // third, second, first
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
+}
+
+TEST(index_records, twice_the_same) {
+    records index = records_for(sound_frames(15));
+    index.insert(index.begin() + 1, index[0]);
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
+    index = records_for(sound_frames(15));
+    index[1] = index[0]; // the second frame's record is the wrong one, not a missing one
+    EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
+}
+
+TEST(index_records, many) {
+    EXPECT_THAT(found(recording_of(sound_frames(5000))), IsEmpty());
+    records index = records_for(sound_frames(5000)); // 1000 records; the block at 88 + 1000 * 536
+    index[700].position += 4;
+    index[701].position += 9;
+    EXPECT_THAT(found(recording_of(sound_frames(5000), index)),
+                ElementsAre("index-entry-wrong @592132 +80 record=700 field=offset actual=375292",
+                            "index-entry-wrong @592212 +80 record=701 field=offset actual=375833"));
+}
+
+TEST(findings, are_capped_and_counted) {
+    records index = records_for(sound_frames(1000)); // 200 records
+    for (auto& each : index)
+        each.width = 1280;
+    const bytes file = recording_of(sound_frames(1000), index);
+    const auto judged = scan_test::judge(file);
+    EXPECT_EQ(judged.findings.size(), 100U);
+    EXPECT_EQ(judged.findings_left_out, 100U);
+    EXPECT_EQ(judged.found[static_cast<size_t>(kmr::scan::finding_code::index_entry_wrong)], 200U);
+    kmr::scan::memory_source source(file);
+    const auto all = kmr::scan::judge(source, {.most_per_code = SIZE_MAX});
+    EXPECT_EQ(all.findings.size(), 200U);
+    EXPECT_EQ(all.findings_left_out, 0U);
+}
+
+} // namespace

@@ -1,0 +1,131 @@
+#include "scan/bit_reader.hpp"
+#include "scan/parameter_sets.hpp"
+#include "scan/payload.hpp"
+#include "tests/scan/compose.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace scan = kmr::scan;
+using scan::picture_size;
+using scan::video_codec;
+using scan_test::bytes;
+
+scan::payload_look look(const bytes& video, video_codec known = video_codec::unknown) {
+    return scan::look_at(video, static_cast<uint32_t>(video.size()), scan::look_at_user_data(video), known);
+}
+
+bytes units(std::initializer_list<bytes> of) {
+    bytes video;
+    for (const bytes& each : of) {
+        recording::append(video, {0, 0, 0, 1});
+        recording::append(video, each);
+    }
+    return video;
+}
+
+TEST(bit_reader, reads_exp_golomb) {
+    // 1 | 010 | 011 | 00100 | 00101 | 1...
+    const bytes set = {0b10100110, 0b01000010, 0b11000000};
+    scan::bit_reader from(set);
+    EXPECT_EQ(from.number(), 0U);
+    EXPECT_EQ(from.number(), 1U);
+    EXPECT_EQ(from.number(), 2U);
+    EXPECT_EQ(from.number(), 3U);
+    EXPECT_EQ(from.number(), 4U);
+    EXPECT_FALSE(from.overrun());
+}
+
+TEST(bit_reader, signs_alternate) {
+    const bytes set = {0b01001100, 0b10000101}; // 1, 2, 3, 4 in Exp-Golomb
+    scan::bit_reader from(set);
+    EXPECT_EQ(from.signed_number(), 1);
+    EXPECT_EQ(from.signed_number(), -1);
+    EXPECT_EQ(from.signed_number(), 2);
+    EXPECT_EQ(from.signed_number(), -2);
+}
+
+TEST(bit_reader, takes_escapes_out_and_stops_at_the_end) {
+    const bytes set = {0, 0, 3, 1};
+    scan::bit_reader from(set);
+    EXPECT_EQ(from.bits(24), 1U);
+    EXPECT_FALSE(from.overrun());
+    EXPECT_EQ(from.number(), 0U);
+    EXPECT_TRUE(from.overrun());
+}
+
+TEST(parameter_sets, sizes) {
+    EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(120, 68, 4)), (picture_size{1920, 1080}));
+    EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(22, 18, 0)), (picture_size{352, 288}));
+    EXPECT_EQ(scan::size_in_h265_set(scan_test::h265_sequence_set(2560, 1440, 0)),
+              (picture_size{2560, 1440}));
+    EXPECT_EQ(scan::size_in_h265_set(scan_test::h265_sequence_set(1920, 1088, 4)),
+              (picture_size{1920, 1080}));
+}
+
+TEST(parameter_sets, cut_off_or_absurd_have_no_size) {
+    const bytes whole = scan_test::h264_sequence_set(120, 68, 4);
+    for (size_t length = 0; length + 1 < whole.size(); ++length)
+        EXPECT_FALSE(scan::size_in_h264_set({whole.data(), length}).known()) << length;
+    EXPECT_FALSE(scan::size_in_h264_set(scan_test::h264_sequence_set(5000, 68, 4)).known());
+    EXPECT_FALSE(scan::size_in_h264_set(scan_test::h264_sequence_set(120, 68, 4000)).known());
+    EXPECT_FALSE(scan::size_in_h265_set({}).known());
+}
+
+TEST(payload, of_an_h264_i_frame) {
+    const auto seen = look(scan_test::i_video());
+    EXPECT_TRUE(seen.starts_with_unit);
+    EXPECT_TRUE(seen.has_all_sets());
+    EXPECT_TRUE(seen.has_random_access);
+    EXPECT_EQ(seen.codec, video_codec::h264);
+    EXPECT_EQ(seen.size, (picture_size{1920, 1080}));
+}
+
+TEST(payload, of_an_h264_p_frame) {
+    const auto seen = look(scan_test::p_video());
+    EXPECT_TRUE(seen.has_picture);
+    EXPECT_FALSE(seen.has_random_access);
+    EXPECT_FALSE(seen.has_any_set());
+    EXPECT_EQ(seen.codec, video_codec::h264);
+}
+
+TEST(payload, of_h265_frames) {
+    const auto seen = look(units({{0x40, 0x01, 0x0C},
+                                  scan_test::h265_sequence_set(2560, 1440, 0),
+                                  {0x44, 0x01, 0xC1},
+                                  {0x26, 0x01, 0xAF}}));
+    EXPECT_EQ(seen.codec, video_codec::h265);
+    EXPECT_TRUE(seen.has_all_sets());
+    EXPECT_TRUE(seen.has_random_access);
+    EXPECT_EQ(seen.size, (picture_size{2560, 1440}));
+    EXPECT_EQ(look(units({{0x02, 0x01, 0xD0}})).codec, video_codec::h265);
+    EXPECT_TRUE(look(units({{0x02, 0x01, 0xD0}})).has_picture);
+    EXPECT_FALSE(look(units({{0x26, 0x01, 0xAF}})).has_all_sets());
+}
+
+TEST(payload, with_a_short_start_code) {
+    EXPECT_TRUE(look({0, 0, 1, 0x41, 0x9A, 0x24}).starts_with_unit);
+    EXPECT_FALSE(look({0, 0, 2, 0x41, 0x9A, 0x24}).starts_with_unit);
+    EXPECT_FALSE(look({0, 0, 0}).starts_with_unit);
+    EXPECT_FALSE(look({}).starts_with_unit);
+    EXPECT_FALSE(look({7, 0, 0, 1, 0x41, 0x9A}).starts_with_unit);
+}
+
+TEST(payload, cut_before_its_picture_is_not_judged) {
+    const bytes video = units({bytes(100, 0x06)});
+    EXPECT_TRUE(scan::look_at(video, 5000, {}, video_codec::h264).cut);
+    EXPECT_FALSE(look(video, video_codec::h264).cut);
+}
+
+TEST(payload, user_data_that_looks_like_units_is_passed_over) {
+    bytes video = scan_test::user_data_unit(
+        scan_test::user_data_block("ZNST", 0, {0, 0, 1, 0x65, 0x88, 0, 0, 1, 0x67}));
+    recording::append(video, scan_test::p_video());
+    const auto seen = look(video);
+    EXPECT_FALSE(seen.has_random_access);
+    EXPECT_FALSE(seen.has_any_set());
+    EXPECT_TRUE(seen.has_picture);
+}
+
+} // namespace
