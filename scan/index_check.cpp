@@ -10,15 +10,15 @@
 namespace kmr::scan {
 namespace {
 
-constexpr size_t most_waiting = 16;      // frames, and records looked ahead
-constexpr size_t most_regions = 4096;    // torn regions that are remembered
-constexpr size_t most_remembered = 1024; // frames out of order that are remembered
+constexpr size_t most_waiting = 8;      // frames, and records looked ahead
+constexpr size_t most_regions = 4096;   // torn regions that are remembered
+constexpr size_t most_remembered = 128; // frames out of order that are remembered
 
 uint32_t as_in_a_record(uint64_t offset) {
     return static_cast<uint32_t>(offset); // beyond 4 GiB the index names offsets modulo 2^32
 }
 
-bool take_out(std::vector<uint64_t>& from, uint64_t value) {
+bool take_out(std::vector<uint32_t>& from, uint32_t value) {
     const auto found = std::find(from.begin(), from.end(), value);
     if (found == from.end())
         return false;
@@ -86,10 +86,12 @@ bool index_check::falls_in_step() {
     return false;
 }
 
-// Finds the one distance by which the records from here on miss their frames. Two or three neighbours bear it out.
+// Finds the one distance by which the records from here on miss their frames. Two or three neighbours bear it out;
+// where frames follow each other at one distance, so that any of them would do, a record that names one is not shifted.
 bool index_check::follows_shift() {
     const size_t wanted = std::min<size_t>(3, waiting_.size());
-    if (wanted < 2)
+    const auto header = frame_at(records_[record_].IPos);
+    if (wanted < 2 || (header && kmr_is_i_frame(&*header)))
         return false;
     for (uint64_t first = record_; first <= record_ + most_waiting && first + wanted <= records_.count();
          ++first) {
@@ -128,8 +130,36 @@ void index_check::settle_front() {
         stray_record();
     else if (frames > 0)
         miss_front();
+    else
+        settle_apart();
+}
+
+// Record and frame are nowhere near each other.
+void index_check::settle_apart() {
+    if (skip_lost_frames())
+        return;
+    if (names_a_later_frame())
+        miss_front();
     else if (falls_in_step() || !follows_shift())
         replace_front();
+}
+
+// Many I-frames are gone in one torn region: their records go with them if the one behind is the front frame's.
+bool index_check::skip_lost_frames() {
+    behind_torn_ = std::max(behind_torn_, record_);
+    while (behind_torn_ < records_.count() && is_in_torn_region(records_[behind_torn_].IPos))
+        ++behind_torn_;
+    if (behind_torn_ == record_ || !names(behind_torn_, waiting_.front()))
+        return false;
+    while (record_ < behind_torn_)
+        next_record();
+    return true;
+}
+
+bool index_check::names_a_later_frame() {
+    const uint32_t position = records_[record_].IPos;
+    const auto header = frame_at(position);
+    return header && kmr_is_i_frame(&*header) && position > as_in_a_record(waiting_.back().offset);
 }
 
 void index_check::match_front() {
@@ -149,7 +179,7 @@ void index_check::match_front() {
 void index_check::miss_front() {
     const indexed_frame frame = waiting_.front();
     waiting_.pop_front();
-    if (frame.record_optional || take_out(named_ahead_, frame.offset))
+    if (frame.record_optional || take_out(named_ahead_, as_in_a_record(frame.offset)))
         return;
     ++absent_count_;
     doubtful_count_ += frame.doubtful ? 1 : 0;
@@ -180,31 +210,48 @@ index_check::stray index_check::stray_record() {
     return what;
 }
 
-bool index_check::is_in_torn_region(uint64_t offset) const {
-    return std::any_of(torn_.begin(), torn_.end(), [&](const region& each) {
-        return offset >= as_in_a_record(each.begin) &&
-               offset - as_in_a_record(each.begin) < each.end - each.begin;
-    });
+bool index_check::is_in_torn_region(uint32_t position) const {
+    if (torn_.empty())
+        return false;
+    constexpr uint64_t four_gib = uint64_t{1} << 32;
+    for (uint64_t offset = position; offset < torn_.back().end; offset += four_gib) {
+        const auto behind = std::partition_point(torn_.begin(), torn_.end(),
+                                                 [&](const region& each) { return each.end <= offset; });
+        if (behind != torn_.end() && behind->begin <= offset)
+            return true;
+    }
+    return false;
 }
 
-// An I-frame of this recording that is not the one whose turn it is: the record stands in the wrong place.
+// The ordinary frame whose header stands at this place.
+std::optional<kmr_frame_header> index_check::frame_at(uint64_t position) {
+    kmr_frame_header header = {};
+    if (position < KMR_FILE_HEADER_SIZE || position >= block_.offset)
+        return {};
+    const read_result read = source_.read_at(position, {reinterpret_cast<uint8_t*>(&header), sizeof header});
+    if (read.failed())
+        throw read_stopped{position, read.error};
+    const bool is_frame = read.count == sizeof header && rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
+    return is_frame ? std::optional(header) : std::nullopt;
+}
+
+// An I-frame that is not the one whose turn it is: the record stands in the wrong place.
 bool index_check::take_as_misplaced(uint64_t record) {
-    const uint64_t position = records_[record].IPos;
+    const uint32_t position = records_[record].IPos;
     const auto absent = std::find_if(absent_.begin(), absent_.end(), [&](const absent_frame& each) {
-        return as_in_a_record(each.offset) == position;
-    });
-    const auto waiting = std::find_if(waiting_.begin(), waiting_.end(), [&](const indexed_frame& each) {
         return as_in_a_record(each.offset) == position;
     });
     if (absent != absent_.end()) {
         --absent_count_;
         doubtful_count_ -= absent->doubtful ? 1 : 0;
         absent_.erase(absent);
-    } else if (waiting != waiting_.end()) {
-        if (named_ahead_.size() < most_remembered)
-            named_ahead_.push_back(waiting->offset);
     } else {
-        return false;
+        const auto header = frame_at(position);
+        if (!header || !kmr_is_i_frame(&*header))
+            return false;
+        const bool ahead = !waiting_.empty() && position >= as_in_a_record(waiting_.front().offset);
+        if (ahead && named_ahead_.size() < most_remembered)
+            named_ahead_.push_back(position);
     }
     report_order(runs_back(record) ? record : record + 1);
     return true;
@@ -224,29 +271,19 @@ finding index_check::entry_finding(uint64_t record, index_field field, int64_t a
     return found;
 }
 
-// The record names a P-frame, or nothing at all, or an I-frame that has its record already.
+// The record names a P-frame, or nothing at all.
 void index_check::report_wrong_place(uint64_t record) {
-    const uint64_t position = records_[record].IPos;
-    kmr_frame_header header = {};
-    const std::span<uint8_t> into(reinterpret_cast<uint8_t*>(&header), sizeof header);
-    const read_result read = source_.read_at(position, into);
-    if (read.failed())
-        throw read_stopped{position, read.error};
-    const bool is_frame = position >= KMR_FILE_HEADER_SIZE && position < block_.offset &&
-                          read.count == sizeof header && rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
-    if (is_frame && kmr_is_i_frame(&header) && runs_back(record)) {
-        report_order(record);
+    const uint32_t position = records_[record].IPos;
+    const auto header = frame_at(position);
+    if (!header || kmr_is_i_frame(&*header)) {
+        findings_.add(entry_finding(record, index_field::offset, position));
         return;
     }
-    if (!is_frame || kmr_is_i_frame(&header)) {
-        findings_.add(entry_finding(record, index_field::offset, static_cast<int64_t>(position)));
-        return;
-    }
-    finding found = entry_finding(record, index_field::kind, header.FrameKind);
-    found.frame = header.FrameNo;
+    finding found = entry_finding(record, index_field::kind, header->FrameKind);
+    found.frame = header->FrameNo;
     if (!waiting_.empty()) {
         const indexed_frame& near = waiting_.front();
-        found.time_ms = near.stream_ms + wrapped_distance(near.stamp, header.TimeStamp);
+        found.time_ms = near.stream_ms + wrapped_distance(near.stamp, header->TimeStamp);
     }
     findings_.add(found);
 }

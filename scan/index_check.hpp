@@ -61,6 +61,9 @@ private:
     };
 
     void settle_front();
+    void settle_apart();
+    bool skip_lost_frames();
+    bool names_a_later_frame();
     bool names(uint64_t record, const indexed_frame& frame);
     size_t records_until(const indexed_frame& frame);
     size_t frames_until(uint64_t record);
@@ -71,7 +74,8 @@ private:
     void replace_front();
     enum class stray : uint8_t { wrong, misplaced, lost_with_its_frame };
     stray stray_record();
-    bool is_in_torn_region(uint64_t offset) const;
+    bool is_in_torn_region(uint32_t position) const;
+    std::optional<kmr_frame_header> frame_at(uint64_t position);
     bool take_as_misplaced(uint64_t record);
     bool runs_back(uint64_t record);
     void report_wrong_place(uint64_t record);
@@ -90,10 +94,11 @@ private:
 
     uint64_t record_ = 0; // the next one to be settled
     std::deque<indexed_frame> waiting_ = {};
-    uint32_t shift_ = 0; // all records name offsets that lie this much too high
-    std::deque<region> torn_ = {};
+    uint32_t shift_ = 0;                     // all records name offsets that lie this much too high
+    std::deque<region> torn_ = {};           // in the order of the file
+    uint64_t behind_torn_ = 0;               // records up to here lie in torn regions
     std::vector<absent_frame> absent_ = {};  // frames without a record so far, the first of them
-    std::vector<uint64_t> named_ahead_ = {}; // frames that a record named before its turn
+    std::vector<uint32_t> named_ahead_ = {}; // frames that a record named before its turn
     uint64_t absent_count_ = 0;
     uint64_t doubtful_count_ = 0; // among the absent
     bool order_reported_ = false;

@@ -76,15 +76,25 @@ bool starts_with_unit(std::span<const uint8_t> payload) {
            std::equal(std::begin(short_start), std::end(short_start), payload.begin());
 }
 
+unit_kind kind_of_unit(video_codec codec, uint8_t first) {
+    return codec == video_codec::h265 ? h265_kind(first) : h264_kind(first);
+}
+
+// The unit alone: `bytes` begins with it and may go on with others.
+std::span<const uint8_t> without_next(std::span<const uint8_t> bytes) {
+    const size_t next = next_unit(bytes, 0);
+    return next == bytes.size() ? bytes : bytes.first(next - sizeof short_start);
+}
+
 void take_unit(payload_look& look, std::span<const uint8_t> unit) {
-    const bool h265 = look.codec == video_codec::h265;
-    switch (h265 ? h265_kind(unit[0]) : h264_kind(unit[0])) {
+    switch (kind_of_unit(look.codec, unit[0])) {
     case unit_kind::video_set:
         look.has_video_set = true;
         break;
     case unit_kind::sequence_set:
         look.has_sequence_set = true;
-        look.size = h265 ? size_in_h265_set(unit) : size_in_h264_set(unit);
+        unit = without_next(unit);
+        look.size = look.codec == video_codec::h265 ? size_in_h265_set(unit) : size_in_h264_set(unit);
         break;
     case unit_kind::picture_set:
         look.has_picture_set = true;
@@ -117,11 +127,9 @@ payload_look look_at(std::span<const uint8_t> payload, uint32_t video_size, cons
     while (at + 1 < payload.size() && !look.has_picture) {
         if (look.codec == video_codec::unknown)
             look.codec = codec_of(payload[at], payload[at + 1]);
-        const size_t next = next_unit(payload, at);
         if (look.codec != video_codec::unknown)
-            take_unit(look,
-                      payload.subspan(at, (next == payload.size() ? next : next - sizeof short_start) - at));
-        at = next;
+            take_unit(look, payload.subspan(at));
+        at = look.has_picture ? at : next_unit(payload, at);
     }
     look.cut = !look.has_picture && payload.size() < video_size;
     return look;

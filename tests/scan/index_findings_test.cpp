@@ -200,6 +200,45 @@ TEST(index_records, of_frames_in_torn_regions_are_silent) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +152 #7 t240"));
 }
 
+TEST(index_records, of_many_frames_in_one_torn_region_are_silent) {
+    // Every I-frame stands 536 bytes behind the last: 30 of 40 are gone, and their records are no shifted ones.
+    bytes file = recording_of(sound_frames(200));
+    std::fill(file.begin() + 88 + 5 * 536, file.begin() + 88 + 35 * 536, uint8_t{0});
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @2768 +16080 #176 t7000"));
+}
+
+TEST(index_records, shifted_behind_bytes_that_came_between) {
+    frames all = sound_frames(20);
+    bytes file = recording_of(all);
+    const bytes garbage(100, 0x77);
+    file.insert(file.begin() + 624, garbage.begin(), garbage.end());
+    // The block has moved to 2332, its second record to 2456.
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +100 #6 t200",
+                                         "index-entry-wrong @2456 +80 record=1 field=offset actual=624"));
+}
+
+TEST(index_records, missing_in_a_row) {
+    records index = records_for(sound_frames(200));
+    index.erase(index.begin() + 3, index.begin() + 23);
+    EXPECT_THAT(found(recording_of(sound_frames(200), index)),
+                ElementsAre("index-incomplete @21528 +1652 #16 t600 missing=20"));
+    index = records_for(sound_frames(200));
+    index.erase(index.begin(), index.begin() + 20);
+    EXPECT_THAT(found(recording_of(sound_frames(200), index)),
+                ElementsAre("index-incomplete @21528 +1652 #1 t0 missing=20"));
+}
+
+TEST(index_records, far_from_their_place) {
+    records index = records_for(sound_frames(200));
+    std::rotate(index.begin() + 3, index.begin() + 30, index.begin() + 31); // the 30th stands third now
+    EXPECT_THAT(found(recording_of(sound_frames(200), index)),
+                ElementsAre("index-order @21892 +80 record=4"));
+    index = records_for(sound_frames(200));
+    std::rotate(index.begin() + 3, index.begin() + 4, index.begin() + 31); // the third stands 30th now
+    EXPECT_THAT(found(recording_of(sound_frames(200), index)),
+                ElementsAre("index-order @23972 +80 record=30"));
+}
+
 TEST(index_records, missing) {
     records index = records_for(sound_frames(15));
     index.erase(index.begin() + 1);

@@ -1,0 +1,61 @@
+#include "scan/quick_look.hpp"
+#include "tests/scan/compose.hpp"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace scan = kmr::scan;
+using scan_test::bytes;
+
+scan::quick_look look(const bytes& file) {
+    scan::memory_source source(file);
+    return scan::look_quickly(source);
+}
+
+TEST(quick_look, tells_what_a_judgement_tells) {
+    auto index = scan_test::records_for(scan_test::sound_frames(20));
+    index[2].tag = "door";
+    const bytes file = scan_test::recording_of(scan_test::sound_frames(20), index);
+    const scan::quick_look seen = look(file);
+    const scan::report judged = scan_test::judge(file);
+    EXPECT_EQ(seen.header.state, scan::header_state::valid);
+    EXPECT_EQ(seen.index.records, 4U);
+    EXPECT_EQ(seen.index.tags, 1U);
+    ASSERT_EQ(seen.tags.size(), 1U);
+    EXPECT_EQ(seen.tags[0].text, "door");
+    EXPECT_EQ(seen.start_ms, 1420167844800); // the offsets are 0, -200, -400 and -600 ms
+    EXPECT_EQ(seen.start_ms, judged.start_ms);
+    EXPECT_EQ(seen.duration_ms, 760);
+    EXPECT_EQ(judged.duration_ms, 760);
+    EXPECT_TRUE(seen.start_from_index);
+}
+
+TEST(quick_look, without_an_index_takes_the_header) {
+    const bytes file = scan_test::without_index(scan_test::sound_frames(20));
+    const scan::quick_look seen = look(file);
+    EXPECT_FALSE(seen.index.present);
+    EXPECT_EQ(seen.start_ms, scan_test::judge(file).start_ms);
+    EXPECT_TRUE(seen.start_ms);
+    EXPECT_FALSE(seen.duration_ms);
+}
+
+TEST(quick_look, of_no_recording) {
+    EXPECT_EQ(look(bytes(500, 0xEE)).header.state, scan::header_state::implausible);
+    EXPECT_EQ(look(bytes(50, 0xEE)).header.state, scan::header_state::too_short);
+    EXPECT_FALSE(look({}).start_ms);
+}
+
+TEST(quick_look, of_any_length_and_any_flip_ends) {
+    const bytes sound = scan_test::recording_of(scan_test::sound_frames(10));
+    for (size_t i = 0; i < sound.size(); ++i) {
+        bytes file = sound;
+        file[i] ^= 0xFF;
+        EXPECT_EQ(look(file).ended, scan::end_state::complete);
+        file.resize(i);
+        EXPECT_EQ(look(file).size, i);
+    }
+}
+
+} // namespace
