@@ -63,6 +63,8 @@ video_codec codec_of(uint8_t first, uint8_t second) {
 
 // The byte behind the next start code, `bytes.size()` when there is none.
 size_t next_unit(std::span<const uint8_t> bytes, size_t from) {
+    if (from >= bytes.size())
+        return bytes.size();
     const void* hit = memmem(bytes.data() + from, bytes.size() - from, short_start, sizeof short_start);
     return hit == nullptr
                ? bytes.size()
