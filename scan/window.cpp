@@ -5,11 +5,10 @@
 namespace kmr::scan {
 namespace {
 
-// Small steps are followed by reading on in one piece. Behind a long one only what is asked for is read, and a little
-// more: the frames are long then, and of each only the start is wanted.
+// Small steps are followed by reading on in one piece. Behind a long one only what is asked for is read: the frames are
+// long then, and of each only the start is wanted.
 constexpr uint64_t small_step = 8192;
 constexpr size_t piece = 65536;
-constexpr size_t least_read = 4096;
 
 } // namespace
 
@@ -23,7 +22,7 @@ size_t window::there(uint64_t offset, size_t length) const {
 
 void window::fill(uint64_t offset, size_t length) {
     const bool reading_on = offset >= last_ && offset - last_ <= small_step;
-    const size_t wanted = there(offset, std::max(length, reading_on ? piece : least_read));
+    const size_t wanted = there(offset, reading_on ? std::max(length, piece) : length);
     const std::span into(bytes_.data(), std::min(wanted, bytes_.size()));
     filled_ = 0;
     const read_result result = source_.read_at(offset, into);
