@@ -120,8 +120,10 @@ bytes user_data_block(const std::string& magic, uint16_t count, const bytes& seg
     return block;
 }
 
-bytes user_data_unit(const bytes& block) {
+bytes user_data_unit(const bytes& block, bool h265) {
     bytes unit = {0, 0, 0, 1, 0x06, 0xF0};
+    if (h265)
+        unit = {0, 0, 0, 1, 0x4E, 0x01, 0xF0};
     size_t size = block.size();
     for (; size >= 255; size -= 255)
         unit.push_back(0xFF);
@@ -139,6 +141,22 @@ frames sound_frames(size_t count) {
                        .time_stamp = 1000 + 40 * i,
                        .kind = i_frame ? 0U : 1U,
                        .video = i_frame ? i_video() : p_video()});
+    }
+    return all;
+}
+
+frames h265_frames(size_t count) {
+    frames all = sound_frames(count);
+    for (recording::frame& each : all) {
+        const size_t size = each.video.size();
+        each.video.clear();
+        if (each.kind == 0) {
+            append_unit(each.video, {0x40, 0x01, 0x0C});
+            append_unit(each.video, h265_sequence_set(1920, 1088, 4));
+            append_unit(each.video, {0x44, 0x01, 0xC1});
+        }
+        append_unit(each.video, {static_cast<uint8_t>(each.kind == 0 ? 0x26 : 0x02), 0x01, 0xAF});
+        fill(each.video, size);
     }
     return all;
 }

@@ -22,7 +22,7 @@ bytes i_video(size_t size = 120);
 bytes p_video(size_t size = 64);
 
 // The unit of the recorder's user data in front of what a frame's video begins with.
-bytes user_data_unit(const bytes& block);
+bytes user_data_unit(const bytes& block, bool h265 = false);
 bytes user_data_block(const std::string& magic, uint16_t count, const bytes& segments);
 
 // Sequence parameter sets, written bit by bit.
@@ -30,6 +30,7 @@ bytes h264_sequence_set(uint32_t width_in_macroblocks, uint32_t height_in_macrob
 bytes h265_sequence_set(uint32_t width, uint32_t height, uint32_t crop_bottom);
 
 frames sound_frames(size_t count);
+frames h265_frames(size_t count); // the same numbers, stamps and lengths
 
 // One record per I-frame, as the recorder writes them; `from` is the offset of the first frame.
 records records_for(const frames& of, uint64_t from = 88);

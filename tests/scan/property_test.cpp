@@ -105,10 +105,32 @@ TEST(any_bytes, every_flip_of_every_byte) {
         }
 }
 
-// One flipped byte is one cause: beside the info that was there before, at most one finding, but for a stamp of an
-// I-frame, which the times of the index are held against as well.
+// One flipped bit is one cause.
 TEST(any_bytes, one_flipped_byte_gives_one_finding) {
     const bytes sound = scan_test::recording_of(scan_test::sound_frames(20));
+    ASSERT_THAT(found(sound), testing::IsEmpty());
+    for (size_t i = 0; i < sound.size(); ++i)
+        for (int bit = 0; bit < 8; ++bit) {
+            bytes file = sound;
+            file[i] = static_cast<uint8_t>(file[i] ^ 1 << bit);
+            const auto lines = found(file);
+            EXPECT_LE(lines.size(), 1U)
+                << "byte " << i << " bit " << bit << ": " << testing::PrintToString(lines);
+        }
+}
+
+// The same with sound, user data and H.265.
+TEST(any_bytes, one_flipped_byte_gives_one_finding_in_other_recordings_too) {
+    const bytes block = scan_test::user_data_block("ZNST", 1, {0xD1, 0xFE, 2, 0, 'h', 'i'});
+    scan_test::frames all = scan_test::h265_frames(15);
+    for (recording::frame& each : all) {
+        each.audio_count = 1;
+        each.audio_size = 30;
+    }
+    bytes video = scan_test::user_data_unit(block, true);
+    recording::append(video, all[7].video);
+    all[7].video = video;
+    const bytes sound = scan_test::recording_of(all);
     ASSERT_THAT(found(sound), testing::IsEmpty());
     for (size_t i = 0; i < sound.size(); ++i)
         for (int bit = 0; bit < 8; ++bit) {

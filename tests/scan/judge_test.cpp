@@ -1,0 +1,129 @@
+// What the judge tells beside its findings, and what an observer sees.
+#include "tests/scan/compose.hpp"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace scan = kmr::scan;
+using scan_test::bytes;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class note_taker final : public scan::observer {
+public:
+    void on_header(const scan::header_event& header) override { note("header", 0, header.length); }
+    void on_frame(const scan::seen_frame& met) override {
+        const scan::frame_event& frame = met.frame;
+        note("frame", frame.offset, frame.length);
+        delays.push_back(met.delay_ms);
+        gaps.push_back(met.gap);
+        payload_sizes.push_back(frame.payload.size());
+    }
+    void on_torn(const scan::torn_event& torn) override { note("torn", torn.offset, torn.length); }
+    void on_index(const scan::index_event& index) override { note("index", index.offset, index.length); }
+    void on_trailing(const scan::trailing_event& rest) override { note("rest", rest.offset, rest.length); }
+    bool go_on(uint64_t) override { return seen.size() < most; }
+
+    std::vector<std::string> seen;
+    std::vector<int64_t> delays;
+    std::vector<uint32_t> gaps;
+    std::vector<size_t> payload_sizes;
+    size_t most = 1000;
+
+private:
+    void note(const char* what, uint64_t offset, uint64_t length) {
+        seen.push_back(what + (' ' + std::to_string(offset)) + '+' + std::to_string(length));
+    }
+};
+
+TEST(observer, sees_every_event_once) {
+    bytes file = scan_test::recording_of(scan_test::sound_frames(5)); // the index at 624, 132 bytes
+    file.at(339) = 9;
+    file.resize(file.size() + 7, 0x77); // the records are checked in a pass of their own
+    scan::memory_source source(file);
+    note_taker notes;
+    scan::judge(source, {}, &notes);
+    EXPECT_THAT(notes.seen, ElementsAre("header 0+88", "frame 88+152", "frame 240+96", "torn 336+96",
+                                        "frame 432+96", "frame 528+96", "index 624+132", "rest 756+7"));
+    EXPECT_THAT(notes.delays, ElementsAre(0, 40, 80, 40));
+    EXPECT_THAT(notes.gaps, ElementsAre(0U, 0U, 1U, 0U));
+    EXPECT_THAT(notes.payload_sizes, ElementsAre(120U, 64U, 64U, 64U));
+}
+
+TEST(observer, sees_a_kilobyte_of_a_long_payload) {
+    scan_test::frames all = scan_test::sound_frames(5);
+    all[0].video = scan_test::i_video(5000);
+    const bytes file = scan_test::recording_of(all);
+    scan::memory_source source(file);
+    note_taker notes;
+    scan::judge(source, {}, &notes);
+    EXPECT_EQ(notes.payload_sizes.at(0), 1024U);
+}
+
+TEST(observer, may_end_the_scan) {
+    const bytes file = scan_test::recording_of(scan_test::sound_frames(10));
+    scan::memory_source source(file);
+    note_taker notes;
+    notes.most = 3;
+    scan::judge(source, {}, &notes);
+    EXPECT_THAT(notes.seen, ElementsAre("header 0+88", "frame 88+152", "frame 240+96"));
+}
+
+TEST(recording, of_h265) {
+    const auto judged = scan_test::judge(scan_test::recording_of(scan_test::h265_frames(10)));
+    EXPECT_THAT(scan_test::found(judged), IsEmpty());
+    EXPECT_EQ(judged.codec, scan::video_codec::h265);
+    EXPECT_EQ(judged.picture, (scan::picture_size{1920, 1080}));
+}
+
+TEST(recording, of_sound_alone) {
+    scan_test::frames all = scan_test::sound_frames(10);
+    all[3].video.clear();
+    all[3].audio_count = 1;
+    all[3].audio_size = 64;
+    EXPECT_THAT(scan_test::found(scan_test::recording_of(all)), IsEmpty());
+}
+
+TEST(recording, of_one_frame) {
+    const auto judged = scan_test::judge(scan_test::recording_of(scan_test::sound_frames(1)));
+    EXPECT_THAT(scan_test::found(judged), IsEmpty());
+    EXPECT_EQ(judged.duration_ms, 0);
+}
+
+TEST(recording, without_its_file_header_keeps_its_times) {
+    bytes file = scan_test::recording_of(scan_test::sound_frames(10));
+    std::fill_n(file.begin(), 88, uint8_t{0});
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(scan_test::found(judged), ElementsAre("header-implausible @0 +88"));
+    EXPECT_EQ(judged.start_ms, 1420167845000);
+    EXPECT_EQ(judged.picture, (scan::picture_size{1920, 1080}));
+    EXPECT_TRUE(judged.repair.possible);
+}
+
+TEST(repair, is_not_possible_where_only_frames_are_lost) {
+    scan_test::frames all = scan_test::sound_frames(10);
+    all.erase(all.begin() + 3);
+    const auto judged = scan_test::judge(scan_test::recording_of(all));
+    EXPECT_EQ(judged.judged, scan::verdict::damaged);
+    EXPECT_FALSE(judged.repair.possible);
+}
+
+TEST(findings, have_words_for_every_code) {
+    EXPECT_EQ(scan::finding_kinds().size(), scan::finding_code_count);
+    for (size_t code = 0; code < scan::finding_code_count; ++code) {
+        scan::finding each = {.code = static_cast<scan::finding_code>(code)};
+        const std::string message = scan::message_of(each);
+        EXPECT_FALSE(message.empty());
+        EXPECT_THAT(message, testing::Not(testing::HasSubstr("{"))) << message;
+    }
+    scan::finding entry = {.code = scan::finding_code::index_entry_wrong};
+    entry.set(scan::field_name::record, 7)
+        .set(scan::field_name::field, static_cast<int64_t>(scan::index_field::time))
+        .set(scan::field_name::actual, 12);
+    EXPECT_EQ(scan::message_of(entry), "the time in index record 7 is wrong: 12");
+}
+
+} // namespace
