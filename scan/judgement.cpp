@@ -89,6 +89,38 @@ void judgement::note_encrypted(const frame_event& frame, int64_t stream_ms) {
                              .time_ms = stream_ms};
 }
 
+step_outcome judgement::take_step(const frame_event& frame, int64_t stream_ms) {
+    step_frame step = {.offset = frame.offset,
+                       .number = frame.header.FrameNo,
+                       .stamp = frame.header.TimeStamp,
+                       .stream_ms = stream_ms,
+                       .is_i_frame = is_i(frame.header),
+                       .behind_damage = behind_damage_,
+                       .damaged_before = damaged_between(frame.header.FrameNo)};
+    if (index_ && step.is_i_frame)
+        step.index_time = index_->time_of(frame.offset);
+    const step_outcome outcome = steps_->take(step);
+    clock_run_ += outcome.clock_broken ? 1 : 0;
+    last_number_ = frame.header.FrameNo;
+    behind_damage_ = false;
+    damaged_numbers_.clear();
+    return outcome;
+}
+
+void judgement::hold_against_index(const frame_event& frame, const payload_outcome& payload,
+                                   int64_t stream_ms) {
+    if (!index_ || !(is_i(frame.header) || payload.kind_is_wrong))
+        return;
+    index_->take({.offset = frame.offset,
+                  .number = frame.header.FrameNo,
+                  .stamp = frame.header.TimeStamp,
+                  .stream_ms = stream_ms,
+                  .clock_run = clock_run_,
+                  .own_size = payload.look.size,
+                  .record_optional = payload.kind_is_wrong,
+                  .doubtful = payload.kind_is_doubtful});
+}
+
 void judgement::take_ordinary(const frame_event& frame) {
     const kmr_frame_header& header = frame.header;
     const bool encrypted = is_encrypted(header);
@@ -96,41 +128,18 @@ void judgement::take_ordinary(const frame_event& frame) {
     report_pending_region(frame, stream_ms);
     ++(is_i(header) ? result_.frames.i : result_.frames.p);
     result_.video_bytes += header.VideoSize;
+    result_.repair.bytes_kept += frame.length;
     if (encrypted)
         note_encrypted(frame, stream_ms);
-    const payload_outcome outcome = look_into(frame, encrypted, stream_ms);
-
-    step_frame step = {.offset = frame.offset,
-                       .number = header.FrameNo,
-                       .stamp = header.TimeStamp,
-                       .stream_ms = stream_ms,
-                       .is_i_frame = is_i(header),
-                       .behind_damage = behind_damage_};
-    if (index_ && step.is_i_frame)
-        step.index_time = index_->time_of(frame.offset);
-    step.damaged_before = damaged_between(header.FrameNo);
-    const step_outcome stepped = steps_->take(step);
-    clock_run_ += stepped.clock_broken ? 1 : 0;
-    last_number_ = header.FrameNo;
-    behind_damage_ = false;
-    damaged_numbers_.clear();
-
-    if (index_ && (step.is_i_frame || outcome.kind_is_wrong))
-        index_->take({.offset = frame.offset,
-                      .number = header.FrameNo,
-                      .stamp = header.TimeStamp,
-                      .stream_ms = stream_ms,
-                      .clock_run = clock_run_,
-                      .own_size = outcome.look.size,
-                      .record_optional = outcome.kind_is_wrong,
-                      .doubtful = outcome.kind_is_doubtful});
-    result_.repair.bytes_kept += frame.length;
+    const payload_outcome payload = look_into(frame, encrypted, stream_ms);
+    const step_outcome step = take_step(frame, stream_ms);
+    hold_against_index(frame, payload, stream_ms);
     watching_.on_frame({.frame = frame,
                         .stream_ms = stream_ms,
-                        .delay_ms = stepped.delay_ms,
-                        .gap = stepped.gap,
+                        .delay_ms = step.delay_ms,
+                        .gap = step.gap,
                         .encrypted = encrypted,
-                        .look = encrypted ? nullptr : &outcome.look});
+                        .look = encrypted ? nullptr : &payload.look});
 }
 
 void judgement::take_inserted(const frame_event& frame) {

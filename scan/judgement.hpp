@@ -39,6 +39,8 @@ private:
     picture_size header_size() const;
     uint32_t frame_rate() const;
     void take_ordinary(const frame_event& frame);
+    step_outcome take_step(const frame_event& frame, int64_t stream_ms);
+    void hold_against_index(const frame_event& frame, const payload_outcome& payload, int64_t stream_ms);
     void take_inserted(const frame_event& frame);
     void take_broken(const frame_event& frame);
     payload_outcome look_into(const frame_event& frame, bool encrypted, int64_t stream_ms);
