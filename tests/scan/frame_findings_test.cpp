@@ -28,7 +28,7 @@ void break_header(bytes& file, size_t header) {
     file.at(header + 3) = 0xEE;
 }
 
-TEST(sound_recording, has_no_finding) {
+TEST(SoundRecordingTest, HasNoFinding) {
     const kmr::scan::report judged = scan_test::judge(sound());
     EXPECT_THAT(found(judged), IsEmpty());
     EXPECT_EQ(judged.judged, verdict::sound);
@@ -49,7 +49,7 @@ TEST(sound_recording, has_no_finding) {
     EXPECT_EQ(judged.picture, (kmr::scan::picture_size{1920, 1080}));
 }
 
-TEST(header, short_file_is_no_recording) {
+TEST(HeaderTest, ShortFileIsNoRecording) {
     bytes file = sound();
     file.resize(50);
     const auto judged = scan_test::judge(file);
@@ -57,13 +57,13 @@ TEST(header, short_file_is_no_recording) {
     EXPECT_EQ(judged.judged, verdict::not_a_recording);
 }
 
-TEST(header, empty_file_is_no_recording) {
+TEST(HeaderTest, EmptyFileIsNoRecording) {
     const auto judged = scan_test::judge({});
     EXPECT_THAT(found(judged), ElementsAre("header-short @0 +0"));
     EXPECT_EQ(judged.judged, verdict::not_a_recording);
 }
 
-TEST(header, anything_else_is_no_recording_and_gives_one_finding) {
+TEST(HeaderTest, AnythingElseIsNoRecordingAndGivesOneFinding) {
     const auto judged = scan_test::judge(bytes(500, 0xEE));
     EXPECT_THAT(found(judged), ElementsAre("header-implausible @0 +88"));
     EXPECT_EQ(judged.judged, verdict::not_a_recording);
@@ -71,7 +71,7 @@ TEST(header, anything_else_is_no_recording_and_gives_one_finding) {
     EXPECT_FALSE(judged.repair.possible);
 }
 
-TEST(header, implausible_in_front_of_frames) {
+TEST(HeaderTest, ImplausibleInFrontOfFrames) {
     bytes file = sound();
     put_u16(file, 2, 1921);
     const auto judged = scan_test::judge(file);
@@ -81,7 +81,7 @@ TEST(header, implausible_in_front_of_frames) {
     EXPECT_TRUE(judged.repair.possible);
 }
 
-TEST(header, alone_is_an_unfinished_recording) {
+TEST(HeaderTest, AloneIsAnUnfinishedRecording) {
     const auto judged = scan_test::judge(scan_test::without_index({}));
     EXPECT_THAT(found(judged), ElementsAre("index-missing @88 +0"));
     EXPECT_EQ(judged.judged, verdict::unfinished);
@@ -89,13 +89,13 @@ TEST(header, alone_is_an_unfinished_recording) {
     EXPECT_FALSE(judged.duration_ms);
 }
 
-TEST(header, frame_count_beyond_the_frames) {
+TEST(HeaderTest, FrameCountBeyondTheFrames) {
     bytes file = sound();
     put_u32(file, 84, 11);
     EXPECT_THAT(found(file), ElementsAre("frame-count-wrong @84 +4 expected=10 actual=11"));
 }
 
-TEST(header, frame_count_may_hold_the_lost_ones) {
+TEST(HeaderTest, FrameCountMayHoldTheLostOnes) {
     frames some = sound_frames(10);
     some.erase(some.begin() + 3);
     bytes file = recording_of(some);
@@ -107,13 +107,13 @@ TEST(header, frame_count_may_hold_the_lost_ones) {
                                          "frames-lost @432 +0 #5 t160 lost=1"));
 }
 
-TEST(header, total_size) {
+TEST(HeaderTest, TotalSize) {
     bytes file = sound();
     put_u32(file, 80, 1371);
     EXPECT_THAT(found(file), ElementsAre("total-size-wrong @80 +4 expected=1372 actual=1371"));
 }
 
-TEST(header, counts_are_not_judged_beside_damage) {
+TEST(HeaderTest, CountsAreNotJudgedBesideDamage) {
     bytes file = sound();
     put_u32(file, 80, 5);
     put_u32(file, 84, 5);
@@ -121,7 +121,7 @@ TEST(header, counts_are_not_judged_beside_damage) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160"));
 }
 
-TEST(bytes_torn, a_header_gone) {
+TEST(BytesTornTest, AHeaderGone) {
     bytes file = sound();
     break_header(file, 432);
     const auto judged = scan_test::judge(file);
@@ -135,25 +135,25 @@ TEST(bytes_torn, a_header_gone) {
     EXPECT_TRUE(judged.repair.possible);
 }
 
-TEST(bytes_torn, directly_behind_the_file_header) {
+TEST(BytesTornTest, DirectlyBehindTheFileHeader) {
     bytes file = sound();
     break_header(file, 88);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @88 +152 #2 t0"));
 }
 
-TEST(bytes_torn, up_to_the_index) {
+TEST(BytesTornTest, UpToTheIndex) {
     bytes file = sound();
     break_header(file, 1064);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96"));
 }
 
-TEST(bytes_torn, to_the_end_stands_for_the_missing_index) {
+TEST(BytesTornTest, ToTheEndStandsForTheMissingIndex) {
     bytes file = scan_test::without_index(sound_frames(10));
     file.resize(1400, 0);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1160 +240"));
 }
 
-TEST(bytes_torn, garbage_between_frames) {
+TEST(BytesTornTest, GarbageBetweenFrames) {
     frames front = sound_frames(5);
     bytes file = scan_test::without_index(front);
     recording::append(file, bytes(30, 0x77));
@@ -167,21 +167,21 @@ TEST(bytes_torn, garbage_between_frames) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +30 #6 t200"));
 }
 
-TEST(bytes_torn, a_header_that_claims_the_rest_of_the_file) {
+TEST(BytesTornTest, AHeaderThatClaimsTheRestOfTheFile) {
     bytes file = scan_test::without_index(sound_frames(10));
     put_u32(file, 968 + 4, 96 + 5000);
     put_u32(file, 968 + video_size_field, 64 + 5000);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +96 #10 t360", "index-missing @1160 +0"));
 }
 
-TEST(bytes_torn, a_header_that_claims_the_index) {
+TEST(BytesTornTest, AHeaderThatClaimsTheIndex) {
     bytes file = sound();
     put_u32(file, 1064 + 4, 96 + 100);
     put_u32(file, 1064 + video_size_field, 64 + 100);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96"));
 }
 
-TEST(going_on, a_whole_frame_between_two_torn_ones) {
+TEST(GoingOnTest, AWholeFrameBetweenTwoTornOnes) {
     bytes file = sound();
     break_header(file, 432);
     break_header(file, 624);
@@ -191,7 +191,7 @@ TEST(going_on, a_whole_frame_between_two_torn_ones) {
     EXPECT_EQ(judged.frames.lost, 2U);
 }
 
-TEST(going_on, a_lone_frame_out_of_order_is_none) {
+TEST(GoingOnTest, ALoneFrameOutOfOrderIsNone) {
     bytes file = sound();
     break_header(file, 432);
     break_header(file, 624);
@@ -199,7 +199,7 @@ TEST(going_on, a_lone_frame_out_of_order_is_none) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +344 #7 t240"));
 }
 
-TEST(going_on, an_older_recording_on_the_same_blocks_is_torn) {
+TEST(GoingOnTest, AnOlderRecordingOnTheSameBlocksIsTorn) {
     frames front = sound_frames(5);
     bytes file = scan_test::without_index(front);
     recording::append(file, bytes(20, 0x77));
@@ -217,7 +217,7 @@ TEST(going_on, an_older_recording_on_the_same_blocks_is_torn) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +308 #6 t200"));
 }
 
-TEST(frame_lengths_wrong, of_one_frame) {
+TEST(FrameLengthsWrongTest, OfOneFrame) {
     bytes file = sound();
     put_u32(file, 432 + video_size_field, 65);
     const auto judged = scan_test::judge(file);
@@ -228,7 +228,7 @@ TEST(frame_lengths_wrong, of_one_frame) {
     EXPECT_EQ(judged.repair.bytes_lost, 96U);
 }
 
-TEST(frame_lengths_wrong, of_neighbours_are_findings_of_their_own) {
+TEST(FrameLengthsWrongTest, OfNeighboursAreFindingsOfTheirOwn) {
     bytes file = sound();
     put_u32(file, 432 + video_size_field, 65);
     put_u32(file, 528 + video_size_field, 65);
@@ -236,7 +236,7 @@ TEST(frame_lengths_wrong, of_neighbours_are_findings_of_their_own) {
                 ElementsAre("frame-lengths-wrong @432 +96 #4 t120", "frame-lengths-wrong @528 +96 #5 t160"));
 }
 
-TEST(frame_torn_at_end, with_a_whole_header) {
+TEST(FrameTornAtEndTest, WithAWholeHeader) {
     bytes file = sound();
     file.resize(1064 + 50);
     const auto judged = scan_test::judge(file);
@@ -246,7 +246,7 @@ TEST(frame_torn_at_end, with_a_whole_header) {
     EXPECT_EQ(judged.frames.total, 9U);
 }
 
-TEST(frame_torn_at_end, inside_of_the_header) {
+TEST(FrameTornAtEndTest, InsideOfTheHeader) {
     bytes file = sound();
     file.resize(1064 + 31);
     const auto judged = scan_test::judge(file);
@@ -254,14 +254,14 @@ TEST(frame_torn_at_end, inside_of_the_header) {
     EXPECT_EQ(judged.frames.damaged, 0U);
 }
 
-TEST(numbers, repeated) {
+TEST(NumbersTest, Repeated) {
     frames all = sound_frames(10);
     for (size_t i = 5; i < 10; ++i)
         all[i].number = static_cast<uint32_t>(i - 4);
     EXPECT_THAT(found(recording_of(all)), ElementsAre("frames-repeated @624 +0 #1 t200 previous=5"));
 }
 
-TEST(numbers, of_one_frame_alone) {
+TEST(NumbersTest, OfOneFrameAlone) {
     frames all = sound_frames(10);
     all[3].number = 50;
     const auto judged = scan_test::judge(recording_of(all));
@@ -269,7 +269,7 @@ TEST(numbers, of_one_frame_alone) {
     EXPECT_EQ(judged.frames.lost, 46U);
 }
 
-TEST(numbers, missing_with_their_time) {
+TEST(NumbersTest, MissingWithTheirTime) {
     frames all = sound_frames(20);
     all.erase(all.begin() + 6, all.begin() + 9);
     for (size_t i = 6; i < all.size(); ++i)
@@ -277,28 +277,28 @@ TEST(numbers, missing_with_their_time) {
     EXPECT_THAT(found(recording_of(all)), ElementsAre("frames-lost @776 +0 #10 t60360 lost=3"));
 }
 
-TEST(numbers, wrap) {
+TEST(NumbersTest, Wrap) {
     frames all = sound_frames(10);
     for (size_t i = 0; i < 10; ++i)
         all[i].number = static_cast<uint32_t>(0xFFFFFFFB + i);
     EXPECT_THAT(found(recording_of(all)), IsEmpty());
 }
 
-TEST(clock, leaps_in_front_of_a_p_frame) {
+TEST(ClockTest, LeapsInFrontOfAPFrame) {
     frames all = sound_frames(10);
     for (size_t i = 3; i < 10; ++i)
         all[i].time_stamp += 10'000;
     EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-leap @432 +0 #4 t10120 leap_ms=10040"));
 }
 
-TEST(clock, runs_back) {
+TEST(ClockTest, RunsBack) {
     frames all = sound_frames(10);
     for (size_t i = 3; i < 10; ++i)
         all[i].time_stamp -= 500;
     EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-back @432 +0 #4 t-380 leap_ms=-460"));
 }
 
-TEST(clock, of_one_frame_alone) {
+TEST(ClockTest, OfOneFrameAlone) {
     frames all = sound_frames(10);
     all[3].time_stamp += 10'000;
     EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-leap @432 +0 #4 t10120 leap_ms=10040"));
@@ -306,7 +306,7 @@ TEST(clock, of_one_frame_alone) {
     EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-back @432 +0 #4 t-9880 leap_ms=-9960"));
 }
 
-TEST(clock, of_one_i_frame_alone_is_no_pause) {
+TEST(ClockTest, OfOneIFrameAloneIsNoPause) {
     frames all = sound_frames(10);
     const auto index = scan_test::records_for(all);
     all[5].time_stamp += 10'000;
@@ -315,7 +315,7 @@ TEST(clock, of_one_i_frame_alone_is_no_pause) {
                 ElementsAre("clock-leap @624 +0 #6 t10200 leap_ms=10040", "index-missing @1160 +0"));
 }
 
-TEST(clock, pauses_in_front_of_an_i_frame) {
+TEST(ClockTest, PausesInFrontOfAnIFrame) {
     frames all = sound_frames(10);
     for (size_t i = 5; i < 10; ++i)
         all[i].time_stamp += 60'000;
@@ -326,7 +326,7 @@ TEST(clock, pauses_in_front_of_an_i_frame) {
     EXPECT_EQ(judged.longest_gap_ms, 60'040);
 }
 
-TEST(clock, pause_that_the_index_contradicts) {
+TEST(ClockTest, PauseThatTheIndexContradicts) {
     frames all = sound_frames(10);
     const auto index = scan_test::records_for(all);
     for (size_t i = 5; i < 10; ++i)
@@ -334,21 +334,21 @@ TEST(clock, pause_that_the_index_contradicts) {
     EXPECT_THAT(found(recording_of(all, index)), ElementsAre("clock-leap @624 +0 #6 t60200 leap_ms=60040"));
 }
 
-TEST(clock, pause_beyond_ten_hours_is_a_leap) {
+TEST(ClockTest, PauseBeyondTenHoursIsALeap) {
     frames all = sound_frames(10);
     for (size_t i = 5; i < 10; ++i)
         all[i].time_stamp += 36'000'000;
     EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-leap @624 +0 #6 t36000200 leap_ms=36000040"));
 }
 
-TEST(clock, a_slow_recording_is_sound) {
+TEST(ClockTest, ASlowRecordingIsSound) {
     frames all = sound_frames(10);
     for (size_t i = 0; i < 10; ++i)
         all[i].time_stamp = static_cast<uint32_t>(1000 + 10'000 * i);
     EXPECT_THAT(found(recording_of(all)), IsEmpty());
 }
 
-TEST(clock, wraps) {
+TEST(ClockTest, Wraps) {
     frames all = sound_frames(10);
     for (size_t i = 0; i < 10; ++i)
         all[i].time_stamp = static_cast<uint32_t>(0xFFFFFFB0 + 40 * i); // the third frame's stamp is 0
@@ -358,7 +358,7 @@ TEST(clock, wraps) {
     EXPECT_EQ(judged.duration_ms, 360);
 }
 
-TEST(clock, is_not_judged_across_torn_bytes) {
+TEST(ClockTest, IsNotJudgedAcrossTornBytes) {
     frames all = sound_frames(10);
     for (size_t i = 4; i < 10; ++i)
         all[i].time_stamp += 10'000;
@@ -367,7 +367,7 @@ TEST(clock, is_not_judged_across_torn_bytes) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t10160"));
 }
 
-TEST(inserted_frames, take_no_part) {
+TEST(InsertedFramesTest, TakeNoPart) {
     frames all = sound_frames(10);
     all.insert(all.begin() + 3,
                {.number = 3, .time_stamp = 77, .kind = 1, .video = bytes(64, 0xEE), .tag = 0x7788});
@@ -378,38 +378,38 @@ TEST(inserted_frames, take_no_part) {
     EXPECT_EQ(judged.frames.p, 8U);
 }
 
-TEST(payload, without_a_start_code) {
+TEST(PayloadTest, WithoutAStartCode) {
     bytes file = sound();
     file.at(336 + 32) = 0x55;
     EXPECT_THAT(found(file), ElementsAre("video-start-missing @336 +96 #3 t80"));
 }
 
-TEST(payload, nothing_is_asked_of_mjpeg) {
+TEST(PayloadTest, NothingIsAskedOfMjpeg) {
     bytes file = sound();
     put_u16(file, 6, 41);
     file.at(336 + 32) = 0x55;
     EXPECT_THAT(found(file), IsEmpty());
 }
 
-TEST(payload, an_i_frame_called_p_covers_its_index_record) {
+TEST(PayloadTest, AnIFrameCalledPCoversItsIndexRecord) {
     bytes file = sound();
     put_u32(file, 624 + 8, 1);
     EXPECT_THAT(found(file), ElementsAre("kind-wrong @624 +152 #6 t200"));
 }
 
-TEST(payload, a_p_frame_called_i_covers_the_missing_index_record) {
+TEST(PayloadTest, APFrameCalledICoversTheMissingIndexRecord) {
     bytes file = sound();
     put_u32(file, 336 + 8, 0);
     EXPECT_THAT(found(file), ElementsAre("kind-wrong @336 +96 #3 t80"));
 }
 
-TEST(payload, doubts_about_the_first_frame_are_settled_later) {
+TEST(PayloadTest, DoubtsAboutTheFirstFrameAreSettledLater) {
     bytes file = sound();
     file.at(88 + 32 + 4) = 0x41; // its first unit is a P-frame's picture now
     EXPECT_THAT(found(file), ElementsAre("kind-wrong @88 +152 #1 t0"));
 }
 
-TEST(payload, an_i_frame_without_the_parameter_sets_that_others_have) {
+TEST(PayloadTest, AnIFrameWithoutTheParameterSetsThatOthersHave) {
     bytes file = sound();
     file.at(624 + 32 + 4) = 0x66; // no sequence set any more
     EXPECT_THAT(found(file), ElementsAre("i-frame-incomplete @624 +152 #6 t200"));
@@ -418,7 +418,7 @@ TEST(payload, an_i_frame_without_the_parameter_sets_that_others_have) {
     EXPECT_THAT(found(file), IsEmpty());
 }
 
-TEST(payload, nothing_is_asked_of_encrypted_frames) {
+TEST(PayloadTest, NothingIsAskedOfEncryptedFrames) {
     frames all = sound_frames(10);
     for (const size_t i : {2, 3}) {
         all[i].tag = 2;
@@ -439,14 +439,14 @@ frames with_user_data(const bytes& block) {
     return all;
 }
 
-TEST(user_data, sound) {
+TEST(UserDataTest, Sound) {
     const auto block = scan_test::user_data_block("ZNST", 1, {0xD1, 0xFE, 2, 0, 'h', 'i'});
     const auto judged = scan_test::judge(recording_of(with_user_data(block)));
     EXPECT_THAT(found(judged), IsEmpty());
     EXPECT_EQ(judged.user_data.to_ulong(), 1U);
 }
 
-TEST(user_data, broken) {
+TEST(UserDataTest, Broken) {
     // marker 6, size 1, block 14, end mark 1, picture 64: 86 bytes of video
     const auto wrong_magic = scan_test::user_data_block("ZNSX", 1, {0xD1, 0xFE, 2, 0, 'h', 'i'});
     EXPECT_THAT(found(recording_of(with_user_data(wrong_magic))),
@@ -463,21 +463,21 @@ TEST(user_data, broken) {
                 ElementsAre("user-data-broken @368 +86 #3 t80"));
 }
 
-TEST(user_data, above_1024_bytes) {
+TEST(UserDataTest, Above1024Bytes) {
     const auto block = scan_test::user_data_block("ZNST", 0, bytes(1017, 0x11));
     // marker 6, size 5 (4 x 255 + 5 is 1025), block 1025, end mark 1, picture 64
     EXPECT_THAT(found(recording_of(with_user_data(block))),
                 ElementsAre("user-data-broken @368 +1101 #3 t80"));
 }
 
-TEST(user_data, oddities_that_are_none) {
+TEST(UserDataTest, OdditiesThatAreNone) {
     const auto unknown = scan_test::user_data_block("ZNST", 2, {0x34, 0x12, 1, 0, 'x', 9});
     EXPECT_THAT(found(recording_of(with_user_data(unknown))), IsEmpty());
     const auto none = scan_test::user_data_block("ZNST", 0, {1, 2, 3, 4});
     EXPECT_THAT(found(recording_of(with_user_data(none))), IsEmpty());
 }
 
-TEST(user_data, of_a_kilobyte_hides_no_parameter_sets) {
+TEST(UserDataTest, OfAKilobyteHidesNoParameterSets) {
     frames all = sound_frames(10);
     const auto block = scan_test::user_data_block("ZNST", 0, bytes(1016, 0x11));
     bytes video = scan_test::user_data_unit(block);

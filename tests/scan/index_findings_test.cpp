@@ -25,7 +25,7 @@ bytes sound() {
     return recording_of(sound_frames(10));
 }
 
-TEST(index_block, missing) {
+TEST(IndexBlockTest, Missing) {
     const auto judged = scan_test::judge(scan_test::without_index(sound_frames(10)));
     EXPECT_THAT(found(judged), ElementsAre("index-missing @1160 +0"));
     EXPECT_EQ(judged.judged, verdict::unfinished);
@@ -35,7 +35,7 @@ TEST(index_block, missing) {
     EXPECT_TRUE(judged.repair.possible);
 }
 
-TEST(index_block, cut_off) {
+TEST(IndexBlockTest, CutOff) {
     bytes file = sound();
     file.resize(1300);
     const auto judged = scan_test::judge(file);
@@ -47,32 +47,32 @@ TEST(index_block, cut_off) {
     EXPECT_THAT(found(file), ElementsAre("frame-torn-at-end @1160 +31"));
 }
 
-TEST(index_block, without_its_sync_word) {
+TEST(IndexBlockTest, WithoutItsSyncWord) {
     bytes file = sound();
     file.at(1163) = 3;
     EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
 }
 
-TEST(index_block, without_its_head) {
+TEST(IndexBlockTest, WithoutItsHead) {
     bytes file = sound();
     std::fill_n(file.begin() + 1160, 44, uint8_t{0});
     EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
 }
 
-TEST(index_block, without_the_trailers_magic) {
+TEST(IndexBlockTest, WithoutTheTrailersMagic) {
     bytes file = sound();
     file.at(1364) ^= 1;
     EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
 }
 
-TEST(index_block, behind_a_torn_frame_without_its_sync_word) {
+TEST(IndexBlockTest, BehindATornFrameWithoutItsSyncWord) {
     bytes file = sound();
     file.at(1064) = 9;
     file.at(1163) = 3;
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
 }
 
-TEST(index_block, head_and_trailer_that_disagree) {
+TEST(IndexBlockTest, HeadAndTrailerThatDisagree) {
     const struct {
         size_t at;
         uint32_t value;
@@ -96,7 +96,7 @@ TEST(index_block, head_and_trailer_that_disagree) {
     }
 }
 
-TEST(index_block, bytes_behind_it) {
+TEST(IndexBlockTest, BytesBehindIt) {
     bytes file = sound();
     file.resize(file.size() + 10, 0x77);
     const auto judged = scan_test::judge(file);
@@ -105,7 +105,7 @@ TEST(index_block, bytes_behind_it) {
     EXPECT_EQ(judged.start_ms, 1420167845000);
 }
 
-TEST(index_block, its_records_are_checked_when_bytes_stand_behind_it) {
+TEST(IndexBlockTest, ItsRecordsAreCheckedWhenBytesStandBehindIt) {
     bytes file = sound();
     put_u32(file, 1284 + 4, 700);
     file.resize(file.size() + 10, 0x77);
@@ -113,7 +113,7 @@ TEST(index_block, its_records_are_checked_when_bytes_stand_behind_it) {
                                          "bytes-behind-index @1372 +10"));
 }
 
-TEST(index_block, wrong_tag_count) {
+TEST(IndexBlockTest, WrongTagCount) {
     records index = records_for(sound_frames(10));
     index[1].tag = "gate";
     bytes file = recording_of(sound_frames(10), index);
@@ -127,7 +127,7 @@ TEST(index_block, wrong_tag_count) {
     EXPECT_THAT(found(file), ElementsAre("tag-count-wrong @1172 +4 expected=1 actual=2"));
 }
 
-TEST(index_records, naming_nothing) {
+TEST(IndexRecordsTest, NamingNothing) {
     bytes file = sound();
     put_u32(file, 1284 + 4, 700);
     EXPECT_THAT(found(file), ElementsAre("index-entry-wrong @1284 +80 record=1 field=offset actual=700"));
@@ -140,13 +140,13 @@ TEST(index_records, naming_nothing) {
                 ElementsAre("index-entry-wrong @1204 +80 record=0 field=offset actual=4294967295"));
 }
 
-TEST(index_records, naming_a_p_frame) {
+TEST(IndexRecordsTest, NamingAPFrame) {
     bytes file = sound();
     put_u32(file, 1284 + 4, 336);
     EXPECT_THAT(found(file), ElementsAre("index-entry-wrong @1284 +80 #3 t80 record=1 field=kind actual=1"));
 }
 
-TEST(index_records, with_a_wrong_time) {
+TEST(IndexRecordsTest, WithAWrongTime) {
     records index = records_for(sound_frames(15));
     index[1].time += 3;
     EXPECT_THAT(found(recording_of(sound_frames(15), index)),
@@ -155,28 +155,28 @@ TEST(index_records, with_a_wrong_time) {
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), IsEmpty());
 }
 
-TEST(index_records, in_another_time_zone_than_the_header) {
+TEST(IndexRecordsTest, InAnotherTimeZoneThanTheHeader) {
     records index = records_for(sound_frames(15));
     for (auto& each : index)
         each.time += 13 * 3600;
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), IsEmpty());
 }
 
-TEST(index_records, with_a_wrong_picture_size) {
+TEST(IndexRecordsTest, WithAWrongPictureSize) {
     bytes file = sound();
     put_u16(file, 1284 + 12, 1280); // 1280 x 1080
     EXPECT_THAT(found(file),
                 ElementsAre("index-entry-wrong @1284 +80 #6 t200 record=1 field=size actual=70780160"));
 }
 
-TEST(index_records, with_the_size_of_the_parameter_sets) {
+TEST(IndexRecordsTest, WithTheSizeOfTheParameterSets) {
     bytes file = sound();
     put_u16(file, 2, 1280);
     put_u16(file, 4, 720);
     EXPECT_THAT(found(file), IsEmpty());
 }
 
-TEST(index_records, all_shifted_alike_are_one_finding) {
+TEST(IndexRecordsTest, AllShiftedAlikeAreOneFinding) {
     records index = records_for(sound_frames(15));
     for (auto& each : index)
         each.position += 16;
@@ -184,7 +184,7 @@ TEST(index_records, all_shifted_alike_are_one_finding) {
                 ElementsAre("index-entry-wrong @1740 +80 record=0 field=offset actual=104"));
 }
 
-TEST(index_records, shifted_behind_bytes_that_are_gone) {
+TEST(IndexRecordsTest, ShiftedBehindBytesThatAreGone) {
     // 50 bytes cut out of the fourth frame: it stays, its neighbour is hit, what follows stands 50 bytes lower.
     const frames all = sound_frames(20);
     bytes file = recording_of(all);
@@ -194,20 +194,20 @@ TEST(index_records, shifted_behind_bytes_that_are_gone) {
                                            "index-entry-wrong @2306 +80 record=1 field=offset actual=624"));
 }
 
-TEST(index_records, of_frames_in_torn_regions_are_silent) {
+TEST(IndexRecordsTest, OfFramesInTornRegionsAreSilent) {
     bytes file = recording_of(sound_frames(15));
     file.at(624 + 3) = 9;
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @624 +152 #7 t240"));
 }
 
-TEST(index_records, of_many_frames_in_one_torn_region_are_silent) {
+TEST(IndexRecordsTest, OfManyFramesInOneTornRegionAreSilent) {
     // Every I-frame stands 536 bytes behind the last: 30 of 40 are gone, and their records are no shifted ones.
     bytes file = recording_of(sound_frames(200));
     std::fill(file.begin() + 88 + 5 * 536, file.begin() + 88 + 35 * 536, uint8_t{0});
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @2768 +16080 #176 t7000"));
 }
 
-TEST(index_records, shifted_behind_bytes_that_came_between) {
+TEST(IndexRecordsTest, ShiftedBehindBytesThatCameBetween) {
     frames all = sound_frames(20);
     bytes file = recording_of(all);
     const bytes garbage(100, 0x77);
@@ -217,7 +217,7 @@ TEST(index_records, shifted_behind_bytes_that_came_between) {
                                          "index-entry-wrong @2456 +80 record=1 field=offset actual=624"));
 }
 
-TEST(index_records, missing_in_a_row) {
+TEST(IndexRecordsTest, MissingInARow) {
     records index = records_for(sound_frames(200));
     index.erase(index.begin() + 3, index.begin() + 23);
     EXPECT_THAT(found(recording_of(sound_frames(200), index)),
@@ -228,7 +228,7 @@ TEST(index_records, missing_in_a_row) {
                 ElementsAre("index-incomplete @21528 +1652 #1 t0 missing=20"));
 }
 
-TEST(index_records, far_from_their_place) {
+TEST(IndexRecordsTest, FarFromTheirPlace) {
     records index = records_for(sound_frames(200));
     std::rotate(index.begin() + 3, index.begin() + 30, index.begin() + 31); // the 30th stands third now
     EXPECT_THAT(found(recording_of(sound_frames(200), index)),
@@ -239,7 +239,7 @@ TEST(index_records, far_from_their_place) {
                 ElementsAre("index-order @23972 +80 record=30"));
 }
 
-TEST(index_records, missing) {
+TEST(IndexRecordsTest, Missing) {
     records index = records_for(sound_frames(15));
     index.erase(index.begin() + 1);
     EXPECT_THAT(found(recording_of(sound_frames(15), index)),
@@ -249,7 +249,7 @@ TEST(index_records, missing) {
                 ElementsAre("index-incomplete @1696 +52 #1 t0 missing=3"));
 }
 
-TEST(index_records, in_the_wrong_order) {
+TEST(IndexRecordsTest, InTheWrongOrder) {
     records index = records_for(sound_frames(15));
     std::swap(index[1], index[2]);
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1900 +80 record=2"));
@@ -257,7 +257,7 @@ TEST(index_records, in_the_wrong_order) {
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
 }
 
-TEST(index_records, twice_the_same) {
+TEST(IndexRecordsTest, TwiceTheSame) {
     records index = records_for(sound_frames(15));
     index.insert(index.begin() + 1, index[0]);
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
@@ -266,7 +266,7 @@ TEST(index_records, twice_the_same) {
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
 }
 
-TEST(index_records, many) {
+TEST(IndexRecordsTest, Many) {
     EXPECT_THAT(found(recording_of(sound_frames(5000))), IsEmpty());
     records index = records_for(sound_frames(5000)); // 1000 records; the block at 88 + 1000 * 536
     index[700].position += 4;
@@ -276,7 +276,7 @@ TEST(index_records, many) {
                             "index-entry-wrong @592212 +80 record=701 field=offset actual=375833"));
 }
 
-TEST(findings, are_capped_and_counted) {
+TEST(FindingsTest, AreCappedAndCounted) {
     records index = records_for(sound_frames(1000)); // 200 records
     for (auto& each : index)
         each.width = 1280;

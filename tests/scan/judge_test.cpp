@@ -39,7 +39,7 @@ private:
     }
 };
 
-TEST(observer, sees_every_event_once) {
+TEST(ObserverTest, SeesEveryEventOnce) {
     bytes file = scan_test::recording_of(scan_test::sound_frames(5)); // the index at 624, 132 bytes
     file.at(339) = 9;
     file.resize(file.size() + 7, 0x77); // the records are checked in a pass of their own
@@ -53,7 +53,7 @@ TEST(observer, sees_every_event_once) {
     EXPECT_THAT(notes.payload_sizes, ElementsAre(120U, 64U, 64U, 64U));
 }
 
-TEST(observer, sees_a_kilobyte_of_a_long_payload) {
+TEST(ObserverTest, SeesAKilobyteOfALongPayload) {
     scan_test::frames all = scan_test::sound_frames(5);
     all[0].video = scan_test::i_video(5000);
     const bytes file = scan_test::recording_of(all);
@@ -63,7 +63,7 @@ TEST(observer, sees_a_kilobyte_of_a_long_payload) {
     EXPECT_EQ(notes.payload_sizes.at(0), 1024U);
 }
 
-TEST(observer, may_end_the_scan) {
+TEST(ObserverTest, MayEndTheScan) {
     const bytes file = scan_test::recording_of(scan_test::sound_frames(10));
     scan::memory_source source(file);
     note_taker notes;
@@ -72,14 +72,14 @@ TEST(observer, may_end_the_scan) {
     EXPECT_THAT(notes.seen, ElementsAre("header 0+88", "frame 88+152", "frame 240+96"));
 }
 
-TEST(recording, of_h265) {
+TEST(RecordingTest, OfH265) {
     const auto judged = scan_test::judge(scan_test::recording_of(scan_test::h265_frames(10)));
     EXPECT_THAT(scan_test::found(judged), IsEmpty());
     EXPECT_EQ(judged.codec, scan::video_codec::h265);
     EXPECT_EQ(judged.picture, (scan::picture_size{1920, 1080}));
 }
 
-TEST(recording, of_sound_alone) {
+TEST(RecordingTest, OfSoundAlone) {
     scan_test::frames all = scan_test::sound_frames(10);
     all[3].video.clear();
     all[3].audio_count = 1;
@@ -87,13 +87,13 @@ TEST(recording, of_sound_alone) {
     EXPECT_THAT(scan_test::found(scan_test::recording_of(all)), IsEmpty());
 }
 
-TEST(recording, of_one_frame) {
+TEST(RecordingTest, OfOneFrame) {
     const auto judged = scan_test::judge(scan_test::recording_of(scan_test::sound_frames(1)));
     EXPECT_THAT(scan_test::found(judged), IsEmpty());
     EXPECT_EQ(judged.duration_ms, 0);
 }
 
-TEST(recording, without_its_file_header_keeps_its_times) {
+TEST(RecordingTest, WithoutItsFileHeaderKeepsItsTimes) {
     bytes file = scan_test::recording_of(scan_test::sound_frames(10));
     std::fill_n(file.begin(), 88, uint8_t{0});
     const auto judged = scan_test::judge(file);
@@ -103,7 +103,7 @@ TEST(recording, without_its_file_header_keeps_its_times) {
     EXPECT_TRUE(judged.repair.possible);
 }
 
-TEST(repair, is_not_possible_where_only_frames_are_lost) {
+TEST(RepairTest, IsNotPossibleWhereOnlyFramesAreLost) {
     scan_test::frames all = scan_test::sound_frames(10);
     all.erase(all.begin() + 3);
     const auto judged = scan_test::judge(scan_test::recording_of(all));
@@ -111,7 +111,7 @@ TEST(repair, is_not_possible_where_only_frames_are_lost) {
     EXPECT_FALSE(judged.repair.possible);
 }
 
-TEST(findings, have_words_for_every_code) {
+TEST(FindingsTest, HaveWordsForEveryCode) {
     EXPECT_EQ(scan::finding_kinds().size(), scan::finding_code_count);
     for (size_t code = 0; code < scan::finding_code_count; ++code) {
         scan::finding each = {.code = static_cast<scan::finding_code>(code)};

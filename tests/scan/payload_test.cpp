@@ -25,7 +25,7 @@ bytes units(std::initializer_list<bytes> of) {
     return video;
 }
 
-TEST(bit_reader, reads_exp_golomb) {
+TEST(BitReaderTest, ReadsExpGolomb) {
     // 1 | 010 | 011 | 00100 | 00101 | 1...
     const bytes set = {0b10100110, 0b01000010, 0b11000000};
     scan::bit_reader from(set);
@@ -37,7 +37,7 @@ TEST(bit_reader, reads_exp_golomb) {
     EXPECT_FALSE(from.overrun());
 }
 
-TEST(bit_reader, signs_alternate) {
+TEST(BitReaderTest, SignsAlternate) {
     const bytes set = {0b01001100, 0b10000101}; // 1, 2, 3, 4 in Exp-Golomb
     scan::bit_reader from(set);
     EXPECT_EQ(from.signed_number(), 1);
@@ -46,7 +46,7 @@ TEST(bit_reader, signs_alternate) {
     EXPECT_EQ(from.signed_number(), -2);
 }
 
-TEST(bit_reader, takes_escapes_out_and_stops_at_the_end) {
+TEST(BitReaderTest, TakesEscapesOutAndStopsAtTheEnd) {
     const bytes set = {0, 0, 3, 1};
     scan::bit_reader from(set);
     EXPECT_EQ(from.bits(24), 1U);
@@ -55,7 +55,7 @@ TEST(bit_reader, takes_escapes_out_and_stops_at_the_end) {
     EXPECT_TRUE(from.overrun());
 }
 
-TEST(parameter_sets, sizes) {
+TEST(ParameterSetsTest, Sizes) {
     EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(120, 68, 4)), (picture_size{1920, 1080}));
     EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(22, 18, 0)), (picture_size{352, 288}));
     EXPECT_EQ(scan::size_in_h265_set(scan_test::h265_sequence_set(2560, 1440, 0)),
@@ -64,7 +64,7 @@ TEST(parameter_sets, sizes) {
               (picture_size{1920, 1080}));
 }
 
-TEST(parameter_sets, cut_off_or_absurd_have_no_size) {
+TEST(ParameterSetsTest, CutOffOrAbsurdHaveNoSize) {
     const bytes whole = scan_test::h264_sequence_set(120, 68, 4);
     for (size_t length = 0; length + 1 < whole.size(); ++length)
         EXPECT_FALSE(scan::size_in_h264_set({whole.data(), length}).known()) << length;
@@ -73,7 +73,7 @@ TEST(parameter_sets, cut_off_or_absurd_have_no_size) {
     EXPECT_FALSE(scan::size_in_h265_set({}).known());
 }
 
-TEST(payload, of_an_h264_i_frame) {
+TEST(PayloadTest, OfAnH264IFrame) {
     const auto seen = look(scan_test::i_video());
     EXPECT_TRUE(seen.starts_with_unit);
     EXPECT_TRUE(seen.has_all_sets());
@@ -82,7 +82,7 @@ TEST(payload, of_an_h264_i_frame) {
     EXPECT_EQ(seen.size, (picture_size{1920, 1080}));
 }
 
-TEST(payload, of_an_h264_p_frame) {
+TEST(PayloadTest, OfAnH264PFrame) {
     const auto seen = look(scan_test::p_video());
     EXPECT_TRUE(seen.has_picture);
     EXPECT_FALSE(seen.has_random_access);
@@ -90,7 +90,7 @@ TEST(payload, of_an_h264_p_frame) {
     EXPECT_EQ(seen.codec, video_codec::h264);
 }
 
-TEST(payload, of_h265_frames) {
+TEST(PayloadTest, OfH265Frames) {
     const auto seen = look(units({{0x40, 0x01, 0x0C},
                                   scan_test::h265_sequence_set(2560, 1440, 0),
                                   {0x44, 0x01, 0xC1},
@@ -104,7 +104,7 @@ TEST(payload, of_h265_frames) {
     EXPECT_FALSE(look(units({{0x26, 0x01, 0xAF}})).has_all_sets());
 }
 
-TEST(payload, with_a_short_start_code) {
+TEST(PayloadTest, WithAShortStartCode) {
     EXPECT_TRUE(look({0, 0, 1, 0x41, 0x9A, 0x24}).starts_with_unit);
     EXPECT_FALSE(look({0, 0, 2, 0x41, 0x9A, 0x24}).starts_with_unit);
     EXPECT_FALSE(look({0, 0, 0}).starts_with_unit);
@@ -112,13 +112,13 @@ TEST(payload, with_a_short_start_code) {
     EXPECT_FALSE(look({7, 0, 0, 1, 0x41, 0x9A}).starts_with_unit);
 }
 
-TEST(payload, cut_before_its_picture_is_not_judged) {
+TEST(PayloadTest, CutBeforeItsPictureIsNotJudged) {
     const bytes video = units({bytes(100, 0x06)});
     EXPECT_TRUE(scan::look_at(video, 5000, {}, video_codec::h264).cut);
     EXPECT_FALSE(look(video, video_codec::h264).cut);
 }
 
-TEST(payload, user_data_that_looks_like_units_is_passed_over) {
+TEST(PayloadTest, UserDataThatLooksLikeUnitsIsPassedOver) {
     bytes video = scan_test::user_data_unit(
         scan_test::user_data_block("ZNST", 0, {0, 0, 1, 0x65, 0x88, 0, 0, 1, 0x67}));
     recording::append(video, scan_test::p_video());

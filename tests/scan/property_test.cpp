@@ -93,7 +93,7 @@ scan_test::frames varied_frames() {
     return all;
 }
 
-TEST(any_bytes, every_flip_of_every_byte) {
+TEST(AnyBytesTest, EveryFlipOfEveryByte) {
     const bytes sound = scan_test::recording_of(varied_frames());
     ASSERT_THAT(found(sound), testing::SizeIs(1)); // encrypted
     for (size_t i = 0; i < sound.size() && !HasFailure(); ++i)
@@ -106,7 +106,7 @@ TEST(any_bytes, every_flip_of_every_byte) {
 }
 
 // One flipped bit is one cause.
-TEST(any_bytes, one_flipped_byte_gives_one_finding) {
+TEST(AnyBytesTest, OneFlippedByteGivesOneFinding) {
     const bytes sound = scan_test::recording_of(scan_test::sound_frames(20));
     ASSERT_THAT(found(sound), testing::IsEmpty());
     for (size_t i = 0; i < sound.size(); ++i)
@@ -120,7 +120,7 @@ TEST(any_bytes, one_flipped_byte_gives_one_finding) {
 }
 
 // The same with sound, user data and H.265.
-TEST(any_bytes, one_flipped_byte_gives_one_finding_in_other_recordings_too) {
+TEST(AnyBytesTest, OneFlippedByteGivesOneFindingInOtherRecordingsToo) {
     const bytes block = scan_test::user_data_block("ZNST", 1, {0xD1, 0xFE, 2, 0, 'h', 'i'});
     scan_test::frames all = scan_test::h265_frames(15);
     for (recording::frame& each : all) {
@@ -142,7 +142,7 @@ TEST(any_bytes, one_flipped_byte_gives_one_finding_in_other_recordings_too) {
         }
 }
 
-TEST(any_bytes, every_length) {
+TEST(AnyBytesTest, EveryLength) {
     const bytes sound = scan_test::recording_of(varied_frames());
     for (size_t length = 0; length < sound.size() && !HasFailure(); ++length) {
         SCOPED_TRACE(length);
@@ -154,7 +154,7 @@ TEST(any_bytes, every_length) {
     }
 }
 
-TEST(any_bytes, random_damage) {
+TEST(AnyBytesTest, RandomDamage) {
     std::mt19937 random(20150102);
     const bytes sound = scan_test::recording_of(varied_frames());
     for (int round = 0; round < 2000 && !HasFailure(); ++round) {
@@ -186,7 +186,7 @@ TEST(any_bytes, random_damage) {
 }
 
 // Headers nested into each other, eight bytes apart: each is well formed, none has a successor.
-TEST(hostile_bytes, nested_headers_stay_linear) {
+TEST(HostileBytesTest, NestedHeadersStayLinear) {
     bytes file = scan_test::without_index(scan_test::sound_frames(5));
     const size_t begin = file.size();
     file.resize(begin + 800'000, 0);
@@ -203,7 +203,7 @@ TEST(hostile_bytes, nested_headers_stay_linear) {
     EXPECT_GT(expect_tiled(file), 0U);
 }
 
-TEST(hostile_bytes, torn_regions_one_after_the_other_stay_linear) {
+TEST(HostileBytesTest, TornRegionsOneAfterTheOtherStayLinear) {
     const scan_test::frames all = scan_test::sound_frames(4000);
     bytes file = scan_test::recording_of(all);
     size_t at = 88;
@@ -218,7 +218,7 @@ TEST(hostile_bytes, torn_regions_one_after_the_other_stay_linear) {
     EXPECT_EQ(judged.findings.size(), 100U);
 }
 
-TEST(any_thread, judges_alike) {
+TEST(AnyThreadTest, JudgesAlike) {
     bytes file = scan_test::recording_of(varied_frames());
     file.at(700) ^= 0x55;
     const auto expected = found(file);

@@ -14,7 +14,7 @@ scan::quick_look look(const bytes& file) {
     return scan::look_quickly(source);
 }
 
-TEST(quick_look, tells_what_a_judgement_tells) {
+TEST(QuickLookTest, TellsWhatAJudgementTells) {
     auto index = scan_test::records_for(scan_test::sound_frames(20));
     index[2].tag = "door";
     const bytes file = scan_test::recording_of(scan_test::sound_frames(20), index);
@@ -32,7 +32,7 @@ TEST(quick_look, tells_what_a_judgement_tells) {
     EXPECT_TRUE(seen.start_from_index);
 }
 
-TEST(quick_look, without_an_index_takes_the_header) {
+TEST(QuickLookTest, WithoutAnIndexTakesTheHeader) {
     const bytes file = scan_test::without_index(scan_test::sound_frames(20));
     const scan::quick_look seen = look(file);
     EXPECT_FALSE(seen.index.present);
@@ -41,13 +41,13 @@ TEST(quick_look, without_an_index_takes_the_header) {
     EXPECT_FALSE(seen.duration_ms);
 }
 
-TEST(quick_look, of_no_recording) {
+TEST(QuickLookTest, OfNoRecording) {
     EXPECT_EQ(look(bytes(500, 0xEE)).header.state, scan::header_state::implausible);
     EXPECT_EQ(look(bytes(50, 0xEE)).header.state, scan::header_state::too_short);
     EXPECT_FALSE(look({}).start_ms);
 }
 
-TEST(quick_look, of_any_length_and_any_flip_ends) {
+TEST(QuickLookTest, OfAnyLengthAndAnyFlipEnds) {
     const bytes sound = scan_test::recording_of(scan_test::sound_frames(10));
     for (size_t i = 0; i < sound.size(); ++i) {
         bytes file = sound;

@@ -19,7 +19,7 @@ namespace scan = kmr::scan;
 using scan_test::bytes;
 using testing::ElementsAre;
 
-TEST(memory_source, reads_up_to_its_end) {
+TEST(MemorySourceTest, ReadsUpToItsEnd) {
     const bytes content = {1, 2, 3, 4};
     scan::memory_source source(content);
     bytes into(3);
@@ -30,7 +30,7 @@ TEST(memory_source, reads_up_to_its_end) {
     EXPECT_FALSE(source.read_at(uint64_t{1} << 60, into).failed());
 }
 
-TEST(file_source, reads_a_plain_file) {
+TEST(FileSourceTest, ReadsAPlainFile) {
     const scratch::folder folder;
     const auto opened = scan::file_source::open(folder.write("a", {5, 6, 7}).c_str());
     ASSERT_EQ(opened.status, scan::open_status::opened);
@@ -41,7 +41,7 @@ TEST(file_source, reads_a_plain_file) {
     EXPECT_EQ(opened.source->change(), scan::source_change::none);
 }
 
-TEST(file_source, tells_what_is_no_plain_file) {
+TEST(FileSourceTest, TellsWhatIsNoPlainFile) {
     const scratch::folder folder;
     EXPECT_EQ(scan::file_source::open(folder.path().c_str()).status, scan::open_status::not_a_file);
     EXPECT_EQ(scan::file_source::open("/dev/null").status, scan::open_status::not_a_file);
@@ -54,7 +54,7 @@ TEST(file_source, tells_what_is_no_plain_file) {
     EXPECT_EQ(missing.source, nullptr);
 }
 
-TEST(file_source, leaves_no_descriptor_and_no_access_time) {
+TEST(FileSourceTest, LeavesNoDescriptorAndNoAccessTime) {
     const scratch::folder folder;
     const std::string path = folder.write("a", bytes(5000, 1));
     const timespec old[2] = {{1000, 0}, {2000, 0}};
@@ -72,7 +72,7 @@ TEST(file_source, leaves_no_descriptor_and_no_access_time) {
     EXPECT_EQ(now.st_atim.tv_sec, 1000);
 }
 
-TEST(file_source, that_shrinks_is_unreadable) {
+TEST(FileSourceTest, ThatShrinksIsUnreadable) {
     const scratch::folder folder;
     const std::string path = folder.write("a", scan_test::recording_of(scan_test::sound_frames(10)));
     const auto opened = scan::file_source::open(path.c_str());
@@ -83,7 +83,7 @@ TEST(file_source, that_shrinks_is_unreadable) {
     EXPECT_EQ(opened.source->change(), scan::source_change::shrunk);
 }
 
-TEST(file_source, that_grows_is_judged_as_it_was) {
+TEST(FileSourceTest, ThatGrowsIsJudgedAsItWas) {
     const scratch::folder folder;
     const std::string path = folder.write("a", scan_test::recording_of(scan_test::sound_frames(10)));
     const auto opened = scan::file_source::open(path.c_str());
@@ -110,7 +110,7 @@ private:
     uint64_t from_;
 };
 
-TEST(a_read_that_fails, makes_a_recording_unreadable_wherever_it_is) {
+TEST(AReadThatFailsTest, MakesARecordingUnreadableWhereverItIs) {
     const bytes file = scan_test::recording_of(scan_test::sound_frames(10));
     for (uint64_t from = 0; from < file.size(); from += 50) {
         failing_source source(file, from);
@@ -176,7 +176,7 @@ private:
     bytes index_;
 };
 
-TEST(beyond_4_gib, a_recording_is_read_to_its_end) {
+TEST(Beyond4GiBTest, ARecordingIsReadToItsEnd) {
     huge_source source;
     const auto judged = scan::judge(source);
     const uint64_t beyond = 88 + 4200 * (uint64_t{1} << 20) + 52 + 80 * 420 - (uint64_t{1} << 32);
