@@ -5,6 +5,7 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <vector>
 
@@ -39,9 +40,16 @@ void fulfil(const request& from) {
         compose_index_file({from.index_entries, from.recording.damages}, from.index_file);
 }
 
+// Without memory for an exception the run-time library ends the program, and that before anything is written.
+[[noreturn]] void give_up() {
+    std::fputs("kmr_make: no memory\n", stderr);
+    std::_Exit(exit_failure);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    std::set_terminate(give_up);
     try {
         fulfil(parse_request({argv, argv + argc}));
         return 0;

@@ -25,10 +25,10 @@ bool is_something_else_than_a_file(const std::string& path) {
 output_file::output_file(const std::string& path) : path_(path), temporary_(path + ".partial") {
     if (is_something_else_than_a_file(path))
         throw std::runtime_error(path + ": not a regular file");
+    buffer_.reserve(buffer_size); // a constructor that runs out of memory removes no file
     descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (descriptor_ < 0)
         fail();
-    buffer_.reserve(buffer_size);
 }
 
 output_file::~output_file() {
