@@ -2,9 +2,9 @@
 // bytes has reached the disk or has not, in every combination: what the recording then is, and what doing the same
 // again makes of it. docs/durability.md shows the states that this finds.
 #include "analyse/format/index_block.h"
+#include "file_op/common/rec_status.h"
 #include "file_op/file_copy.h"
 #include "file_op/rebuild.h"
-#include "file_op/common/rec_status.h"
 #include "file_op/tags.h"
 #include "libvfs/vfs.h"
 #include "tests/campaign/harness.hpp"
