@@ -79,7 +79,7 @@ TEST_P(ReadsOfTheHostTest, AreOneForALargeFrame) {
 // 16 blocks of an export in a window of 64 KiB, after a first one that a window behind a jump cannot hold.
 TEST_P(ReadsOfTheHostTest, AreFewForBlocksThatFollowEachOther) {
     constexpr int blocks = 1601;
-    const int32_t number = open_sparse(blocks * 4096);
+    const int32_t number = open_sparse(int64_t{blocks} * 4096);
     std::string block(4096, '\0');
     asked = {};
     for (int i = 0; i < blocks; ++i)
@@ -90,7 +90,7 @@ TEST_P(ReadsOfTheHostTest, AreFewForBlocksThatFollowEachOther) {
 // Records of an index: 819 fit into a window of 64 KiB.
 TEST_P(ReadsOfTheHostTest, AreFewForRecords) {
     constexpr int records = 8190;
-    const int32_t number = open_sparse(records * 80);
+    const int32_t number = open_sparse(int64_t{records} * 80);
     std::string record(80, '\0');
     asked = {};
     for (int i = 0; i < records; ++i)

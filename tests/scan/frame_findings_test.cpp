@@ -420,7 +420,7 @@ TEST(PayloadTest, AnIFrameWithoutTheParameterSetsThatOthersHave) {
 
 TEST(PayloadTest, NothingIsAskedOfEncryptedFrames) {
     frames all = sound_frames(10);
-    for (const size_t i : {2, 3}) {
+    for (const size_t i : {2U, 3U}) {
         all[i].tag = 2;
         all[i].video = bytes(64, 0x5C);
     }

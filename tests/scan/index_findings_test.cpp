@@ -203,7 +203,7 @@ TEST(IndexRecordsTest, OfFramesInTornRegionsAreSilent) {
 TEST(IndexRecordsTest, OfManyFramesInOneTornRegionAreSilent) {
     // Every I-frame stands 536 bytes behind the last: 30 of 40 are gone, and their records are no shifted ones.
     bytes file = recording_of(sound_frames(200));
-    std::fill(file.begin() + 88 + 5 * 536, file.begin() + 88 + 35 * 536, uint8_t{0});
+    std::fill(file.begin() + 88 + ptrdiff_t{5} * 536, file.begin() + 88 + ptrdiff_t{35} * 536, uint8_t{0});
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @2768 +16080 #176 t7000"));
 }
 

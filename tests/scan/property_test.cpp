@@ -62,7 +62,7 @@ size_t expect_tiled(const bytes& file) {
     }
     EXPECT_EQ(at, file.size());
     // Each byte twice, the window once more around each header that is looked at.
-    EXPECT_LE(source.bytes_read, 16 * file.size() + 65536 * 4);
+    EXPECT_LE(source.bytes_read, 16 * file.size() + uint64_t{65536} * 4);
     return count;
 }
 

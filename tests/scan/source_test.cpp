@@ -179,7 +179,7 @@ private:
 TEST(Beyond4GiBTest, ARecordingIsReadToItsEnd) {
     huge_source source;
     const auto judged = scan::judge(source);
-    const uint64_t beyond = 88 + 4200 * (uint64_t{1} << 20) + 52 + 80 * 420 - (uint64_t{1} << 32);
+    const uint64_t beyond = 88 + 4200 * (uint64_t{1} << 20) + 52 + uint64_t{80} * 420 - (uint64_t{1} << 32);
     EXPECT_THAT(scan_test::found(judged), ElementsAre("beyond-4-gib @4294967296 +" + std::to_string(beyond)));
     EXPECT_EQ(judged.judged, scan::verdict::sound);
     EXPECT_EQ(judged.frames.total, 4200U);
