@@ -1,7 +1,8 @@
 /* The user data that the encoder hides in the video stream: on-screen text, analytics targets, GPS, number
  * plates and others, in one block per frame, whose layout is that of user_data_block.h.
  *
- * One thread at a time: the counters, g_stVcaTarget and g_stVcaAnalysSize are not locked. Nothing is
+ * One thread at a time: the counters, g_stVcaTarget and g_stVcaAnalysSize are not locked, and rows are
+ * written without the lock of standard output, so no other thread may write to it meanwhile. Nothing is
  * allocated.
  */
 #ifndef KMR_USER_DATA_H

@@ -1,4 +1,5 @@
-/* The analysis of one recording and its report on standard output. Single-threaded: the globals are not locked. */
+/* The analysis of one recording and its report on standard output. Single-threaded: the globals are not locked, and rows
+ * are written without the lock of standard output, so no other thread may write to it while a report runs. */
 #ifndef KMR_ANALYSE_H
 #define KMR_ANALYSE_H
 
@@ -11,7 +12,8 @@ extern "C" {
 
 /* Prints the report of the recording `name` (short name or full path) that the option word asks for. The
  * layer must have been initialised. 0, whatever was found. Leaves the side files "EndFrame" and "Diff" in the
- * working directory. */
+ * working directory. When standard output cannot be written (its error indicator is set, by whomever), the
+ * report ends behind the piece of a million frames that is being walked. */
 int32_t analyse_kmr(const char* name, uint32_t option_word);
 
 /* Walks one bounded piece of the recording: *count + 1 ordinary frames (a signed quota; a negative one walks

@@ -38,9 +38,11 @@ seconds() {
     cat "$work/seconds"
 }
 
-# processor_seconds COMMAND...: what the process and the system worked for it, whatever else the machine did meanwhile.
+# processor_seconds COMMAND...: what the process and the system worked for it, to the millisecond, whatever else the
+# machine did meanwhile.
 processor_seconds() {
-    /usr/bin/time -f '%U %S' -o "$work/seconds" "$@" >/dev/null 2>"$work/complaints" || true
+    local TIMEFORMAT='%3U %3S'
+    { time "$@" >/dev/null 2>"$work/complaints" || true; } 2>"$work/seconds"
     awk '{ print $1 + $2 }' "$work/seconds"
 }
 

@@ -12,8 +12,11 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
-option(KMR_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
-if(KMR_SANITIZE)
+set(KMR_SANITIZE OFF CACHE STRING "ON: AddressSanitizer and UndefinedBehaviorSanitizer; thread: ThreadSanitizer")
+if(KMR_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -g -O1)
+    add_link_options(-fsanitize=thread)
+elseif(KMR_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g -O1)
     add_link_options(-fsanitize=address,undefined)

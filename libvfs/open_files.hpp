@@ -24,7 +24,8 @@ inline const vfs_module_operations* operations_behind(int32_t fd) {
 // Takes and releases vfs_fd_tLock twice; it is free again when this returns.
 //
 // Once would do to read both fields. Two pairs are what the layer promises for each call, so what watches or replaces
-// the lock counts on them. In between another thread may close the descriptor.
+// the lock counts on them. In between another thread may close the descriptor, and even open another file under it: a
+// descriptor belongs to its caller, who does neither while a call on it is under way.
 inline module_file find_open_file(int32_t fd) {
     const vfs_module_operations* const operations = operations_behind(fd);
     if (operations == nullptr)

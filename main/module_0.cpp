@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 namespace kmr {
@@ -26,6 +27,11 @@ bool has_library(const char* folder) {
     return join(library, folder, "/", library_name) && access(library.data(), R_OK) == 0;
 }
 
+// Not by naming the loader, whose own file would then pass for the program's: the system has no loader to report there.
+bool was_started_itself() {
+    return getauxval(AT_BASE) != 0;
+}
+
 // The program's own file.
 bool find_program(path_text& program) {
     const ssize_t length = readlink("/proc/self/exe", program.data(), program.size() - 1);
@@ -36,7 +42,7 @@ bool find_program(path_text& program) {
 }
 
 // Below the program's own folder, in this order: in lib, beside the program, where an installation has the modules.
-constexpr const char* own_folders[] = {"/lib", "", "/" KMR_MODULES_FROM_PROGRAM};
+constexpr const char* own_folders[] = {"/lib", "", KMR_MODULES_FROM_PROGRAM};
 
 // The folder that module 0 belongs to: ./lib of the working directory, or the first of our own that has one.
 bool find_folder(const path_text& program, path_text& folder) {
@@ -85,8 +91,8 @@ void use_own_module_0(char** argv) {
     const char* const folders = std::getenv(search_variable);
     path_text program;
     path_text folder;
-    if (folders == nullptr || *folders == '\0' || !find_program(program) || !find_folder(program, folder) ||
-        is_in_use(folder) || leads_there_first(folders, folder))
+    if (folders == nullptr || *folders == '\0' || !was_started_itself() || !find_program(program) ||
+        !find_folder(program, folder) || is_in_use(folder) || leads_there_first(folders, folder))
         return;
     start_anew(program, argv, folder, folders);
     std::fprintf(stderr, "%s: %s leads to another %s than %s\n", argv[0], search_variable, library_name,

@@ -1,5 +1,5 @@
 // Whether the process has but one thread, as far as the C library tells. Then nobody else can be inside of a call, and
-// nobody can come in before it returns.
+// nobody can come in before it returns. Threads that were made behind the C library's back (a bare clone()) are not seen.
 #pragma once
 
 #if __has_include(<sys/single_threaded.h>)

@@ -14,7 +14,7 @@
 
 namespace kmr::plain {
 
-// How many changes of files there have been. A window that was filled before the last of them does not count.
+// How many changes of files there have been through this module. A window that was filled before the last of them does not count.
 extern std::atomic<uint32_t> change_count;
 
 struct window_sizes {
@@ -62,7 +62,7 @@ private:
     uint32_t change_count_ = 0;
 };
 
-// To be called after every change of any file: windows of it, through whatever descriptor, are no longer true.
+// To be called after every change of any file through this module: windows of it, through whatever descriptor, are no longer true.
 inline void forget_all_windows() {
     change_count.fetch_add(1, std::memory_order_relaxed);
 }

@@ -19,10 +19,10 @@ size_t marker_length(std::span<const uint8_t> video) {
 // Behind a segment of unknown kind nothing is looked at any more: where the next one starts is not trusted.
 user_data_end note_kinds(const user_data_block& block, user_data_kinds& kinds) {
     return for_each_segment(block, [&](const user_data_segment& segment) {
-        const auto* const known =
-            std::find(std::begin(user_data_flags), std::end(user_data_flags), segment.flag);
-        kinds.set(static_cast<size_t>(known - std::begin(user_data_flags)));
-        return known != std::end(user_data_flags);
+        const bool known = is_known_segment(segment.flag);
+        kinds.set(known ? static_cast<size_t>(&segment_kind_of(segment.flag) - segment_kinds)
+                        : unknown_user_data);
+        return known;
     });
 }
 

@@ -2,6 +2,8 @@
 // block is sound, which kinds of segments it holds.
 #pragma once
 
+#include "UserDataOpt/segment_table.hpp"
+
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -10,11 +12,9 @@
 
 namespace kmr::scan {
 
-// Bit i: a segment of the i-th kind below was seen.
-inline constexpr uint16_t user_data_flags[] = {0xFED1, 0xFED2, 0xFED3, 0xFED4, 0x0001,
-                                               0xFED5, 0xFED6, 0xFED7, 0xFED8, 0xFED9};
-inline constexpr size_t unknown_user_data = std::size(user_data_flags);
-using user_data_kinds = std::bitset<std::size(user_data_flags) + 1>;
+// Bit i: a segment of the i-th of segment_kinds was seen; the last bit: one of no known kind.
+inline constexpr size_t unknown_user_data = std::size(segment_kinds);
+using user_data_kinds = std::bitset<unknown_user_data + 1>;
 
 struct user_data_look {
     bool present = false;   // the payload begins with the unit's marker

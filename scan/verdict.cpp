@@ -2,6 +2,7 @@
 #include "scan/judgement.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace kmr::scan {
@@ -47,7 +48,7 @@ void judgement::judge_block() {
     result_.tags = std::move(index_->tag_list());
     constexpr uint64_t most_tags = KMR_MAX_TAGS;
     const uint64_t tags = std::min(index_->tags(), most_tags);
-    constexpr uint64_t count_offset = 12;
+    constexpr uint64_t count_offset = offsetof(kmr_frame_header, FrameNo);
     if (block_->head.Frame.FrameNo != tags)
         findings_.add(differing(finding_code::tag_count_wrong, block_->offset + count_offset, tags,
                                 block_->head.Frame.FrameNo));
@@ -55,8 +56,8 @@ void judgement::judge_block() {
 
 // What the header counts is plain only where nothing is torn and the index was written to its end.
 void judgement::judge_counts() {
-    constexpr uint64_t total_size_offset = 80;
-    constexpr uint64_t frame_count_offset = 84;
+    constexpr uint64_t total_size_offset = offsetof(kmr_file_header, TotalSize);
+    constexpr uint64_t frame_count_offset = offsetof(kmr_file_header, FrameCount);
     const bool plain = result_.header.state == header_state::valid && block_ &&
                        block_->state == index_state::whole && !torn_;
     if (!plain)
