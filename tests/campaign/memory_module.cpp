@@ -492,7 +492,7 @@ void sync() {
     remember({change::kind::sync, ""});
 }
 // The rest between two pieces of a recording.
-int usleep(useconds_t) {
+int usleep(unsigned) {
     return 0;
 }
 }
