@@ -80,11 +80,12 @@ struct time_range {
     uint32_t end = 0;
 };
 
-// Records behind the end of the file read as zero; the head's count decides how many rows there are.
+// Records behind the end of the file read as zero; the head's count decides how many rows there are. A damaged one may ask
+// for thousands of millions: nobody waits for those when the rows cannot be written any more.
 time_range print_records(vfs_file* file, int32_t count) {
     time_range times;
     auto position = static_cast<uint32_t>(vfs_ftell(file));
-    for (int32_t i = 0; i < count; ++i) {
+    for (int32_t i = 0; i < count && std::ferror(stdout) == 0; ++i) {
         kmr_index_record record{};
         vfs_fread(&record, 1, sizeof record, file);
         if (i == 0)

@@ -74,6 +74,13 @@ TEST_F(OutputTest, ThatNobodyReadsAnyMoreEndsALongWalk) {
     EXPECT_EQ(place.text_of("EndFrame"), "1000001\n");
 }
 
+// The head asks for two thousand million rows.
+TEST_F(OutputTest, ThatNobodyReadsAnyMoreEndsTheRowsOfAnIndex) {
+    place.compose({"--output", "wild.kmr", "--frames", "5", "--index-field", "RecordCount=2000000000"});
+    EXPECT_EQ(status_without_reader("-f wild.kmr -t"), 0);
+    EXPECT_EQ(place.text_of("said"), complaint);
+}
+
 TEST_F(OutputTest, ThatTakesEverythingIsNothingToSpeakOf) {
     EXPECT_EQ(place.run({"-f", name, "-a"}).err, "");
 }
