@@ -3,6 +3,7 @@
 #include "analyse/rules.hpp"
 #include "base/text_line.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kmr {
@@ -73,7 +74,8 @@ void put_frame_number(text_line& line, uint32_t number, const frame_pairing& pai
     with_gap.put_decimal<1>(pairing.gap());
     with_gap.put(' ');
     with_gap.put_decimal<column_width>(shown);
-    line.put_right<frame_number_width>(with_gap.text().substr(0, longest_frame_number));
+    const std::string_view text = with_gap.text();
+    line.put_right<frame_number_width>({text.data(), std::min(text.size(), longest_frame_number)});
 }
 
 } // namespace
