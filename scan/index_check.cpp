@@ -253,7 +253,9 @@ bool index_check::take_as_misplaced(uint64_t record) {
         if (ahead && named_ahead_.size() < most_remembered)
             named_ahead_.push_back(position);
     }
-    report_order(runs_back(record) ? record : record + 1);
+    // The one that runs back: this one, or the next where there is one.
+    const bool is_last = record + 1 == records_.count();
+    report_order(runs_back(record) || is_last ? record : record + 1);
     return true;
 }
 

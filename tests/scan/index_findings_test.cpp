@@ -257,6 +257,18 @@ TEST(IndexRecordsTest, InTheWrongOrder) {
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), ElementsAre("index-order @1820 +80 record=1"));
 }
 
+// The last record names a header that stands in the last frame's video data: there is no record behind it to be named.
+TEST(IndexRecordsTest, TheLastOneNamingAHeaderWithinAFrame) {
+    frames all = sound_frames(15);
+    const bytes inner = recording::frame_record({.number = 16, .time_stamp = 1640, .video = {}});
+    ASSERT_EQ(inner.size(), 32U);
+    std::copy(inner.begin(), inner.end(), all.back().video.begin() + 32); // at 1600 + 32 + 32
+    records index = records_for(all);
+    index.push_back(index.back());
+    index.back().position = 1664;
+    EXPECT_THAT(found(recording_of(all, index)), ElementsAre("index-order @1980 +80 record=3"));
+}
+
 TEST(IndexRecordsTest, TwiceTheSame) {
     records index = records_for(sound_frames(15));
     index.insert(index.begin() + 1, index[0]);
