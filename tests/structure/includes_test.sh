@@ -5,10 +5,11 @@ table=${2:-$(dirname "$0")/folders}
 case $table in /*) ;; *) table=$PWD/$table ;; esac
 cd "$1" || exit 1
 
-# Tests and benchmarks look at everything, and nothing may look at them; cmake/ and build*/ hold what is no source. A folder
-# that was configured is no source.
+# Tests, fuzz targets and benchmarks look at everything, and nothing may look at them; cmake/ and build*/ hold what is no
+# source. A folder that was configured is no source.
 sources() {
-    find . -mindepth 1 \( -path ./tests -o -path ./bench -o -path ./cmake -o -path './build*' -o -name '.?*' \) -prune -o \
+    find . -mindepth 1 \( -path ./tests -o -path ./fuzz -o -path ./bench -o -path ./cmake -o -path './build*' \
+        -o -name '.?*' \) -prune -o \
         -type d -exec test -e '{}/CMakeCache.txt' \; -prune -o \
         -type f \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print | sed 's#^\./##'
 }
