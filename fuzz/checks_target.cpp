@@ -20,8 +20,6 @@
 namespace fuzz {
 namespace {
 
-using recording::get_u32;
-
 template <typename Record>
 Record record_of(const bytes& from) {
     Record record = {};

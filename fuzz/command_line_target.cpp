@@ -23,7 +23,7 @@ void forget_words() {
     char program[] = "program";
     char* none[] = {program, nullptr};
     optind = 0;
-    getopt(1, none, "");
+    expect(getopt(1, none, "") == -1, "no word is left");
 }
 
 kmr::command_line parse(words arguments) {
