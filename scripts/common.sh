@@ -30,6 +30,8 @@ purpose() {
         libgmock-dev) echo "header gmock/gmock.h" ;;
         libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
         googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
+        qemu-utils) echo "program qemu-img" ;;
+        e2fsprogs) echo "file /sbin/mke2fs" ;;
         qemu-user) echo "program qemu-arm" ;;
         g++-*) echo "program ${1#g++-}-g++" ;;
         time) echo "file /usr/bin/time" ;;
