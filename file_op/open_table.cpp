@@ -8,6 +8,7 @@
 #include "file_op/open_guards.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -67,6 +68,11 @@ int32_t resolve(const char* name, vfs_stat_record* st, char (&completed)[REC_PAT
         return status;
     const int32_t found = rec_Stat(completed, st);
     return found == 0 ? REC_OK : found;
+}
+
+// A plain word that several threads may write, without a lock and in no order with anything else.
+void write_whole(int32_t& word, int32_t value) {
+    std::atomic_ref(word).store(value, std::memory_order_relaxed);
 }
 
 int32_t read_header(vfs_file* handle, kmr_file_header& header) {
@@ -144,11 +150,11 @@ int32_t rec_ReadFileHeader(vfs_file* handle, const char* name, kmr_file_header* 
 }
 
 int32_t rec_StopCopy(void) {
-    g_iStopCopyFlag = 1;
+    write_whole(g_iStopCopyFlag, 1);
     return REC_OK;
 }
 
 int32_t rec_ClearStopCopyFlag(void) {
-    g_iStopCopyFlag = 0;
+    write_whole(g_iStopCopyFlag, 0);
     return REC_OK;
 }

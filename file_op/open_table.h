@@ -50,8 +50,9 @@ int32_t rec_SetBuf(vfs_file* handle, int32_t size);
  * REC_SHORT_READ. No lock. */
 int32_t rec_ReadFileHeader(vfs_file* handle, const char* name, kmr_file_header* header);
 
-int32_t rec_StopCopy(void);          /* sets g_iStopCopyFlag; REC_OK */
-int32_t rec_ClearStopCopyFlag(void); /* clears it; REC_OK */
+/* Set and clear g_iStopCopyFlag, from any thread at any time; no lock. REC_OK. */
+int32_t rec_StopCopy(void);
+int32_t rec_ClearStopCopyFlag(void);
 
 #ifdef __cplusplus
 }
