@@ -23,7 +23,7 @@ elseif(KMR_SANITIZE)
 endif()
 # Such programs need the libraries of their checks too, whoever asked for them.
 set(KMR_INSTRUMENTED ${KMR_SANITIZE})
-if("${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
+if("${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=|-fprofile-")
     set(KMR_INSTRUMENTED ON)
 endif()
 
