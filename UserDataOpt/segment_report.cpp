@@ -35,7 +35,7 @@ constexpr size_t flag_width = 4;
 using row_back = std::array<char, flag_width + 2 + segment_name_width + 1>;
 constexpr size_t longest_row = sizeof(row_front) + sizeof(row_back);
 
-constexpr row_back back_of_row(const segment_kind& kind) {
+constexpr row_back back_of_row(const segment_kind& kind) { // uncovered: runs in the compiler
     row_back text{};
     text.fill(' ');
     size_t at = flag_width;

@@ -49,12 +49,11 @@ int32_t rec_GetFileStopTime(const char* name, uint32_t* time) {
         return REC_FAILED;
     *time = 0;
     if (name != nullptr && kmr::is_full_path(name)) {
-        uint32_t start = 0;
-        uint32_t length = 0;
-        if (rec_GetFileStartTime(name, &start) != REC_OK || rec_GetFileTimeLen(name, &length) != 0)
-            return REC_FAILED;
-        *time = start + length;
-        return REC_OK;
+        // The length is never known, so neither is the sum; the files are looked at all the same.
+        uint32_t unused = 0;
+        if (rec_GetFileStartTime(name, &unused) == REC_OK)
+            rec_GetFileTimeLen(name, &unused);
+        return REC_FAILED;
     }
     kmr::recording_path path;
     vfs_stat_record record = {};

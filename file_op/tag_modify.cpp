@@ -84,6 +84,15 @@ kmr::heap_bytes page_aligned_tag(const char* text) {
     return tag;
 }
 
+int32_t write_into(const char* path, const tag_change& change, const void* tag) {
+    const kmr::open_descriptor file(vfs_Open(0, path, O_WRONLY));
+    if (!file.is_open())
+        return REC_TAG_REFUSED;
+    const int32_t result = write_tag(file.get(), change, tag);
+    sync();
+    return result;
+}
+
 int32_t modify_file(const char* name, const tag_change& change, const char* text) {
     const kmr::heap_bytes tag = page_aligned_tag(text);
     kmr::recording_path path;
@@ -93,15 +102,9 @@ int32_t modify_file(const char* name, const tag_change& change, const char* text
     // Positions of an index have 32 bits; in a longer file they may name any place.
     if (record.Size > UINT32_MAX)
         return REC_TAG_REFUSED;
-
-    int32_t result;
-    {
-        const kmr::open_descriptor file(vfs_Open(0, path.text, O_WRONLY));
-        if (!file.is_open())
-            return REC_TAG_REFUSED;
-        result = write_tag(file.get(), change, tag.get());
-        sync();
-    }
+    const int32_t result = write_into(path.text, change, tag.get());
+    if (result == REC_TAG_REFUSED)
+        return result;
     const vfs_times dates = {static_cast<long>(record.AccessTime), static_cast<long>(record.ModifyTime)};
     vfs_utimes(path.text, &dates);
     return result;

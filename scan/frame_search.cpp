@@ -37,7 +37,7 @@ bool lies_between(uint32_t before, uint32_t value, uint32_t behind) {
 
 // A sync word has no two beginnings, so the next one begins 4 bytes on at the earliest. Windows overlap by 3 bytes.
 std::optional<uint64_t> frame_search::next_sync(uint64_t from, uint64_t to) {
-    while (from < to && to - from >= sizeof sync_bytes) {
+    while (to - from >= sizeof sync_bytes) {
         const auto wanted = static_cast<size_t>(std::min<uint64_t>(to - from, window::most_viewed));
         const std::span<const uint8_t> bytes = recording_.view_some(from, sizeof sync_bytes, wanted);
         const void* hit = memmem(bytes.data(), bytes.size(), sync_bytes, sizeof sync_bytes);
@@ -70,11 +70,11 @@ bool frame_search::goes_on_at(uint64_t offset, const kmr_frame_header& header, c
 // A block whose sync word is gone meets no search for it; its trailer still names it.
 std::optional<uint64_t> frame_search::named_index(uint64_t from, uint64_t to) {
     const std::optional<uint64_t> named = index_.named();
-    kmr_frame_header header = {};
-    if (!named || *named < from || *named >= to || !recording_.load(*named, header) ||
-        index_.begins_at(*named, header) != index_places::proof::established)
+    if (!named || *named < from || *named >= to)
         return {};
-    return named;
+    kmr_frame_header header = {};
+    recording_.load(*named, header); // what a trailer names has room for a head
+    return index_.begins_at(*named, header) == index_places::proof::established ? named : std::nullopt;
 }
 
 good_place frame_search::next_good(uint64_t from, const clues& known) {
@@ -86,8 +86,9 @@ good_place frame_search::next_good(uint64_t from, const clues& known) {
             return {.what = kind::index, .offset = *named, .header = {}};
         passed = *hit;
         kmr_frame_header header = {};
-        if (end - *hit < sizeof header || !recording_.load(*hit, header))
+        if (end - *hit < sizeof header)
             break;
+        recording_.load(*hit, header);
         if (goes_on_at(*hit, header, known))
             return {.what = kind::header, .offset = *hit, .header = header};
         // Where the trailer names a block, an index before it is an older recording's.
@@ -105,8 +106,9 @@ std::optional<frame_search::lone_frame>
 frame_search::next_lone(uint64_t from, uint64_t to, const frame_moment& before, const frame_moment& behind) {
     for (auto hit = next_sync(from, to); hit; hit = next_sync(*hit + sizeof sync_bytes, to)) {
         kmr_frame_header header = {};
-        if (to - *hit < sizeof header || !recording_.load(*hit, header))
+        if (to - *hit < sizeof header)
             return {};
+        recording_.load(*hit, header);
         if (opens_a_frame(header) && header.FrameSize <= to - *hit &&
             lies_between(before.number, header.FrameNo, behind.number) &&
             lies_between(before.stamp, header.TimeStamp, behind.stamp))

@@ -43,7 +43,7 @@ public:
                                         const frame_moment& behind);
 
 private:
-    std::optional<uint64_t> next_sync(uint64_t from, uint64_t to);
+    std::optional<uint64_t> next_sync(uint64_t from, uint64_t to); // `from` is not behind `to`
     bool is_followed(uint64_t end);
     bool goes_on_at(uint64_t offset, const kmr_frame_header& header, const clues& known);
     std::optional<uint64_t> named_index(uint64_t from, uint64_t to);

@@ -34,10 +34,9 @@ void frame_steps::report_pending() {
     pending_.reset();
 }
 
-// The frame before was alone out of line: this one goes on where the one before that had been.
+// The frame before was alone out of line: this one goes on where the one before that had been, which is there, since the
+// first frame of all is never odd.
 bool frame_steps::is_back_in_line(const step_frame& frame, oddity before) const {
-    if (!before_previous_)
-        return false;
     if (before == oddity::number)
         return wrapped_distance(before_previous_->number, frame.number) == 2;
     const int64_t step = wrapped_distance(before_previous_->stamp, frame.stamp);
@@ -88,7 +87,7 @@ void frame_steps::drop_first_leap(int64_t step) {
 bool frame_steps::judge(const step_frame& frame, int64_t numbers, int64_t step) {
     const oddity before = std::exchange(odd_, oddity::none);
     if (!frame.behind_damage && before != oddity::none && is_back_in_line(frame, before)) {
-        if (pending_ && pending_->code == finding_code::paused)
+        if (pending_->code == finding_code::paused)
             pending_->code = finding_code::clock_leap; // nobody pauses for one frame and takes it back
         report_pending();
         return before == oddity::stamp;

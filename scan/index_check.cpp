@@ -277,7 +277,7 @@ finding index_check::entry_finding(uint64_t record, index_field field, int64_t a
 void index_check::report_wrong_place(uint64_t record) {
     const uint32_t position = records_[record].IPos;
     const auto header = frame_at(position);
-    if (!header || kmr_is_i_frame(&*header)) {
+    if (!header) {
         findings_.add(entry_finding(record, index_field::offset, position));
         return;
     }

@@ -19,7 +19,7 @@ void index_records::read_from(uint64_t record) {
     const std::span<uint8_t> into(reinterpret_cast<uint8_t*>(held_.data()),
                                   held_.size() * sizeof(kmr_index_record));
     const read_result result = source_.read_at(offset, into);
-    if (result.count == into.size() && !result.failed())
+    if (result.count == into.size())
         return;
     held_.clear();
     throw read_stopped{offset + result.count, result.error};

@@ -9,16 +9,10 @@
 namespace kmr::scan {
 namespace {
 
-uint64_t offset_of(const event& seen) {
-    return std::visit(
-        [](const auto& each) -> uint64_t {
-            if constexpr (requires { each.offset; })
-                return each.offset;
-            else
-                return 0;
-        },
-        seen);
-}
+struct offset_of {
+    uint64_t operator()(const header_event&) const { return 0; }
+    uint64_t operator()(const auto& each) const { return each.offset; }
+};
 
 // Whether the scan came to its end. Throws read_stopped from the index.
 bool walk(byte_source& source, judgement& into, const std::optional<index_event>& known_index,
@@ -33,7 +27,7 @@ bool walk(byte_source& source, judgement& into, const std::optional<index_event>
             if (const auto index = known_index ? known_index : events.expected_index())
                 into.expect_index(*index);
         }
-        if (!watching.go_on(offset_of(seen)))
+        if (!watching.go_on(std::visit(offset_of{}, seen)))
             return false;
     }
 }

@@ -98,8 +98,7 @@ private:
         for (uint64_t frames = 0; offset >= KMR_FILE_HEADER_SIZE && offset < end && frames < most_headers;
              ++frames) {
             kmr_frame_header header = {};
-            if (!recording_.load(offset, header))
-                return;
+            recording_.load(offset, header); // in front of the index, which has room for one
             const int32_t what = rec_ValidFrame(&header, 0);
             if (what == KMR_FRAME_ORDINARY)
                 times_.advance(header.TimeStamp);

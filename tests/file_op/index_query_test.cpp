@@ -574,4 +574,15 @@ TEST_F(FirstIFrameTest, StatusOfTheStepThatFailed) {
     EXPECT_EQ(offset_, 77u);
 }
 
+TEST_F(FirstIFrameTest, ShortNameThatIsGoneBehindItsIndexIsZeroAndStoresNothing) {
+    const char name[] = "H2cdef20150102opqrstCvwxyz0";
+    write_on_disk("02", name, three_records());
+    module_probe::fail_from("Stat", 2); // the first one finds the index
+    EXPECT_EQ(find(name), 0);
+    EXPECT_EQ(offset_, 77u);
+    module_probe::reset();
+    EXPECT_EQ(find(name), 0);
+    EXPECT_EQ(offset_, 88u); // what the first record says
+}
+
 } // namespace

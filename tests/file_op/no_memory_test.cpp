@@ -1,6 +1,8 @@
 // No memory, at every single allocation of every service.
 #include "file_op/common/log.h"
 #include "file_op/file_copy.h"
+#include "file_op/frame_search.h"
+#include "file_op/open_table.h"
 #include "file_op/rebuild.h"
 #include "file_op/tags.h"
 #include "tests/file_op/recording_fixture.hpp"
@@ -111,6 +113,25 @@ TEST_F(NoMemoryTest, CopyOpensNothing) {
     EXPECT_EQ(granted(0, [&] { return rec_CopyFileSegment(to.c_str(), 0, path_.c_str(), 0, 10); }), -1);
     EXPECT_FALSE(std::filesystem::exists(to));
     EXPECT_EQ(granted(1, [&] { return rec_DuplicateFileHead(to.c_str(), path_.c_str()); }), 88);
+}
+
+TEST_F(NoMemoryTest, LastFrame) {
+    vfs_file* const file = vfs_fopen(0, path_.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    int64_t offset = 77;
+    EXPECT_EQ(granted(0, [&] { return rec_SeekLastFrame(file, &offset, nullptr); }), -1);
+    EXPECT_EQ(offset, 77);
+    EXPECT_EQ(granted(1, [&] { return rec_SeekLastFrame(file, &offset, nullptr); }), 2);
+    vfs_fclose(file);
+}
+
+TEST_F(NoMemoryTest, WorkBuffer) {
+    vfs_file* file = nullptr;
+    vfs_stat_record record = {};
+    ASSERT_EQ(rec_OpenFile(&file, path_.c_str(), &record), REC_OK);
+    EXPECT_EQ(granted(0, [&] { return rec_SetBuf(file, 100); }), REC_FAILED);
+    EXPECT_EQ(granted(1, [&] { return rec_SetBuf(file, 100); }), REC_OK);
+    EXPECT_EQ(rec_CloseFile(&file), REC_OK);
 }
 
 } // namespace

@@ -519,4 +519,35 @@ TEST_F(LargeRebuildTest, FramesBeyond4GiBHaveNoOffsetAndNothingIsTouched) {
     EXPECT_EQ(std::filesystem::file_size(path_), header_size + 4 * uint64_t{frame_size});
 }
 
+// The last frame 256 ms before the clock begins anew: an index's stamp of 0 may follow it.
+constexpr uint32_t stamp_before_0 = 0xFFFFFF00 - 4800;
+
+TEST_F(RebuildTest, OldIndexThatPassesForTheLastIFrameIsReplaced) {
+    bytes file = recording::sound(four_frames(stamp_before_0), 17);
+    EXPECT_EQ(repaired(file), repaired_four_frames(stamp_before_0));
+    put_u32(file, 248 + 8, 0); // an I-frame by its kind: it had a record, which goes with it
+    EXPECT_EQ(repaired(file), repaired_four_frames(stamp_before_0));
+}
+
+TEST_F(RebuildTest, OldIndexWhoseTrailerCannotBeReadStaysAsAFrame) {
+    const bytes file = recording::sound(four_frames(stamp_before_0), 17);
+    bytes expected = file;
+    recording::append(expected,
+                      index_block({{.time = 5000, .position = 88}, {.time = 5003, .position = 168}}));
+    put_recording(file);
+    ASSERT_EQ(recover(), 0);
+    const call_log calls = short_calls();
+    const std::string place = std::to_string(file.size() - 8); // of the trailer
+    const auto seek = std::find(calls.begin(), calls.end(), "Seek(3, " + place + ", 0) = " + place);
+    ASSERT_NE(seek, calls.end());
+    ASSERT_EQ(seek[1], "Read(3, 8) = 8");
+    for (const auto failing : {seek - calls.begin() + 1, seek - calls.begin() + 2}) {
+        put_recording(file);
+        module_probe::reset();
+        module_probe::fail("*", static_cast<int>(failing));
+        EXPECT_EQ(recover(), 0);
+        EXPECT_EQ(content(), expected) << failing;
+    }
+}
+
 } // namespace

@@ -538,4 +538,31 @@ TEST_F(LargeTagTest, FileBeyond4GiBIsLeftAlone) {
     EXPECT_EQ(modification_time(path_), before);
 }
 
+// Of its positions only the low 32 bits are told, and a copy of the index stands at just those.
+TEST_F(LargeTagTest, FileBeyond4GiBIsLeftAloneWhereItsPositionsNameRecords) {
+    constexpr off_t below = 1000;
+    put_behind((off_t{1} << 32) + below);
+    const bytes block = index_block({{.time = 100}, {.time = 200}});
+    std::FILE* const file = std::fopen(path_.c_str(), "r+b");
+    ASSERT_EQ(std::fseek(file, below, SEEK_SET), 0);
+    EXPECT_EQ(std::fwrite(block.data(), 1, block.size(), file), block.size());
+    std::fclose(file);
+    module_probe::reset();
+    for (int32_t operation = 0; operation < 3; ++operation)
+        EXPECT_EQ(modify_at(operation, 100, "far"), REC_TAG_REFUSED);
+    EXPECT_EQ(syncs, 0);
+    for (const std::string& call : short_calls())
+        EXPECT_FALSE(call.starts_with("Write") || call.starts_with("ChangeTime")) << call;
+}
+
+// A record that ends one byte below 4 GiB has the position that says that there is none.
+TEST_F(LargeTagTest, RecordWhosePositionSaysNoneIsNotChosen) {
+    put_behind((off_t{1} << 32) - 1 - 44 - 80);
+    module_probe::reset();
+    EXPECT_EQ(modify_at(REC_TAG_REMOVE, 100, ""), REC_TAG_REFUSED);
+    EXPECT_EQ(modify_at(REC_TAG_CHANGE, 100, "far"), REC_TAG_REFUSED);
+    for (const std::string& call : short_calls())
+        EXPECT_FALSE(call.starts_with("Stat") || call.starts_with("Write")) << call;
+}
+
 } // namespace

@@ -126,4 +126,32 @@ TEST(FindingsTest, HaveWordsForEveryCode) {
     EXPECT_EQ(scan::message_of(entry), "the time in index record 7 is wrong: 12");
 }
 
+TEST(RepairTest, IsNotPossibleWhereOnlyAHeaderOfUnknownSizeIsWrong) {
+    scan_test::frames all; // P-frames alone: neither a record nor a parameter set tells the size
+    for (uint32_t i = 0; i < 5; ++i)
+        all.push_back(
+            {.number = 1 + i, .time_stamp = 1000 + 40 * i, .kind = 1, .video = scan_test::p_video()});
+    bytes file = scan_test::recording_of(all);
+    EXPECT_THAT(scan_test::found(file), IsEmpty());
+    std::fill_n(file.begin(), 88, uint8_t{0});
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(scan_test::found(judged), ElementsAre("header-implausible @0 +88"));
+    EXPECT_EQ(judged.judged, scan::verdict::damaged);
+    EXPECT_FALSE(judged.repair.possible);
+}
+
+TEST(VerdictTest, HasAName) {
+    EXPECT_EQ(scan::name_of(scan::verdict::unreadable), "unreadable");
+    EXPECT_EQ(scan::name_of(scan::verdict::not_a_recording), "not a recording");
+    EXPECT_EQ(scan::name_of(scan::verdict::damaged), "damaged");
+    EXPECT_EQ(scan::name_of(scan::verdict::unfinished), "unfinished");
+    EXPECT_EQ(scan::name_of(scan::verdict::sound), "sound");
+}
+
+TEST(FindingsTest, HaveTheNameOfTheirSeverity) {
+    EXPECT_EQ(scan::name_of(scan::kind_of(scan::finding_code::bytes_torn).level), "error");
+    EXPECT_EQ(scan::name_of(scan::kind_of(scan::finding_code::index_missing).level), "warning");
+    EXPECT_EQ(scan::name_of(scan::kind_of(scan::finding_code::paused).level), "info");
+}
+
 } // namespace

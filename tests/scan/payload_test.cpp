@@ -128,4 +128,28 @@ TEST(PayloadTest, UserDataThatLooksLikeUnitsIsPassedOver) {
     EXPECT_TRUE(seen.has_picture);
 }
 
+TEST(PayloadTest, UnitsThatTellNoCodecArePassedOver) {
+    // Extra information of H.264, and names that H.265 reserves: 10, 22 and 41. A picture behind them tells.
+    for (const uint8_t first : bytes{0x06, 0x14, 0x2C, 0x52, 0x81}) {
+        const auto seen = look(units({{first, 0x01, 0xAF}, {0x65, 0x88, 0x84}}));
+        EXPECT_EQ(seen.codec, video_codec::h264) << int{first};
+        EXPECT_TRUE(seen.has_random_access);
+        EXPECT_EQ(look(units({{first, 0x01, 0xAF}})).codec, video_codec::unknown) << int{first};
+    }
+}
+
+TEST(PayloadTest, ReservedUnitsOfH265AreNoPictures) {
+    for (const uint8_t first : bytes{0x14, 0x2C, 0x46}) { // 10, 22 and 35
+        const auto seen = look(units({{first, 0x01, 0xAF}}), video_codec::h265);
+        EXPECT_FALSE(seen.has_picture) << int{first};
+        EXPECT_FALSE(seen.has_any_set()) << int{first};
+    }
+}
+
+TEST(PayloadTest, APartitionOfASliceIsAPicture) {
+    const auto seen = look(units({{0x42, 0x9A, 0x24}}), video_codec::h264);
+    EXPECT_TRUE(seen.has_picture);
+    EXPECT_FALSE(seen.has_random_access);
+}
+
 } // namespace

@@ -58,4 +58,48 @@ TEST(QuickLookTest, OfAnyLengthAndAnyFlipEnds) {
     }
 }
 
+TEST(QuickLookTest, OfAnIndexWithoutRecordsTakesTheHeader) {
+    const bytes file = scan_test::recording_of({});
+    const scan::quick_look seen = look(file);
+    EXPECT_TRUE(seen.index.present);
+    EXPECT_EQ(seen.index.records, 0U);
+    EXPECT_FALSE(seen.start_from_index);
+    EXPECT_EQ(seen.start_ms, scan_test::judge(scan_test::without_index(scan_test::sound_frames(1))).start_ms);
+    EXPECT_FALSE(seen.duration_ms);
+}
+
+TEST(QuickLookTest, ListsTheFirst64OfTheTags) {
+    const auto frames = scan_test::sound_frames(70 * 5);
+    auto index = scan_test::records_for(frames);
+    for (auto& each : index)
+        each.tag = "door";
+    const scan::quick_look seen = look(scan_test::recording_of(frames, index));
+    EXPECT_EQ(seen.index.tags, 70U);
+    ASSERT_EQ(seen.tags.size(), 64U);
+    EXPECT_EQ(seen.tags.back().record, 63U);
+}
+
+TEST(QuickLookTest, PassesOverInsertedFramesAtTheEnd) {
+    auto frames = scan_test::sound_frames(10);
+    frames.insert(frames.end() - 2, {.number = 500, .time_stamp = 99'999, .kind = 1, .tag = 0x7788});
+    EXPECT_EQ(look(scan_test::recording_of(frames)).duration_ms, 360);
+}
+
+// 16384 records and as many frames behind the last of them are looked at.
+TEST(QuickLookTest, OfAVeryLongRecordingEndsEarly) {
+    scan_test::frames frames;
+    for (uint32_t i = 0; i < 16'400; ++i)
+        frames.push_back({.number = 1 + i, .time_stamp = 1000 + 40 * i, .kind = 0, .video = bytes(8, 1)});
+    scan::quick_look seen = look(scan_test::recording_of(frames));
+    EXPECT_EQ(seen.index.records, 16'400U);
+    EXPECT_EQ(seen.duration_ms, 16'399 * 40); // the last ones are reached by walking
+    EXPECT_TRUE(seen.start_from_index);
+
+    for (size_t i = 1; i < frames.size(); ++i)
+        frames[i].kind = 1;
+    seen = look(scan_test::recording_of(frames));
+    EXPECT_EQ(seen.index.records, 1U);
+    EXPECT_EQ(seen.duration_ms, 16'383 * 40);
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "scan/file_source.hpp"
 #include "scan/judge.hpp"
+#include "scan/quick_look.hpp"
 #include "tests/scan/compose.hpp"
 #include "tests/support/scratch.hpp"
 
@@ -124,12 +125,13 @@ TEST(AReadThatFailsTest, MakesARecordingUnreadableWhereverItIs) {
 // 4200 frames of 1 MiB and an index: made up while it is read.
 class huge_source final : public scan::byte_source {
 public:
-    huge_source() {
+    explicit huge_source(bool with_index = true) {
         scan_test::records index;
         for (uint64_t i = 0; i < count; i += interval)
             index.push_back({.time = scan_test::start_time + static_cast<uint32_t>(i * 40 / 1000),
                              .position = static_cast<uint32_t>(88 + i * frame_size)});
-        index_ = recording::index_block(index);
+        if (with_index)
+            index_ = recording::index_block(index);
         header_ = recording::file_header(count);
         recording::put_u32(header_, 80, static_cast<uint32_t>(size()));
     }
@@ -185,6 +187,27 @@ TEST(Beyond4GiBTest, ARecordingIsReadToItsEnd) {
     EXPECT_EQ(judged.frames.total, 4200U);
     EXPECT_EQ(judged.index.records, 420U);
     EXPECT_LT(source.bytes_read, 64U << 20); // not the payloads
+}
+
+TEST(Beyond4GiBTest, ALookFollowsTheRecordsAcrossTheBorder) {
+    huge_source source;
+    const auto look = scan::look_quickly(source);
+    EXPECT_EQ(look.index.records, 420U);
+    EXPECT_EQ(look.duration_ms, 4199 * 40);
+    // Records stand 400 ms apart and tell whole seconds: their offsets are 0, -400, -800, -200 and -600 ms in turn.
+    EXPECT_EQ(look.start_ms, int64_t{scan_test::start_time} * 1000 - 400);
+}
+
+// An index could not name the frames there.
+TEST(Beyond4GiBTest, AMissingIndexIsNotMended) {
+    huge_source source(false);
+    const auto judged = scan::judge(source);
+    const uint64_t size = 88 + 4200 * (uint64_t{1} << 20);
+    EXPECT_THAT(scan_test::found(judged),
+                ElementsAre("beyond-4-gib @4294967296 +" + std::to_string(size - (uint64_t{1} << 32)),
+                            "index-missing @" + std::to_string(size) + " +0"));
+    EXPECT_EQ(judged.judged, scan::verdict::unfinished);
+    EXPECT_FALSE(judged.repair.possible);
 }
 
 } // namespace

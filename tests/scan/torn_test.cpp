@@ -1,0 +1,136 @@
+// The way back behind damage. Places as in compose.hpp: of ten frames the headers stand at 88, 240, 336, 432, 528, 624,
+// 776, 872, 968 and 1064, what is behind them at 1160.
+#include "tests/scan/compose.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using kmr::scan::finding_code;
+using kmr::scan::verdict;
+using recording::put_u32;
+using scan_test::bytes;
+using scan_test::found;
+using scan_test::frames;
+using scan_test::recording_of;
+using scan_test::sound_frames;
+using testing::ElementsAre;
+
+constexpr size_t stamp_field = 16;
+
+void break_header(bytes& file, size_t header) {
+    file.at(header + 3) = 0xEE;
+}
+
+uint64_t count(const kmr::scan::report& in, finding_code code) {
+    return in.found[static_cast<size_t>(code)];
+}
+
+TEST(BehindDamageTest, AnOlderNumberWithALaterStampGoesOn) {
+    frames all = sound_frames(10);
+    for (size_t i = 5; i < all.size(); ++i)
+        all[i].number -= 5; // 1 to 5 once more, while the clock runs on
+    bytes file = recording_of(all);
+    break_header(file, 528);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #1 t200"));
+}
+
+TEST(BehindDamageTest, AFrameTheFileEndsBehindHasNoSuccessor) {
+    bytes file = scan_test::without_index(sound_frames(10));
+    break_header(file, 968);
+    file.resize(file.size() + 10, 0x77);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +202"));
+}
+
+TEST(BehindDamageTest, ALoneFrameStandsBetweenItsNeighboursByNumberAndStamp) {
+    bytes file = recording_of(sound_frames(10));
+    break_header(file, 528);
+    break_header(file, 776);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #6 t200", "bytes-torn @776 +96 #8 t280"));
+    put_u32(file, 624 + stamp_field, 5000);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +344 #8 t280"));
+}
+
+// A trailer at the end of the file that names the header at 624, where a frame stands: 748 - 136 + 76 = 612 = 52 + 7 x 80
+// bytes from its end.
+TEST(BehindDamageTest, AFrameThatATrailerNamesIsNoIndex) {
+    for (const uint16_t tag : {uint16_t{0}, uint16_t{0x7788}}) {
+        frames all = sound_frames(10);
+        all[5].tag = tag;
+        bytes file = scan_test::without_index(all);
+        file.resize(file.size() + 68, 0x77);
+        bytes trailer(8);
+        put_u32(trailer, 0, 0x0123ABCD);
+        put_u32(trailer, 4, 612);
+        recording::append(file, trailer);
+        ASSERT_EQ(file.size() - 612, 624U);
+        EXPECT_THAT(found(file), testing::Contains("bytes-torn @1160 +76"));
+        EXPECT_EQ(scan_test::judge(file).frames.total, 10U);
+        if (tag != 0)
+            continue;
+        break_header(file, 528);
+        break_header(file, 776);
+        EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #6 t200", "bytes-torn @776 +96 #8 t280",
+                                             "bytes-torn @1160 +76"));
+    }
+}
+
+TEST(BehindDamageTest, ManyTornRegions) {
+    // Of 12,600 frames every third one, I-frames among them, whose records are silent.
+    const frames all = sound_frames(12'600);
+    bytes file = recording_of(all);
+    size_t place = 88;
+    for (size_t i = 0; i < all.size(); ++i) {
+        if (i % 3 == 2)
+            break_header(file, place);
+        place += 32 + all[i].video.size();
+    }
+    const auto judged = scan_test::judge(file);
+    EXPECT_EQ(count(judged, finding_code::bytes_torn), 4200U);
+    uint64_t others = 0;
+    for (const uint64_t each : judged.found)
+        others += each;
+    EXPECT_EQ(others, 4200U);
+    EXPECT_EQ(judged.frames.total, 8400U);
+    EXPECT_EQ(judged.frames.lost, 4199U); // the last one has no frame behind it that would tell
+}
+
+TEST(DamagedFramesTest, ManyInARow) {
+    // 1100 P-frames whose lengths disagree: of 1024 of them the number is remembered, the others count as lost.
+    frames all = sound_frames(1);
+    for (uint32_t i = 1; i < 1110; ++i)
+        all.push_back(
+            {.number = 1 + i, .time_stamp = 1000 + 40 * i, .kind = 1, .video = scan_test::p_video()});
+    bytes file = recording_of(all);
+    for (size_t i = 0; i < 1100; ++i)
+        put_u32(file, 240 + 96 * i + 20, 63); // VideoSize
+    const auto judged = scan_test::judge(file);
+    EXPECT_EQ(count(judged, finding_code::frame_lengths_wrong), 1100U);
+    EXPECT_EQ(judged.frames.damaged, 1100U);
+    EXPECT_EQ(judged.frames.total, 10U);
+    EXPECT_EQ(judged.frames.lost, 1100U - 1024U);
+}
+
+TEST(UserDataTest, OfH265InFrontOfALongPayload) {
+    frames all = scan_test::h265_frames(5);
+    bytes video = scan_test::user_data_unit(
+        scan_test::user_data_block("ZNST", 1,
+                                   [] {
+                                       bytes segment(4 + 900, 0x11); // text, 900 bytes
+                                       recording::put_u16(segment, 0, 0xFED1);
+                                       recording::put_u16(segment, 2, 900);
+                                       return segment;
+                                   }()),
+        true);
+    recording::append(video, all[0].video);
+    video.resize(3000, 0xAA);
+    all[0].video = video;
+    const auto judged = scan_test::judge(recording_of(all));
+    EXPECT_THAT(found(judged), testing::IsEmpty());
+    EXPECT_TRUE(judged.user_data.any());
+    EXPECT_EQ(judged.picture, (kmr::scan::picture_size{1920, 1080}));
+    EXPECT_EQ(judged.codec, kmr::scan::video_codec::h265);
+}
+
+} // namespace
