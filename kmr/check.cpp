@@ -1,0 +1,150 @@
+// kmr check: judges recordings.
+#include "kmr/check_output.hpp"
+#include "kmr/commands.hpp"
+#include "kmr/ordered_work.hpp"
+#include "kmr/output/progress.hpp"
+
+#include <CLI/CLI.hpp>
+
+namespace kmr::program {
+namespace {
+
+constexpr size_t most_jobs = 1024;
+
+struct check_options {
+    std::vector<std::string> paths = {};
+    size_t jobs = 1;
+    bool verbose = false;
+    bool json = false;
+    bool strict = false;
+    bool all_findings = false;
+};
+
+// Tells how far a file has been read, and ends a scan whose result nobody waits for.
+class follower final : public scan::observer {
+public:
+    follower(std::atomic<uint64_t>& bytes, const std::atomic<bool>& stop) : bytes_(bytes), stop_(stop) {}
+
+    bool go_on(uint64_t offset) override {
+        if (offset - told_ >= step)
+            tell(offset);
+        return !stop_.load(std::memory_order_relaxed);
+    }
+    void tell(uint64_t offset) {
+        bytes_.fetch_add(offset - told_, std::memory_order_relaxed);
+        told_ = offset;
+    }
+
+private:
+    static constexpr uint64_t step = 1 << 20;
+
+    std::atomic<uint64_t>& bytes_;
+    const std::atomic<bool>& stop_;
+    uint64_t told_ = 0;
+};
+
+class check_run {
+public:
+    check_run(const check_options& options, session& with)
+        : options_(options), with_(with), clock_(with.clock()), files_(files_of(options.paths)),
+          progress_(with.err, {files_.size(), with.err.on_terminal() ? bytes_of(files_) : 0}) {
+        if (options_.all_findings)
+            judging_.most_per_code = SIZE_MAX;
+    }
+
+    exit_status run() {
+        const auto work = [this](size_t which) { return judge(files_[which]); };
+        const auto take = [this](const judged_file& judged) { tell(judged); };
+        const auto wait = [this] { be_patient(); };
+        ordered_work<judged_file, decltype(work), decltype(take), decltype(wait)>(files_.size(), stop_, work,
+                                                                                 take, wait)
+            .run(options_.jobs);
+        sum_up();
+        return status_;
+    }
+
+private:
+    judged_file judge(const found_file& file) { // on any thread
+        follower watching(bytes_done_, stop_);
+        judged_file judged = judge_file(file, judging_, &watching);
+        watching.tell(judged.judged.size);
+        return judged;
+    }
+
+    void tell(const judged_file& file) {
+        ++files_done_;
+        if (file.in_folder && !options_.strict && file.judged.judged == scan::verdict::not_a_recording) {
+            ++totals_.skipped;
+            return;
+        }
+        totals_.add(file.judged);
+        status_ = worse(status_, status_of(file.judged));
+        append_checked(with_.out.buffer(), file,
+                       {.json = options_.json, .verbose = options_.verbose, .colored = with_.colored}, clock_);
+        with_.out.keep_small();
+        if (!file.problem.empty()) {
+            with_.out.flush(); // so that the message stands behind the line where both go to one place
+            with_.err.say(file.path, file.problem);
+        }
+    }
+
+    void be_patient() {
+        with_.out.flush();
+        if (with_.err.on_terminal())
+            progress_.show({files_done_, bytes_done_.load(std::memory_order_relaxed)});
+    }
+
+    void sum_up() {
+        const bool many = totals_.all_files() + totals_.skipped != 1 || options_.paths.size() != 1;
+        if (!options_.json && many)
+            append_totals(with_.out.buffer(), totals_);
+    }
+
+    const check_options& options_;
+    session& with_;
+    output::clock clock_;
+    scan::judge_options judging_ = {};
+    std::vector<found_file> files_;
+    output::progress progress_;
+    check_totals totals_ = {};
+    exit_status status_ = exit_status::sound;
+    uint64_t files_done_ = 0;
+    std::atomic<uint64_t> bytes_done_ = 0;
+    std::atomic<bool> stop_ = false;
+};
+
+class check final : public command {
+public:
+    void add_options(CLI::App& to) override {
+        to.add_option("PATH", options_.paths, "Recordings, and folders for every recording below them")
+            ->required()
+            ->allow_extra_args(false)
+            ->expected(1, CLI::detail::expected_max_vector_size);
+        to.add_flag("-v,--verbose", options_.verbose, "A line for each finding");
+        to.add_flag("--json", options_.json, "One JSON object a file and line (kmr.check/1)");
+        to.add_flag("--all-findings", options_.all_findings, "List more than 100 findings of one code");
+        to.add_flag("--strict", options_.strict, "What is no recording counts in folders too");
+        to.add_option("-j,--jobs", options_.jobs, "So many files at once (1); the output is the same")
+            ->option_text("N")
+            ->check(CLI::Range(size_t{1}, most_jobs));
+    }
+
+    exit_status work(session& with) override { return check_run(options_, with).run(); }
+
+private:
+    check_options options_ = {};
+};
+
+} // namespace
+
+const command_kind check_command = {
+    "check",
+    "Judges recordings: sound, unfinished, damaged, and why",
+    "  kmr check recording.kmr              is it sound?\n"
+    "  kmr check -v recording.kmr           what is wrong, where, and at which time\n"
+    "  kmr check -j 4 /media/disk           every recording below a folder, four at once\n"
+    "  kmr check --json /media/disk | jq -r 'select(.frames.lost > 0) | .path'\n",
+    [] { return std::unique_ptr<command>(std::make_unique<check>()); },
+};
+
+} // namespace kmr::program

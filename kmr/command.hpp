@@ -1,0 +1,48 @@
+// What a command of the program is: options -> work -> status. Each has a source of its own.
+#pragma once
+
+#include "kmr/exit_status.hpp"
+#include "kmr/output/messages.hpp"
+#include "kmr/output/standard_output.hpp"
+#include "kmr/output/times.hpp"
+
+#include <memory>
+#include <string_view>
+
+namespace CLI {
+class App;
+}
+
+namespace kmr::program {
+
+// What a command works with; made by `run` when the arguments have been understood.
+struct session {
+    output::standard_output& out; // data; ends the program by an exception where it cannot be written
+    output::messages& err;        // messages and progress
+    output::time_zone zone = output::time_zone::local;
+    bool colored = false; // standard output
+
+    // A clock of its own for every thread that writes times.
+    output::clock clock() const { return output::clock(zone); }
+};
+
+class command {
+public:
+    command() = default;
+    command(const command&) = delete;
+    command& operator=(const command&) = delete;
+    virtual ~command() = default;
+
+    // --help, --color and --utc are there already.
+    virtual void add_options(CLI::App& to) = 0;
+    virtual exit_status work(session& with) = 0;
+};
+
+struct command_kind {
+    std::string_view name;
+    std::string_view purpose;  // one line
+    std::string_view examples; // behind the options in the help, every line ends with a line feed
+    std::unique_ptr<command> (*make)();
+};
+
+} // namespace kmr::program

@@ -1,0 +1,16 @@
+#include "kmr/commands.hpp"
+
+namespace kmr::program {
+namespace {
+
+constexpr const command_kind* kinds[] = {
+    &check_command,
+};
+
+} // namespace
+
+std::span<const command_kind* const> commands() {
+    return kinds;
+}
+
+} // namespace kmr::program

@@ -1,0 +1,14 @@
+// The commands, each in a source of its own name. A new one gets a line here and one in the table.
+#pragma once
+
+#include "kmr/command.hpp"
+
+#include <span>
+
+namespace kmr::program {
+
+extern const command_kind check_command;
+
+std::span<const command_kind* const> commands(); // in the order of the help
+
+} // namespace kmr::program

@@ -1,0 +1,56 @@
+#include "kmr/judged_file.hpp"
+
+#include <cerrno>
+#include <system_error>
+
+namespace kmr::program {
+
+std::string words_of(int error) {
+    return std::generic_category().message(error);
+}
+
+std::string problem_of(const scan::opened_file& opened) {
+    switch (opened.status) {
+    case scan::open_status::opened:
+        break;
+    case scan::open_status::failed:
+        return words_of(opened.error);
+    case scan::open_status::not_a_file:
+        return "not a regular file";
+    }
+    return {};
+}
+
+std::string problem_of(const scan::report& judged) {
+    if (judged.ended == scan::end_state::read_failed)
+        return words_of(judged.error);
+    if (judged.ended == scan::end_state::shrunk)
+        return "became shorter while it was read";
+    return judged.changed ? "changed while it was read" : "";
+}
+
+judged_file judge_file(const found_file& file, const scan::judge_options& options, scan::observer* watching) {
+    judged_file result{.path = file.path, .in_folder = file.in_folder};
+    if (file.error != 0) {
+        result.judged = scan::unreadable(file.error);
+        result.problem = words_of(file.error);
+        return result;
+    }
+    const scan::opened_file opened = scan::file_source::open(file.path.c_str());
+    if (opened.status != scan::open_status::opened) {
+        result.judged = scan::unreadable(opened.error);
+        result.problem = problem_of(opened);
+        return result;
+    }
+    result.judged = scan::judge(*opened.source, options, watching);
+    result.problem = problem_of(result.judged);
+    return result;
+}
+
+exit_status status_of(const scan::report& judged) {
+    if (judged.judged == scan::verdict::unreadable || judged.changed)
+        return exit_status::failed;
+    return judged.judged == scan::verdict::sound ? exit_status::sound : exit_status::found;
+}
+
+} // namespace kmr::program

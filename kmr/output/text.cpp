@@ -1,0 +1,138 @@
+#include "kmr/output/text.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace kmr::output {
+namespace {
+
+constexpr char hex_digits[] = "0123456789abcdef";
+
+// What stands at the beginning of some text.
+struct piece {
+    size_t length = 1;
+    uint32_t code = 0;
+    bool valid = false; // UTF-8, in its shortest form, and a character at all
+};
+
+piece first_piece(std::string_view from) {
+    const auto byte = [&](size_t at) { return static_cast<uint8_t>(from[at]); };
+    const uint8_t first = byte(0);
+    if (first < 0x80)
+        return {1, first, true};
+    struct form {
+        uint8_t mask, mark;
+        size_t length;
+        uint32_t least;
+    };
+    constexpr form forms[] = {{0xE0, 0xC0, 2, 0x80}, {0xF0, 0xE0, 3, 0x800}, {0xF8, 0xF0, 4, 0x10000}};
+    const auto* const of =
+        std::find_if(std::begin(forms), std::end(forms), [&](const form& f) { return (first & f.mask) == f.mark; });
+    if (of == std::end(forms) || from.size() < of->length)
+        return {};
+    uint32_t code = first & static_cast<uint8_t>(~of->mask);
+    for (size_t i = 1; i < of->length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return {};
+        code = code << 6 | (byte(i) & 0x3F);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < of->least || code > 0x10FFFF || surrogate)
+        return {};
+    return {of->length, code, true};
+}
+
+bool is_control(uint32_t code) {
+    const bool c0_or_c1 = code < 0x20 || (code >= 0x7F && code < 0xA0);
+    const bool separator_or_direction =
+        (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0x200E || code == 0x200F;
+    return c0_or_c1 || separator_or_direction;
+}
+
+void append_bytes(std::string& to, std::string_view bytes, std::string_view lead) {
+    for (const char each : bytes) {
+        const auto value = static_cast<uint8_t>(each);
+        to += lead;
+        to += hex_digits[value >> 4];
+        to += hex_digits[value & 15];
+    }
+}
+
+bool is_plain(std::string_view from, std::string_view special) {
+    return std::all_of(from.begin(), from.end(), [&](char each) {
+        return each >= 0x20 && each < 0x7F && special.find(each) == std::string_view::npos;
+    });
+}
+
+// Hands out every piece of the text: take(piece, its bytes).
+template <typename Take>
+void for_each_piece(std::string_view from, Take take) {
+    while (!from.empty()) {
+        const piece next = first_piece(from);
+        take(next, from.substr(0, next.length));
+        from.remove_prefix(next.length);
+    }
+}
+
+void append_json_code(std::string& to, uint32_t code) {
+    to += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        to += hex_digits[code >> shift & 15];
+}
+
+} // namespace
+
+void append_text(std::string& to, std::string_view from) {
+    if (is_plain(from, {})) {
+        to += from;
+        return;
+    }
+    for_each_piece(from, [&](const piece& each, std::string_view bytes) {
+        if (each.valid && !is_control(each.code))
+            to += bytes;
+        else
+            append_bytes(to, bytes, "\\x");
+    });
+}
+
+void append_csv(std::string& to, std::string_view from) {
+    if (from.find_first_of("\",;") == std::string_view::npos) {
+        append_text(to, from);
+        return;
+    }
+    const std::string clean = text(from);
+    to += '"';
+    for (const char each : clean) {
+        if (each == '"')
+            to += '"';
+        to += each;
+    }
+    to += '"';
+}
+
+void append_json(std::string& to, std::string_view from) {
+    to += '"';
+    if (is_plain(from, "\"\\"))
+        to += from;
+    else
+        for_each_piece(from, [&](const piece& each, std::string_view bytes) {
+            if (!each.valid)
+                append_bytes(to, bytes, "\\\\x");
+            else if (is_control(each.code))
+                append_json_code(to, each.code);
+            else if (each.code == '"' || each.code == '\\')
+                to.append("\\").append(bytes);
+            else
+                to += bytes;
+        });
+    to += '"';
+}
+
+std::string text(std::string_view from) {
+    std::string clean;
+    append_text(clean, from);
+    return clean;
+}
+
+} // namespace kmr::output

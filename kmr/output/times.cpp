@@ -1,0 +1,65 @@
+#include "kmr/output/times.hpp"
+
+#include "kmr/output/numbers.hpp"
+
+#include <cstdlib>
+#include <ctime>
+
+namespace kmr::output {
+namespace {
+
+constexpr int64_t ms_a_second = 1000;
+
+int64_t floor_of(int64_t value, int64_t step) {
+    const int64_t part = value / step;
+    return value % step < 0 ? part - 1 : part;
+}
+
+} // namespace
+
+void clock::move_to(int64_t second) {
+    second_ = second;
+    const auto when = static_cast<std::time_t>(second);
+    std::tm parts = {};
+    const std::tm* const known = zone_ == time_zone::utc ? gmtime_r(&when, &parts) : localtime_r(&when, &parts);
+    if (known == nullptr)
+        parts = {};
+    seconds_.clear();
+    append_digits(seconds_, static_cast<uint64_t>(parts.tm_year) + 1900, 4);
+    append_digits(seconds_ += '-', static_cast<uint64_t>(parts.tm_mon) + 1, 2);
+    append_digits(seconds_ += '-', static_cast<uint64_t>(parts.tm_mday), 2);
+    append_digits(seconds_ += 'T', static_cast<uint64_t>(parts.tm_hour), 2);
+    append_digits(seconds_ += ':', static_cast<uint64_t>(parts.tm_min), 2);
+    append_digits(seconds_ += ':', static_cast<uint64_t>(parts.tm_sec), 2);
+    const long minutes = std::labs(parts.tm_gmtoff) / 60;
+    offset_ = parts.tm_gmtoff < 0 ? '-' : '+';
+    append_digits(offset_, static_cast<uint64_t>(minutes / 60), 2);
+    append_digits(offset_ += ':', static_cast<uint64_t>(minutes % 60), 2);
+}
+
+void clock::append_iso(std::string& to, int64_t ms) {
+    const int64_t second = floor_of(ms, ms_a_second);
+    if (second != second_)
+        move_to(second);
+    to += seconds_;
+    append_digits(to += '.', static_cast<uint64_t>(ms - second * ms_a_second), 3);
+    to += offset_;
+}
+
+void append_stream_time(std::string& to, int64_t ms) {
+    if (ms < 0)
+        to += '-';
+    const uint64_t length = ms < 0 ? 0 - static_cast<uint64_t>(ms) : static_cast<uint64_t>(ms);
+    append_number(to, length / 3600000);
+    append_digits(to += ':', length / 60000 % 60, 2);
+    append_digits(to += ':', length / 1000 % 60, 2);
+    append_digits(to += '.', length % 1000, 3);
+}
+
+std::string stream_time(int64_t ms) {
+    std::string to;
+    append_stream_time(to, ms);
+    return to;
+}
+
+} // namespace kmr::output
