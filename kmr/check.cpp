@@ -57,7 +57,7 @@ public:
         const auto take = [this](const judged_file& judged) { tell(judged); };
         const auto wait = [this] { be_patient(); };
         ordered_work<judged_file, decltype(work), decltype(take), decltype(wait)>(files_.size(), stop_, work,
-                                                                                 take, wait)
+                                                                                  take, wait)
             .run(options_.jobs);
         sum_up();
         return status_;
@@ -80,7 +80,8 @@ private:
         totals_.add(file.judged);
         status_ = worse(status_, status_of(file.judged));
         append_checked(with_.out.buffer(), file,
-                       {.json = options_.json, .verbose = options_.verbose, .colored = with_.colored}, clock_);
+                       {.json = options_.json, .verbose = options_.verbose, .colored = with_.colored},
+                       clock_);
         with_.out.keep_small();
         if (!file.problem.empty()) {
             with_.out.flush(); // so that the message stands behind the line where both go to one place
@@ -117,9 +118,7 @@ class check final : public command {
 public:
     void add_options(CLI::App& to) override {
         to.add_option("PATH", options_.paths, "Recordings, and folders for every recording below them")
-            ->required()
-            ->allow_extra_args(false)
-            ->expected(1, CLI::detail::expected_max_vector_size);
+            ->required();
         to.add_flag("-v,--verbose", options_.verbose, "A line for each finding");
         to.add_flag("--json", options_.json, "One JSON object a file and line (kmr.check/1)");
         to.add_flag("--all-findings", options_.all_findings, "List more than 100 findings of one code");

@@ -46,7 +46,8 @@ void append_start(std::string& to, const scan::report& judged, output::clock& cl
 }
 
 void append_length(std::string& to, const scan::report& judged) {
-    output::append_right(to, judged.duration_ms ? output::stream_time(*judged.duration_ms) : "-", length_width);
+    output::append_right(to, judged.duration_ms ? output::stream_time(*judged.duration_ms) : "-",
+                         length_width);
 }
 
 // "bytes-torn, frames-lost x3"
@@ -119,7 +120,8 @@ void append_findings(std::string& to, const scan::report& judged, const check_st
 
 } // namespace
 
-void append_checked(std::string& to, const judged_file& file, const check_style& style, output::clock& clock) {
+void append_checked(std::string& to, const judged_file& file, const check_style& style,
+                    output::clock& clock) {
     if (style.json) {
         append_checked_json(to, file, clock);
         return;

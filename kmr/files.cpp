@@ -26,7 +26,8 @@ unsigned char type_of(const dirent& entry, const std::string& path) {
     if (entry.d_type != DT_UNKNOWN)
         return entry.d_type;
     struct stat found = {};
-    return lstat(path.c_str(), &found) == 0 ? static_cast<unsigned char>(IFTODT(found.st_mode)) : entry.d_type;
+    return lstat(path.c_str(), &found) == 0 ? static_cast<unsigned char>(IFTODT(found.st_mode))
+                                            : entry.d_type;
 }
 
 class folder_walk {

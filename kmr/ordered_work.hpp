@@ -22,7 +22,8 @@ template <typename Result, typename Work, typename Take, typename Wait>
 class ordered_work {
 public:
     ordered_work(size_t count, std::atomic<bool>& stop, Work work, Take take, Wait wait)
-        : count_(count), stop_(stop), work_(std::move(work)), take_(std::move(take)), wait_(std::move(wait)) {}
+        : count_(count), stop_(stop), work_(std::move(work)), take_(std::move(take)), wait_(std::move(wait)) {
+    }
     ordered_work(const ordered_work&) = delete;
     ordered_work& operator=(const ordered_work&) = delete;
     ~ordered_work() { end(); }
@@ -92,9 +93,8 @@ private:
     Result next() {
         constexpr auto patience = std::chrono::milliseconds(50);
         std::unique_lock lock(mutex_);
-        while (!ready_.wait_for(lock, patience, [&] {
-            return failure_ || (!results_.empty() && results_.front());
-        })) {
+        while (!ready_.wait_for(lock, patience,
+                                [&] { return failure_ || (!results_.empty() && results_.front()); })) {
             lock.unlock();
             wait_();
             lock.lock();

@@ -29,7 +29,8 @@ void write_header(json_writer& to, const scan::header_event& read) {
         .member("audio_bits", header.BitsPerSample)
         .member("audio_rate", header.AudioSample)
         .member("cover_mask", header.CoverMask)
-        .member("cover_word", std::string_view(header.cCovWord, strnlen(header.cCovWord, sizeof header.cCovWord)))
+        .member("cover_word",
+                std::string_view(header.cCovWord, strnlen(header.cCovWord, sizeof header.cCovWord)))
         .member("frame_no_diff", header.m_uiFrameNoDiff)
         .member("trigger_high", header.TriggerHigh)
         .member("trigger_low", header.TriggerLow)

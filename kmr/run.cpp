@@ -43,9 +43,8 @@ bool is_colored(color_choice choice) {
 }
 
 void add_common_options(CLI::App& to, common_options& common) {
-    static const std::map<std::string, color_choice> choices = {{"auto", color_choice::automatic},
-                                                                {"always", color_choice::always},
-                                                                {"never", color_choice::never}};
+    static const std::map<std::string, color_choice> choices = {
+        {"auto", color_choice::automatic}, {"always", color_choice::always}, {"never", color_choice::never}};
     to.add_option("--color", common.color,
                   "auto: where standard output is a terminal and NO_COLOR is not set; always; never")
         ->option_text("auto|always|never")
@@ -59,6 +58,23 @@ struct prepared_command {
     std::unique_ptr<command> what;
 };
 
+// As the parser takes them: last one first. Names that it would misread get the folder in front that they lie in: behind
+// "--" those that look like options (it would not take several there), anywhere "[a,b]" (it would take that for a list).
+std::vector<std::string> arguments_of(int argc, const char* const* argv) {
+    std::vector<std::string> arguments;
+    bool names_only = false;
+    for (const std::string argument : std::span(argv + 1, argv + argc)) {
+        const bool bracketed = argument.starts_with('[') && argument.ends_with(']');
+        if (argument == "--" && !names_only)
+            names_only = true;
+        else
+            arguments.push_back((bracketed || (names_only && argument.starts_with('-')) ? "./" : "") +
+                                argument);
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
     std::vector<prepared_command> all;
     for (const command_kind* kind : commands()) {
@@ -67,9 +83,10 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
         all.push_back({&arguments, kind->make()});
         all.back().what->add_options(arguments);
         add_common_options(arguments, common);
-        arguments.footer("Examples:\n" + std::string(kind->examples) + "\n" +
-                         "Exit status: 0 sound, 1 something was found, 2 wrong usage, not readable or not written;\n"
-                         "of several files the highest.");
+        arguments.footer(
+            "Examples:\n" + std::string(kind->examples) + "\n" +
+            "Exit status: 0 sound, 1 something was found, 2 wrong usage, not readable or not written;\n"
+            "of several files the highest.");
     }
     return all;
 }
@@ -98,7 +115,7 @@ exit_status run_command(int argc, const char* const* argv, output::standard_outp
     app.footer("kmr COMMAND --help tells more.");
     const std::vector<prepared_command> all = prepare(app, common);
     try {
-        app.parse(argc, argv);
+        app.parse(arguments_of(argc, argv));
     } catch (const CLI::ParseError& why) {
         return explain(app, why, out, err);
     }

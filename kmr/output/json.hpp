@@ -35,8 +35,7 @@ public:
         return done(writer_.RawValue(quoted_.data(), quoted_.size(), rapidjson::kStringType));
     }
     template <typename Number>
-        requires std::is_integral_v<Number>
-    json_writer& value(Number what) {
+    requires std::is_integral_v<Number> json_writer& value(Number what) {
         if constexpr (std::is_signed_v<Number>)
             return done(writer_.Int64(what));
         else

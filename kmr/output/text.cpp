@@ -27,8 +27,8 @@ piece first_piece(std::string_view from) {
         uint32_t least;
     };
     constexpr form forms[] = {{0xE0, 0xC0, 2, 0x80}, {0xF0, 0xE0, 3, 0x800}, {0xF8, 0xF0, 4, 0x10000}};
-    const auto* const of =
-        std::find_if(std::begin(forms), std::end(forms), [&](const form& f) { return (first & f.mask) == f.mark; });
+    const auto* const of = std::find_if(std::begin(forms), std::end(forms),
+                                        [&](const form& f) { return (first & f.mask) == f.mark; });
     if (of == std::end(forms) || from.size() < of->length)
         return {};
     uint32_t code = first & static_cast<uint8_t>(~of->mask);
@@ -45,8 +45,9 @@ piece first_piece(std::string_view from) {
 
 bool is_control(uint32_t code) {
     const bool c0_or_c1 = code < 0x20 || (code >= 0x7F && code < 0xA0);
-    const bool separator_or_direction =
-        (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0x200E || code == 0x200F;
+    const bool separator_or_direction = (code >= 0x2028 && code <= 0x202E) ||
+                                        (code >= 0x2066 && code <= 0x2069) || code == 0x200E ||
+                                        code == 0x200F;
     return c0_or_c1 || separator_or_direction;
 }
 

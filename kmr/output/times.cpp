@@ -21,7 +21,8 @@ void clock::move_to(int64_t second) {
     second_ = second;
     const auto when = static_cast<std::time_t>(second);
     std::tm parts = {};
-    const std::tm* const known = zone_ == time_zone::utc ? gmtime_r(&when, &parts) : localtime_r(&when, &parts);
+    const std::tm* const known =
+        zone_ == time_zone::utc ? gmtime_r(&when, &parts) : localtime_r(&when, &parts);
     if (known == nullptr)
         parts = {};
     seconds_.clear();
