@@ -66,10 +66,22 @@ private:
         }
         const uint64_t offset = position_of(entry);
         kmr_frame_header header = {};
-        if (offsets_ms_.size() == most_headers || !ordinary_frame(offset, header))
+        if (offsets_ms_.size() == most_headers)
             return;
+        if (!ordinary_frame(offset, header)) {
+            unbroken_ = false;
+            return;
+        }
         last_named_ = offset;
+        note_step(times_.at(header.TimeStamp) - times_.now());
         offsets_ms_.push_back(int64_t{entry.TimeNow} * 1000 - times_.advance(header.TimeStamp));
+    }
+
+    // No step of the clock that is longer than all that is usual fits in between.
+    void note_step(int64_t ms) {
+        constexpr int64_t shortest_leap = 2000;
+        const bool usual = ms >= 0 && ms <= shortest_leap && (ms > 0 || offsets_ms_.empty());
+        unbroken_ = unbroken_ && usual;
     }
 
     // Records rise, and beyond 4 GiB they begin anew.
@@ -91,6 +103,7 @@ private:
         std::nth_element(offsets_ms_.begin(), middle, offsets_ms_.end());
         into_.start_ms = *middle;
         into_.start_from_index = true;
+        into_.start_certain = unbroken_;
     }
 
     void walk_to(uint64_t end) {
@@ -113,6 +126,7 @@ private:
     quick_look& into_;
     time_line times_ = {};
     uint64_t last_named_ = 0;
+    bool unbroken_ = true;
     std::vector<int64_t> offsets_ms_ = {};
 };
 

@@ -25,26 +25,28 @@ void clock::move_to(int64_t second) {
         zone_ == time_zone::utc ? gmtime_r(&when, &parts) : localtime_r(&when, &parts);
     if (known == nullptr)
         parts = {};
-    seconds_.clear();
-    append_digits(seconds_, static_cast<uint64_t>(parts.tm_year) + 1900, 4);
-    append_digits(seconds_ += '-', static_cast<uint64_t>(parts.tm_mon) + 1, 2);
-    append_digits(seconds_ += '-', static_cast<uint64_t>(parts.tm_mday), 2);
-    append_digits(seconds_ += 'T', static_cast<uint64_t>(parts.tm_hour), 2);
-    append_digits(seconds_ += ':', static_cast<uint64_t>(parts.tm_min), 2);
-    append_digits(seconds_ += ':', static_cast<uint64_t>(parts.tm_sec), 2);
+    text_.clear();
+    append_digits(text_, static_cast<uint64_t>(parts.tm_year) + 1900, 4);
+    append_digits(text_ += '-', static_cast<uint64_t>(parts.tm_mon) + 1, 2);
+    append_digits(text_ += '-', static_cast<uint64_t>(parts.tm_mday), 2);
+    append_digits(text_ += 'T', static_cast<uint64_t>(parts.tm_hour), 2);
+    append_digits(text_ += ':', static_cast<uint64_t>(parts.tm_min), 2);
+    append_digits(text_ += ':', static_cast<uint64_t>(parts.tm_sec), 2);
     const long minutes = std::labs(parts.tm_gmtoff) / 60;
-    offset_ = parts.tm_gmtoff < 0 ? '-' : '+';
-    append_digits(offset_, static_cast<uint64_t>(minutes / 60), 2);
-    append_digits(offset_ += ':', static_cast<uint64_t>(minutes % 60), 2);
+    ms_at_ = text_.size() + 1;
+    text_ += ".000";
+    append_digits(text_ += parts.tm_gmtoff < 0 ? '-' : '+', static_cast<uint64_t>(minutes / 60), 2);
+    append_digits(text_ += ':', static_cast<uint64_t>(minutes % 60), 2);
 }
 
-void clock::append_iso(std::string& to, int64_t ms) {
+std::string_view clock::iso_text(int64_t ms) {
     const int64_t second = floor_of(ms, ms_a_second);
     if (second != second_)
         move_to(second);
-    to += seconds_;
-    append_digits(to += '.', static_cast<uint64_t>(ms - second * ms_a_second), 3);
-    to += offset_;
+    auto part = static_cast<unsigned>(ms - second * ms_a_second);
+    for (size_t digit = 3; digit-- > 0; part /= 10)
+        text_[ms_at_ + digit] = static_cast<char>('0' + part % 10);
+    return text_;
 }
 
 void append_stream_time(std::string& to, int64_t ms) {

@@ -16,23 +16,22 @@ class clock {
 public:
     explicit clock(time_zone zone) : zone_(zone) {}
 
-    std::string iso(int64_t ms) {
-        std::string to;
-        append_iso(to, ms);
-        return to;
-    }
+    // Valid until the next one.
+    std::string_view iso_text(int64_t ms);
+
+    std::string iso(int64_t ms) { return std::string(iso_text(ms)); }
     std::optional<std::string> iso(const std::optional<int64_t>& ms) {
         return ms ? std::optional(iso(*ms)) : std::nullopt;
     }
-    void append_iso(std::string& to, int64_t ms);
+    void append_iso(std::string& to, int64_t ms) { to += iso_text(ms); }
 
 private:
     void move_to(int64_t second);
 
     time_zone zone_;
     int64_t second_ = INT64_MIN;
-    std::string seconds_ = {}; // "2015-01-02T03:04:05"
-    std::string offset_ = {};  // "+01:00"
+    std::string text_ = {};
+    size_t ms_at_ = 0; // where the three digits of milliseconds stand in it
 };
 
 // "0:00:02.960", negative ones with a minus in front.

@@ -1,0 +1,169 @@
+// kmr frames: one record a frame.
+#include "kmr/commands.hpp"
+#include "kmr/frame_rows.hpp"
+#include "kmr/frame_selection.hpp"
+#include "kmr/judged_file.hpp"
+#include "kmr/output/progress.hpp"
+#include "scan/quick_look.hpp"
+
+#include <CLI/CLI.hpp>
+
+namespace kmr::program {
+namespace {
+
+struct frames_options {
+    std::string path = {};
+    frame_format format = frame_format::table;
+    frame_selection wanted = {};
+    std::string from = {};
+    std::string to = {};
+    bool user_data = false;
+};
+
+// Tells on a terminal how far one file has been read.
+class read_progress {
+public:
+    read_progress(session& with, uint64_t bytes)
+        : shown_(with.err.on_terminal()), progress_(with.err, {1, bytes}) {}
+
+    void tell(uint64_t offset) {
+        if (!shown_ || offset - told_ < step)
+            return;
+        told_ = offset;
+        progress_.show({0, offset});
+    }
+
+private:
+    static constexpr uint64_t step = 1 << 20;
+
+    bool shown_;
+    output::progress progress_;
+    uint64_t told_ = 0;
+};
+
+class row_printer final : public scan::observer {
+public:
+    row_printer(const frames_options& options, session& with, std::optional<int64_t> start_ms, uint64_t bytes)
+        : options_(options), with_(with), start_ms_(start_ms), progress_(with, bytes),
+          writer_(frame_writer::make(options.format, with.zone)) {
+        writer_->append_heading(with_.out.buffer(), options.user_data);
+    }
+
+    void on_frame(const scan::seen_frame& seen) override {
+        if (!seen.frame.header_whole || !options_.wanted.takes(seen, start_ms_))
+            return;
+        if (options_.user_data)
+            segments_ = segments_of(seen.frame.long_payload);
+        writer_->append(with_.out.buffer(),
+                        {.seen = seen,
+                         .time_ms = start_ms_ ? std::optional(*start_ms_ + seen.stream_ms) : std::nullopt,
+                         .user_data = options_.user_data ? &segments_ : nullptr});
+        with_.out.keep_small();
+    }
+
+    bool go_on(uint64_t offset) override {
+        progress_.tell(offset);
+        return true;
+    }
+
+private:
+    const frames_options& options_;
+    session& with_;
+    std::optional<int64_t> start_ms_;
+    read_progress progress_;
+    std::unique_ptr<frame_writer> writer_;
+    std::vector<segment_text> segments_ = {};
+};
+
+class progress_observer final : public scan::observer {
+public:
+    progress_observer(session& with, uint64_t bytes) : progress_(with, bytes) {}
+    bool go_on(uint64_t offset) override {
+        progress_.tell(offset);
+        return true;
+    }
+
+private:
+    read_progress progress_;
+};
+
+// The wall clock at stream time 0. Where header and index leave it open whether the clock ran on, the whole recording is
+// asked for it before the first row is written.
+std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
+    const scan::quick_look look = scan::look_quickly(source);
+    if (look.start_certain)
+        return look.start_ms;
+    progress_observer watching(with, source.size());
+    return scan::judge(source, {.most_per_code = 0}, &watching).start_ms;
+}
+
+class frames final : public command {
+public:
+    void add_options(CLI::App& to) override {
+        static const std::map<std::string, frame_format> formats = {
+            {"table", frame_format::table}, {"csv", frame_format::csv}, {"json", frame_format::json}};
+        static const std::map<std::string, frame_type> types = {{"I", frame_type::i}, {"P", frame_type::p}};
+        to.add_option("FILE", options_.path, "A recording")->required();
+        to.add_option("--format", options_.format, "table, csv with a heading, or json: one object a line")
+            ->option_text("table|csv|json")
+            ->transform(CLI::CheckedTransformer(formats));
+        to.add_option("--type", options_.wanted.type, "I-frames or P-frames alone")
+            ->option_text("I|P")
+            ->transform(CLI::CheckedTransformer(types, CLI::ignore_case));
+        to.add_option("--from", options_.from,
+                      "From this frame number (digits alone), stream time (M:SS.mmm, H:MM:SS.mmm) or time "
+                      "(ISO 8601) on")
+            ->option_text("PLACE");
+        to.add_option("--to", options_.to, "Before this place")->option_text("PLACE");
+        to.add_flag("--gaps", options_.wanted.gaps, "Only frames before which numbers are missing");
+        to.add_flag("--user-data", options_.user_data, "With the segments of the user data");
+    }
+
+    exit_status work(session& with) override {
+        if (!take_place(options_.from, options_.wanted.from, with) ||
+            !take_place(options_.to, options_.wanted.to, with))
+            return exit_status::failed;
+        const scan::opened_file opened = scan::file_source::open(options_.path.c_str());
+        if (opened.status != scan::open_status::opened) {
+            with.err.say(options_.path, problem_of(opened));
+            return exit_status::failed;
+        }
+        scan::byte_source& source = *opened.source;
+        row_printer printing(options_, with, start_of(source, with), source.size());
+        const scan::report judged = scan::judge(source, {.most_per_code = 0}, &printing);
+        const std::string problem = problem_of(judged);
+        if (!problem.empty()) {
+            with.out.flush();
+            with.err.say(options_.path, problem);
+        } else if (judged.judged == scan::verdict::not_a_recording)
+            with.err.say(options_.path, "not a recording");
+        return status_of(judged);
+    }
+
+private:
+    static bool take_place(const std::string& text, std::optional<frame_place>& into, session& with) {
+        if (text.empty())
+            return true;
+        into = frame_place::parse(text, with.zone);
+        if (!into)
+            with.err.say(text, "neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)");
+        return into.has_value();
+    }
+
+    frames_options options_ = {};
+};
+
+} // namespace
+
+const command_kind frames_command = {
+    "frames",
+    "Tabulates the frames of a recording",
+    "  kmr frames recording.kmr                                  every frame\n"
+    "  kmr frames --gaps recording.kmr                           where frames are missing\n"
+    "  kmr frames --type I --user-data recording.kmr             I-frames and what was hidden in them\n"
+    "  kmr frames --format csv --from 1:30 --to 2:00 recording.kmr >half_a_minute.csv\n"
+    "  kmr frames --from 2015-01-02T03:04:05 recording.kmr       from a time of day on\n",
+    [] { return std::unique_ptr<command>(std::make_unique<frames>()); },
+};
+
+} // namespace kmr::program
