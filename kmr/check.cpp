@@ -3,6 +3,7 @@
 #include "kmr/commands.hpp"
 #include "kmr/ordered_work.hpp"
 #include "kmr/output/progress.hpp"
+#include "kmr/scan_follower.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -21,16 +22,17 @@ struct check_options {
 };
 
 // Tells how far a file has been read, and ends a scan whose result nobody waits for.
-class follower final : public scan::observer {
+class follower final : public scan_follower {
 public:
     follower(std::atomic<uint64_t>& bytes, const std::atomic<bool>& stop) : bytes_(bytes), stop_(stop) {}
 
-    bool go_on(uint64_t offset) override {
-        if (offset - told_ >= step)
+    bool reached(uint64_t offset) override {
+        if (offset >= told_ + step)
             tell(offset);
         return !stop_.load(std::memory_order_relaxed);
     }
     void tell(uint64_t offset) {
+        offset = std::max(offset, told_);
         bytes_.fetch_add(offset - told_, std::memory_order_relaxed);
         told_ = offset;
     }
@@ -96,8 +98,8 @@ private:
     }
 
     void sum_up() {
-        const bool many = totals_.all_files() + totals_.skipped != 1 || options_.paths.size() != 1;
-        if (!options_.json && many)
+        const bool one_named = files_.size() == 1 && !files_.front().in_folder;
+        if (!options_.json && !one_named)
             append_totals(with_.out.buffer(), totals_);
     }
 

@@ -3,6 +3,7 @@
 #include "kmr/output/color.hpp"
 #include "kmr/output/numbers.hpp"
 #include "kmr/report_json.hpp"
+#include "kmr/report_text.hpp"
 
 #include <numeric>
 
@@ -19,21 +20,7 @@ constexpr size_t frames_width = 9;
 constexpr size_t severity_width = 9;
 constexpr size_t code_width = 21;
 
-color color_of(scan::verdict judged) {
-    switch (judged) {
-    case scan::verdict::sound:
-        return color::green;
-    case scan::verdict::unfinished:
-    case scan::verdict::not_a_recording:
-        return color::yellow;
-    case scan::verdict::damaged:
-    case scan::verdict::unreadable:
-        break;
-    }
-    return color::red;
-}
-
-color color_of(scan::severity level) {
+color color_for(scan::severity level) {
     constexpr color colors[] = {color::red, color::yellow, color::dim};
     return colors[static_cast<size_t>(level)];
 }
@@ -50,35 +37,6 @@ void append_length(std::string& to, const scan::report& judged) {
                          length_width);
 }
 
-// "bytes-torn, frames-lost x3"
-void append_codes(std::string& to, const scan::report& judged) {
-    std::string_view separator;
-    for (size_t code = 0; code < scan::finding_code_count; ++code) {
-        if (judged.found[code] == 0)
-            continue;
-        to += separator;
-        to += scan::finding_kinds()[code].code;
-        if (judged.found[code] > 1)
-            append_number(to += " x", judged.found[code]);
-        separator = ", ";
-    }
-    if (separator.empty())
-        to += '-';
-}
-
-void append_repair(std::string& to, const scan::report& judged) {
-    if (!judged.repair.possible) {
-        to += "; no repair";
-        return;
-    }
-    append_number(to += "; repair keeps ", judged.repair.frames_kept);
-    append_number(to += " frames, ", judged.repair.bytes_kept);
-    to += " bytes, ";
-    output::append_stream_time(to, judged.duration_ms.value_or(0));
-    append_number(to += ", loses ", judged.repair.bytes_lost);
-    to += " bytes";
-}
-
 void append_line(std::string& to, const judged_file& file, const check_style& style, output::clock& clock) {
     const scan::report& judged = file.judged;
     output::append_colored(to, scan::name_of(judged.judged), color_of(judged.judged), style.colored,
@@ -88,8 +46,8 @@ void append_line(std::string& to, const judged_file& file, const check_style& st
     output::append_right_number(to, judged.frames.total, frames_width);
     to += " frames  ";
     append_codes(to, judged);
-    if (judged.judged == scan::verdict::damaged || judged.judged == scan::verdict::unfinished)
-        append_repair(to, judged);
+    if (can_be_in_need_of_repair(judged))
+        append_repair(to += "; ", judged);
     output::append_text(to += "  ", file.path);
     to += '\n';
 }
@@ -97,7 +55,7 @@ void append_line(std::string& to, const judged_file& file, const check_style& st
 void append_finding(std::string& to, const scan::finding& found, const check_style& style) {
     const scan::finding_kind& kind = scan::kind_of(found.code);
     to += "    ";
-    output::append_colored(to, scan::name_of(kind.level), color_of(kind.level), style.colored,
+    output::append_colored(to, scan::name_of(kind.level), color_for(kind.level), style.colored,
                            severity_width);
     output::append_left(to, kind.code, code_width);
     append_number(to += "at ", found.offset);

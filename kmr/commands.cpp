@@ -5,6 +5,7 @@ namespace {
 
 constexpr const command_kind* kinds[] = {
     &check_command,
+    &show_command,
     &frames_command,
 };
 

@@ -8,6 +8,7 @@
 namespace kmr::program {
 
 extern const command_kind check_command;
+extern const command_kind show_command;
 extern const command_kind frames_command;
 
 std::span<const command_kind* const> commands(); // in the order of the help

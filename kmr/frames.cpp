@@ -3,7 +3,7 @@
 #include "kmr/frame_rows.hpp"
 #include "kmr/frame_selection.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/output/progress.hpp"
+#include "kmr/scan_follower.hpp"
 #include "scan/quick_look.hpp"
 
 #include <CLI/CLI.hpp>
@@ -20,31 +20,10 @@ struct frames_options {
     bool user_data = false;
 };
 
-// Tells on a terminal how far one file has been read.
-class read_progress {
-public:
-    read_progress(session& with, uint64_t bytes)
-        : shown_(with.err.on_terminal()), progress_(with.err, {1, bytes}) {}
-
-    void tell(uint64_t offset) {
-        if (!shown_ || offset - told_ < step)
-            return;
-        told_ = offset;
-        progress_.show({0, offset});
-    }
-
-private:
-    static constexpr uint64_t step = 1 << 20;
-
-    bool shown_;
-    output::progress progress_;
-    uint64_t told_ = 0;
-};
-
-class row_printer final : public scan::observer {
+class row_printer final : public file_progress {
 public:
     row_printer(const frames_options& options, session& with, std::optional<int64_t> start_ms, uint64_t bytes)
-        : options_(options), with_(with), start_ms_(start_ms), progress_(with, bytes),
+        : file_progress(with.err, bytes), options_(options), with_(with), start_ms_(start_ms),
           writer_(frame_writer::make(options.format, with.zone)) {
         writer_->append_heading(with_.out.buffer(), options.user_data);
     }
@@ -61,31 +40,18 @@ public:
         with_.out.keep_small();
     }
 
-    bool go_on(uint64_t offset) override {
-        progress_.tell(offset);
-        return true;
-    }
-
 private:
     const frames_options& options_;
     session& with_;
     std::optional<int64_t> start_ms_;
-    read_progress progress_;
     std::unique_ptr<frame_writer> writer_;
     std::vector<segment_text> segments_ = {};
 };
 
-class progress_observer final : public scan::observer {
-public:
-    progress_observer(session& with, uint64_t bytes) : progress_(with, bytes) {}
-    bool go_on(uint64_t offset) override {
-        progress_.tell(offset);
-        return true;
-    }
-
-private:
-    read_progress progress_;
-};
+scan::report judge_and_tell(scan::byte_source& source, file_progress& watching) {
+    followed_source followed(source, watching);
+    return scan::judge(followed, {.most_per_code = 0}, &watching);
+}
 
 // The wall clock at stream time 0. Where header and index leave it open whether the clock ran on, the whole recording is
 // asked for it before the first row is written.
@@ -93,8 +59,8 @@ std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
     const scan::quick_look look = scan::look_quickly(source);
     if (look.start_certain)
         return look.start_ms;
-    progress_observer watching(with, source.size());
-    return scan::judge(source, {.most_per_code = 0}, &watching).start_ms;
+    file_progress watching(with.err, source.size());
+    return judge_and_tell(source, watching).start_ms;
 }
 
 class frames final : public command {
@@ -130,13 +96,14 @@ public:
         }
         scan::byte_source& source = *opened.source;
         row_printer printing(options_, with, start_of(source, with), source.size());
-        const scan::report judged = scan::judge(source, {.most_per_code = 0}, &printing);
+        const scan::report judged = judge_and_tell(source, printing);
         const std::string problem = problem_of(judged);
         if (!problem.empty()) {
             with.out.flush();
             with.err.say(options_.path, problem);
-        } else if (judged.judged == scan::verdict::not_a_recording)
+        } else if (judged.judged == scan::verdict::not_a_recording) {
             with.err.say(options_.path, "not a recording");
+        }
         return status_of(judged);
     }
 

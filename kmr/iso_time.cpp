@@ -25,11 +25,11 @@ public:
         return true;
     }
 
-    // A number of so many digits, from `least` to `most`; as many as there are.
+    // A number of at least and at most so many digits.
     std::optional<int> digits(size_t least, size_t most) {
         const auto* const end = std::find_if_not(left_.begin(), left_.end(), is_digit);
-        const auto count = static_cast<size_t>(end - left_.begin());
-        if (count < least || count > most)
+        const size_t count = std::min(most, static_cast<size_t>(end - left_.begin()));
+        if (count < least)
             return {};
         int value = 0;
         std::from_chars(left_.data(), left_.data() + count, value);

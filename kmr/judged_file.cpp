@@ -1,5 +1,7 @@
 #include "kmr/judged_file.hpp"
 
+#include "kmr/scan_follower.hpp"
+
 #include <cerrno>
 #include <system_error>
 
@@ -29,6 +31,31 @@ std::string problem_of(const scan::report& judged) {
     return judged.changed ? "changed while it was read" : "";
 }
 
+namespace {
+
+// Of what could not be read to its end nothing is told but what it looked like from outside and in its header: the rest
+// was not seen.
+scan::report without_contents(const scan::report& judged) {
+    scan::report left;
+    left.size = judged.size;
+    left.changed = judged.changed;
+    left.ended = judged.ended;
+    left.error = judged.error;
+    left.header = judged.header;
+    return left;
+}
+
+scan::report judge_followed(scan::byte_source& source, const scan::judge_options& options,
+                            scan::observer* watching) {
+    auto* const follower = dynamic_cast<scan_follower*>(watching);
+    if (follower == nullptr)
+        return scan::judge(source, options, watching);
+    followed_source followed(source, *follower);
+    return scan::judge(followed, options, watching);
+}
+
+} // namespace
+
 judged_file judge_file(const found_file& file, const scan::judge_options& options, scan::observer* watching) {
     judged_file result{.path = file.path, .in_folder = file.in_folder};
     if (file.error != 0) {
@@ -42,8 +69,10 @@ judged_file judge_file(const found_file& file, const scan::judge_options& option
         result.problem = problem_of(opened);
         return result;
     }
-    result.judged = scan::judge(*opened.source, options, watching);
+    result.judged = judge_followed(*opened.source, options, watching);
     result.problem = problem_of(result.judged);
+    if (result.judged.judged == scan::verdict::unreadable)
+        result.judged = without_contents(result.judged);
     return result;
 }
 

@@ -17,7 +17,7 @@ struct judged_file {
     scan::report judged = {};
 };
 
-// Opens and judges. Any number of threads may judge at once.
+// Opens and judges. Any number of threads may judge at once. A scan_follower is told of reads too.
 judged_file judge_file(const found_file& file, const scan::judge_options& options, scan::observer* watching);
 
 // Why a file could not be opened.

@@ -100,7 +100,9 @@ exit_status explain(const CLI::App& app, const CLI::ParseError& why, output::sta
         out.write(asked_for.str());
         return exit_status::sound;
     }
-    err.say(why.what());
+    const bool no_command = why.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) &&
+                            app.get_subcommands().empty();
+    err.say(no_command ? "no command is given" : why.what());
     err.say("see kmr --help, or kmr COMMAND --help");
     return exit_status::failed;
 }

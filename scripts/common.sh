@@ -29,6 +29,9 @@ purpose() {
         libgtest-dev) echo "header gtest/gtest.h" ;;
         libgmock-dev) echo "header gmock/gmock.h" ;;
         libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
+        libcli11-dev) echo "header CLI/CLI.hpp" ;;
+        rapidjson-dev) echo "header rapidjson/writer.h" ;;
+        libsqlite3-dev) echo "header sqlite3.h" ;;
         googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
         qemu-utils) echo "program qemu-img" ;;
         e2fsprogs) echo "file /sbin/mke2fs" ;;

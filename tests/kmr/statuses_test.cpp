@@ -1,0 +1,171 @@
+// What kmr tells a script: exit statuses, and where its words go.
+#include "tests/kmr/program.hpp"
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+using kmr_test::words;
+using kmr_test::workplace;
+
+class ExitStatusTest : public testing::Test {
+protected:
+    int status_of(const words& arguments) const { return place_.kmr(arguments).status; }
+
+    workplace place_;
+};
+
+TEST_F(ExitStatusTest, OfEveryVerdict) {
+    place_.compose("sound.kmr");
+    place_.compose("unfinished.kmr", {"--no-index"});
+    place_.compose("damaged.kmr", {"--zero", "frame3:32"});
+    place_.folder().write_text("text.txt", "no recording");
+    for (const std::string command : {"check", "show", "frames"}) {
+        EXPECT_EQ(status_of({command, "sound.kmr"}), 0) << command;
+        EXPECT_EQ(status_of({command, "unfinished.kmr"}), 1) << command;
+        EXPECT_EQ(status_of({command, "damaged.kmr"}), 1) << command;
+        EXPECT_EQ(status_of({command, "text.txt"}), 1) << command;
+        const auto missing = place_.kmr({command, "missing.kmr"});
+        EXPECT_EQ(missing.status, 2) << command;
+        EXPECT_EQ(missing.err, "kmr: missing.kmr: No such file or directory\n") << command;
+        const auto device = place_.kmr({command, "/dev/null"});
+        EXPECT_EQ(device.status, 2) << command;
+        EXPECT_EQ(device.err, "kmr: /dev/null: not a regular file\n") << command;
+    }
+}
+
+TEST_F(ExitStatusTest, IsTheHighestOfAllFiles) {
+    place_.compose("sound.kmr");
+    place_.compose("damaged.kmr", {"--zero", "frame3:32"});
+    EXPECT_EQ(status_of({"check", "damaged.kmr", "sound.kmr"}), 1);
+    EXPECT_EQ(status_of({"check", "missing.kmr", "damaged.kmr", "sound.kmr"}), 2);
+    EXPECT_EQ(status_of({"show", "missing.kmr", "damaged.kmr", "sound.kmr"}), 2);
+}
+
+TEST_F(ExitStatusTest, OfWrongUsageIs2) {
+    place_.compose("sound.kmr");
+    const words wrong[] = {{},
+                           {"mend"},
+                           {"check"},
+                           {"show"},
+                           {"frames"},
+                           {"check", "--bogus", "sound.kmr"},
+                           {"check", "-j", "0", "sound.kmr"},
+                           {"check", "-j", "x", "sound.kmr"},
+                           {"check", "--color", "sometimes", "sound.kmr"},
+                           {"frames", "--format", "xml", "sound.kmr"},
+                           {"frames", "--from", "yesterday", "sound.kmr"},
+                           {"frames", "--type", "B", "sound.kmr"},
+                           {"frames", "sound.kmr", "sound.kmr"}};
+    for (const words& each : wrong) {
+        const auto run = place_.kmr(each);
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(each);
+        EXPECT_EQ(run.out, "") << testing::PrintToString(each);
+        EXPECT_EQ(run.err.substr(0, 5), "kmr: ") << testing::PrintToString(each);
+    }
+}
+
+TEST_F(ExitStatusTest, OfHelpAndVersionIs0) {
+    const auto version = place_.kmr({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "kmr " KMR_VERSION "\n");
+    const auto help = place_.kmr({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    for (const std::string command : {"check", "show", "frames"}) {
+        EXPECT_NE(help.out.find("\n  " + command), std::string::npos) << help.out;
+        const auto more = place_.kmr({command, "--help"});
+        EXPECT_EQ(more.status, 0);
+        EXPECT_NE(more.out.find("Examples:\n  kmr " + command), std::string::npos) << more.out;
+    }
+}
+
+// Names that a parser of arguments may take for something else.
+TEST_F(ExitStatusTest, KnowsAnyNameForAName) {
+    for (const char* const name : {"check", "[a,b]", "{}", "%%", "a=b", "12", "-x"})
+        place_.compose(name);
+    const auto run = place_.kmr({"check", "check", "[a,b]", "{}", "%%", "a=b", "12", "--", "-x"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("7 files: 7 sound"), std::string::npos) << run.out;
+}
+
+// Whoever may do everything is somebody else for this one: a copy of the program runs as the user nobody.
+TEST_F(ExitStatusTest, OfWhatMayNotBeReadIs2) {
+    place_.compose("d/sub/locked.kmr");
+    place_.compose("d/open.kmr");
+    place_.compose("d/shut.kmr");
+    namespace fs = std::filesystem;
+    fs::copy_file(KMR, place_.folder().path() / "kmr");
+    fs::permissions(place_.folder().path(), fs::perms(0755));
+    fs::permissions(place_.folder().path() / "d/shut.kmr", fs::perms::none);
+    fs::permissions(place_.folder().path() / "d/sub", fs::perms::none);
+    const std::string as_nobody = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+    const auto run = place_.shell(as_nobody + "./kmr check d");
+    fs::permissions(place_.folder().path() / "d/sub", fs::perms::owner_all);
+    EXPECT_EQ(run.status, 2) << run.err;
+    EXPECT_EQ(run.err, "kmr: d/shut.kmr: Permission denied\nkmr: d/sub: Permission denied\n");
+    EXPECT_NE(run.out.find("3 files: 1 sound, 2 unreadable"), std::string::npos) << run.out;
+}
+
+TEST_F(ExitStatusTest, OfAFullDiskIs2) {
+    place_.compose("sound.kmr");
+    const words runs[] = {{"check", "sound.kmr"},
+                          {"show", "sound.kmr"},
+                          {"frames", "sound.kmr"},
+                          {"--help"},
+                          {"check", "--help"}};
+    for (const words& each : runs) {
+        const auto run = place_.kmr(each, {.stdout_path = "/dev/full"});
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(each);
+        EXPECT_EQ(run.err, "kmr: standard output: No space left on device\n");
+    }
+}
+
+TEST_F(ExitStatusTest, OfAClosedStandardOutputIs2) {
+    place_.compose("sound.kmr");
+    const auto run = place_.shell("\"$1\" check sound.kmr >&-");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err, "kmr: standard output: Bad file descriptor\n");
+}
+
+TEST_F(ExitStatusTest, OfAReaderThatIsGoneIsItsSignal) {
+    place_.compose("long.kmr", {"--frames", "5000"});
+    const auto run = place_.shell("\"$1\" frames long.kmr | head -c 1 >head; exit ${PIPESTATUS[0]}");
+    EXPECT_EQ(run.status, 128 + SIGPIPE);
+    EXPECT_EQ(run.err, "");
+    const auto ignored =
+        place_.shell("trap '' PIPE; \"$1\" frames long.kmr | head -c 1 >head; exit ${PIPESTATUS[0]}");
+    EXPECT_EQ(ignored.status, 128 + SIGPIPE);
+    EXPECT_EQ(ignored.err, "");
+}
+
+// Long work in a file that takes no room. What a shell starts behind its back ignores interrupts, unless it has job control.
+TEST_F(ExitStatusTest, OfAnInterruptIsItsSignal) {
+    place_.folder().write_text("zeros", "");
+    std::filesystem::resize_file(place_.folder().path() / "zeros", uint64_t{1} << 40);
+    for (const std::string jobs : {"1", "8"}) {
+        const auto begun = std::chrono::steady_clock::now();
+        const auto run =
+            place_.shell("set -m; \"$1\" check -j \"$2\" zeros & sleep 0.2; kill -INT $!; wait $!", {jobs});
+        EXPECT_EQ(run.status, 128 + SIGINT);
+        EXPECT_EQ(run.out + run.err, "");
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(10));
+    }
+}
+
+TEST_F(ExitStatusTest, LeavesNothingBehind) {
+    place_.compose("sound.kmr");
+    const auto before = scratch::read_file(place_.folder().path() / "sound.kmr");
+    status_of({"check", "-v", "."});
+    status_of({"show", "sound.kmr"});
+    status_of({"frames", "sound.kmr"});
+    EXPECT_EQ(scratch::read_file(place_.folder().path() / "sound.kmr"), before);
+    const auto entries = std::filesystem::directory_iterator(place_.folder().path());
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+} // namespace
