@@ -1,6 +1,7 @@
 // kmr check: judges recordings.
 #include "kmr/check_output.hpp"
 #include "kmr/commands.hpp"
+#include "kmr/kept_results.hpp"
 #include "kmr/ordered_work.hpp"
 #include "kmr/output/progress.hpp"
 #include "kmr/scan_follower.hpp"
@@ -19,6 +20,7 @@ struct check_options {
     bool json = false;
     bool strict = false;
     bool all_findings = false;
+    kept_results_options kept = {};
 };
 
 // Tells how far a file has been read, and ends a scan whose result nobody waits for.
@@ -48,7 +50,8 @@ private:
 class check_run {
 public:
     check_run(const check_options& options, session& with)
-        : options_(options), with_(with), clock_(with.clock()), files_(files_of(options.paths)),
+        : options_(options), with_(with), clock_(with.clock()), kept_(options.kept),
+          files_(own_left_out(files_of(options.paths))),
           progress_(with.err, {files_.size(), with.err.on_terminal() ? bytes_of(files_) : 0}) {
         if (options_.all_findings)
             judging_.most_per_code = SIZE_MAX;
@@ -61,14 +64,21 @@ public:
         ordered_work<judged_file, decltype(work), decltype(take), decltype(wait)>(files_.size(), stop_, work,
                                                                                   take, wait)
             .run(options_.jobs);
+        kept_.finish(options_.paths);
         sum_up();
         return status_;
     }
 
 private:
+    std::vector<found_file> own_left_out(std::vector<found_file> files) const {
+        std::erase_if(files,
+                      [this](const found_file& each) { return each.in_folder && kept_.is_own(each.path); });
+        return files;
+    }
+
     judged_file judge(const found_file& file) { // on any thread
         follower watching(bytes_done_, stop_);
-        judged_file judged = judge_file(file, judging_, &watching);
+        judged_file judged = kept_.judge(file, judging_, &watching);
         watching.tell(judged.judged.size);
         return judged;
     }
@@ -107,6 +117,7 @@ private:
     session& with_;
     output::clock clock_;
     scan::judge_options judging_ = {};
+    kept_results kept_;
     std::vector<found_file> files_;
     output::progress progress_;
     check_totals totals_ = {};
@@ -128,6 +139,14 @@ public:
         to.add_option("-j,--jobs", options_.jobs, "So many files at once (1); the output is the same")
             ->option_text("N")
             ->check(CLI::Range(size_t{1}, most_jobs));
+        CLI::Option* const database =
+            to.add_option("--db", options_.kept.database,
+                          "Keep the results in this database; what has not changed since is not read again")
+                ->option_text("FILE");
+        to.add_flag("--recheck", options_.kept.read_all, "Read everything, changed or not")->needs(database);
+        to.add_option("--host", options_.kept.host, "Name of this machine in the database (its own)")
+            ->option_text("NAME")
+            ->needs(database);
     }
 
     exit_status work(session& with) override { return check_run(options_, with).run(); }
@@ -144,6 +163,7 @@ const command_kind check_command = {
     "  kmr check recording.kmr              is it sound?\n"
     "  kmr check -v recording.kmr           what is wrong, where, and at which time\n"
     "  kmr check -j 4 /media/disk           every recording below a folder, four at once\n"
+    "  kmr check --db results.db /media/disk  every night: reads only what has changed\n"
     "  kmr check --json /media/disk | jq -r 'select(.frames.lost > 0) | .path'\n",
     [] { return std::unique_ptr<command>(std::make_unique<check>()); },
 };

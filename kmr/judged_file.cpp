@@ -69,6 +69,7 @@ judged_file judge_file(const found_file& file, const scan::judge_options& option
         result.problem = problem_of(opened);
         return result;
     }
+    result.modified = opened.source->modified();
     result.judged = judge_followed(*opened.source, options, watching);
     result.problem = problem_of(result.judged);
     if (result.judged.judged == scan::verdict::unreadable)

@@ -6,6 +6,7 @@
 #include "scan/file_source.hpp"
 #include "scan/judge.hpp"
 
+#include <optional>
 #include <string>
 
 namespace kmr::program {
@@ -15,6 +16,7 @@ struct judged_file {
     bool in_folder = false;
     std::string problem = {}; // a message: why it could not be read, or that it has changed; empty: none
     scan::report judged = {};
+    std::optional<timespec> modified = {}; // at opening; none where it could not be opened
 };
 
 // Opens and judges. Any number of threads may judge at once. A scan_follower is told of reads too.

@@ -301,23 +301,38 @@ std::optional<file_stamp> stamp_of(const std::string& path) {
                       .modified_ns = found.st_mtim.tv_sec * nanoseconds + found.st_mtim.tv_nsec};
 }
 
+namespace {
+
+// What SQLite says does not name the file.
+template <typename Call>
+auto naming(const std::string& file, Call call) {
+    try {
+        return call();
+    } catch (const store_error& error) {
+        throw store_error(file + ": " + error.what());
+    }
+}
+
+} // namespace
+
 result_store::result_store(const std::string& file, std::string host, std::string version)
-    : implementation_(std::make_unique<implementation>(file, std::move(host), std::move(version))) {}
+    : file_(file),
+      implementation_(std::make_unique<implementation>(file, std::move(host), std::move(version))) {}
 
 result_store::~result_store() = default;
 
 std::optional<scan::report> result_store::unchanged(const std::string& path, const file_stamp& now,
                                                     size_t most_per_code) {
-    return implementation_->unchanged(path, now, most_per_code);
+    return naming(file_, [&] { return implementation_->unchanged(path, now, most_per_code); });
 }
 
 void result_store::keep(const std::string& path, const std::optional<file_stamp>& stamp,
                         const scan::report& judged, size_t most_per_code) {
-    implementation_->keep(path, stamp, judged, most_per_code);
+    naming(file_, [&] { implementation_->keep(path, stamp, judged, most_per_code); });
 }
 
 run_totals result_store::finish(const std::vector<std::string>& roots) {
-    return implementation_->finish(roots);
+    return naming(file_, [&] { return implementation_->finish(roots); });
 }
 
 std::string host_name() {

@@ -52,6 +52,7 @@ public:
 
 private:
     class implementation;
+    std::string file_;
     std::unique_ptr<implementation> implementation_;
 };
 

@@ -16,8 +16,8 @@ inline constexpr kmr::store::file_stamp old_stamp = {.size = 1372, .modified_ns 
 // Recordings of tests/scan/compose.hpp with one thing wrong, or nothing.
 recording::bytes sound_recording();
 recording::bytes unfinished_recording();
-recording::bytes torn_recording();         // frame 4 is gone: one bytes-torn at 336 of 96 bytes, number 4 lost
-recording::bytes wrong_index_recording();  // the second record names a byte too far
+recording::bytes torn_recording();                      // frame 3, at 336, is 96 torn bytes
+recording::bytes wrong_index_recording();               // the second record names a byte too far
 recording::bytes many_findings_recording(size_t count); // as many frames-lost
 
 // All that a report tells but what only `show` needs.
@@ -26,7 +26,8 @@ std::vector<std::string> told_by(const kmr::scan::report& of);
 class folder_with_database {
 public:
     std::string database() const { return folder.file("results.db"); }
-    kmr::store::result_store open(const std::string& host = "north", const std::string& version = "1.0") const {
+    kmr::store::result_store open(const std::string& host = "north",
+                                  const std::string& version = "1.0") const {
         return {database(), host, version};
     }
     // Each row as its columns with "|" between, null as "-".

@@ -1,5 +1,5 @@
 // What a database of results keeps, when it is believed, and what it refuses.
-#include "tests/kmr/store_fixture.hpp"
+#include "tests/kmr/store/store_fixture.hpp"
 
 #include "kmr/store/recording_name.hpp"
 
@@ -159,7 +159,7 @@ TEST_F(StoreTest, ReplacesWhatAFileHadBefore) {
     result_store store = open();
     keep(store, "one.kmr", store_test::torn_recording());
     EXPECT_THAT(ask("SELECT code, severity, offset, length, frame FROM findings"),
-                ElementsAre("bytes-torn|error|336|96|5"));
+                ElementsAre("bytes-torn|error|336|96|4"));
     EXPECT_THAT(ask("SELECT code, count FROM finding_counts"), ElementsAre("bytes-torn|1"));
     keep(store, "one.kmr", store_test::wrong_index_recording());
     EXPECT_THAT(ask("SELECT code, record, field, actual FROM findings"),

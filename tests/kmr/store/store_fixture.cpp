@@ -1,4 +1,4 @@
-#include "tests/kmr/store_fixture.hpp"
+#include "tests/kmr/store/store_fixture.hpp"
 
 #include <sqlite3.h>
 #include <stdexcept>
@@ -74,8 +74,10 @@ std::vector<std::string> folder_with_database::ask(const std::string& sql) const
     std::vector<std::string> rows;
     const auto add = [](void* to, int columns, char** values, char**) {
         std::string row;
-        for (int column = 0; column < columns; ++column)
-            row += (column == 0 ? "" : "|") + std::string(values[column] == nullptr ? "-" : values[column]);
+        for (int column = 0; column < columns; ++column) {
+            row += column == 0 ? "" : "|";
+            row += values[column] == nullptr ? "-" : values[column];
+        }
         static_cast<std::vector<std::string>*>(to)->push_back(row);
         return 0;
     };

@@ -1,0 +1,71 @@
+#include "kmr/kept_results.hpp"
+
+#include <cstdlib>
+#include <memory>
+
+namespace kmr::program {
+namespace {
+
+std::string_view name_of(std::string_view path) {
+    const size_t slash = path.rfind('/');
+    return slash == path.npos ? path : path.substr(slash + 1);
+}
+
+std::string resolved(const std::string& path) {
+    struct release {
+        void operator()(char* text) const { std::free(text); }
+    };
+    const std::unique_ptr<char, release> real(realpath(path.c_str(), nullptr));
+    return real ? real.get() : path;
+}
+
+std::optional<store::file_stamp> stamp_of(const judged_file& file) {
+    constexpr int64_t nanoseconds = 1000000000;
+    if (!file.modified)
+        return {};
+    return store::file_stamp{.size = file.judged.size,
+                             .modified_ns = file.modified->tv_sec * nanoseconds + file.modified->tv_nsec};
+}
+
+} // namespace
+
+kept_results::kept_results(const kept_results_options& options)
+    : read_all_(options.read_all), database_(options.database) {
+    if (database_.empty())
+        return;
+    store_.emplace(database_, options.host.empty() ? store::host_name() : options.host, KMR_VERSION);
+    database_ = resolved(database_);
+}
+
+bool kept_results::is_own(const std::string& path) const {
+    if (!store_ || !name_of(path).starts_with(name_of(database_)))
+        return false; // the folders need not be looked at
+    const std::string place = resolved(path);
+    for (const char* const beside : {"", "-wal", "-shm", "-journal"})
+        if (place == database_ + beside)
+            return true;
+    return false;
+}
+
+judged_file kept_results::judge(const found_file& file, const scan::judge_options& options,
+                                scan::observer* watching) {
+    if (!store_)
+        return judge_file(file, options, watching);
+    const auto now = file.error == 0 && !read_all_ ? store::stamp_of(file.path) : std::nullopt;
+    if (now) {
+        if (auto known = store_->unchanged(file.path, *now, options.most_per_code))
+            return {.path = file.path, .in_folder = file.in_folder, .judged = std::move(*known)};
+    }
+    judged_file judged = judge_file(file, options, watching);
+    const bool whole = watching == nullptr || watching->go_on(judged.judged.size); // else it was cut short
+    if (whole)
+        store_->keep(file.path, stamp_of(judged), judged.judged, options.most_per_code);
+    return judged;
+}
+
+void kept_results::finish(const std::vector<std::string>& roots) {
+    if (store_)
+        store_->finish(roots);
+}
+
+} // namespace kmr::program
