@@ -7,6 +7,7 @@ constexpr const command_kind* kinds[] = {
     &check_command,
     &show_command,
     &frames_command,
+    &ls_command,
     &merge_command,
 };
 
