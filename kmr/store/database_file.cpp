@@ -145,14 +145,23 @@ void make_database(const std::string& path) {
         refuse_with_errno(path);
 }
 
-// Everything that is read later has been looked at here.
+} // namespace
+
 void expect_sound(const std::string& path, connection& opened, const std::string& schema) {
     const std::string found = opened.text("PRAGMA " + schema + ".quick_check(1)");
     if (found != "ok")
         refuse(path, "damaged: " + found);
+    connection ours(":memory:", connection::access::memory);
+    ours.run(schema_sql);
+    statement expected(ours.get(), "SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
+    statement there(opened.get(), "SELECT 1 FROM " + schema + ".sqlite_master WHERE sql = ?");
+    while (expected.step()) {
+        there.bind_text(expected.text(0));
+        if (!there.step())
+            refuse(path, "damaged: its tables are not those of kmr");
+        there.reset();
+    }
 }
-
-} // namespace
 
 connection open_database(const std::string& path) {
     struct stat found = {};

@@ -39,10 +39,10 @@ uint64_t merge(const std::string& into, const std::string& from) {
     const std::string other = database_to_read(from);
     try {
         statement(database.get(), "ATTACH ? AS other").bind(std::string_view(other)).run();
-        if (const std::string found = database.text("PRAGMA other.quick_check(1)"); found != "ok")
-            throw store_error("damaged: " + found);
+        expect_sound(from, database, "other");
     } catch (const store_error& error) {
-        throw store_error(from + ": " + error.what());
+        const std::string what = error.what();
+        throw store_error(what.starts_with(from) ? what : from + ": " + what);
     }
     uint64_t taken = 0;
     {
