@@ -8,6 +8,7 @@ constexpr const command_kind* kinds[] = {
     &show_command,
     &frames_command,
     &ls_command,
+    &query_command,
     &merge_command,
 };
 

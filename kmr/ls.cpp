@@ -95,10 +95,7 @@ void append_heading(std::string& to) {
 class ls final : public command {
 public:
     void add_options(CLI::App& to) override {
-        to.add_option("PATH", paths_, "Recordings, and folders for every recording below them")
-            ->required()
-            ->allow_extra_args(false)
-            ->expected(1, CLI::detail::expected_max_vector_size);
+        to.add_option("PATH", paths_, "Recordings, and folders for every recording below them")->required();
         to.add_flag("--json", json_, "One JSON object a recording and line (kmr.ls/1)");
     }
 

@@ -13,9 +13,7 @@ class merge final : public command {
 public:
     void add_options(CLI::App& to) override {
         to.add_option("DATABASE", into_, "Takes over; made where there is none")->required();
-        to.add_option("FROM", from_, "Databases of kmr check --db; they stay as they are")
-            ->required()
-            ->expected(1, CLI::detail::expected_max_vector_size);
+        to.add_option("FROM", from_, "Databases of kmr check --db; they stay as they are")->required();
     }
 
     exit_status work(session& with) override {

@@ -37,6 +37,7 @@ purpose() {
         e2fsprogs) echo "file /sbin/mke2fs" ;;
         qemu-user) echo "program qemu-arm" ;;
         g++-*) echo "program ${1#g++-}-g++" ;;
+        python3-jsonschema) echo "file /usr/lib/python3/dist-packages/jsonschema" ;;
         time) echo "file /usr/bin/time" ;;
         *) echo "program $1" ;; # cmake, make, clang-format and others that are called as their package is
     esac

@@ -1,0 +1,140 @@
+// kmr check --db as a program: the same bytes without reading, and what is read again.
+#include "tests/kmr/store/store_fixture.hpp"
+#include "tests/support/run_program.hpp"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace {
+
+using store_test::usual_cap;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+using arguments = std::vector<std::string>;
+
+class CheckDatabaseTest : public testing::Test, protected store_test::folder_with_database {
+protected:
+    void SetUp() override {
+        add("a/sound.kmr", store_test::sound_recording());
+        add("a/torn.kmr", store_test::torn_recording());
+        add("a/wrong\xFFindex.kmr", store_test::wrong_index_recording());
+        add("b/unfinished.kmr", store_test::unfinished_recording());
+        add("b/many.kmr", store_test::many_findings_recording(150));
+        add("b/note.txt", {'n', 'o', 't', 'e'});
+        add("b/empty", {});
+    }
+
+    // Written long ago: what was written just now is read again.
+    void add(const std::string& name, const recording::bytes& content, int64_t second = 1577836800) const {
+        const std::string path = folder.write("rec/" + name, content);
+        const timespec times[] = {{.tv_sec = second, .tv_nsec = 123456789},
+                                  {.tv_sec = second, .tv_nsec = 123456789}};
+        utimensat(AT_FDCWD, path.c_str(), times, 0);
+    }
+
+    run::result check(arguments with, bool keep = true) const {
+        with.insert(with.begin(), "check");
+        if (keep)
+            with.insert(with.end(), {"--db", database()});
+        return run::program(KMR, with, {.directory = folder.path(), .environment = {"TZ=CET-1"}});
+    }
+
+    // How many files were read by the latest run.
+    std::string read_by_latest() const {
+        return ask("SELECT recordings || ' ' || read || ' ' || gone FROM runs ORDER BY started_ms DESC LIMIT "
+                   "1")
+            .front();
+    }
+};
+
+class SameBytesTest : public CheckDatabaseTest, public testing::WithParamInterface<arguments> {};
+
+TEST_P(SameBytesTest, ComeFromTheDatabase) {
+    const run::result without = check(GetParam(), false);
+    const run::result first = check(GetParam());
+    EXPECT_EQ(read_by_latest(), "7 7 0");
+    const run::result second = check(GetParam());
+    EXPECT_EQ(read_by_latest(), "7 0 0");
+    for (const run::result& each : {first, second}) {
+        EXPECT_EQ(each.out, without.out);
+        EXPECT_EQ(each.err, without.err);
+        EXPECT_EQ(each.status, without.status);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SameBytesTest,
+                         testing::Values(arguments{"rec"}, arguments{"-v", "rec"}, arguments{"--json", "rec"},
+                                         arguments{"--json", "--utc", "rec"},
+                                         arguments{"-v", "--all-findings", "rec"},
+                                         arguments{"--strict", "rec"}, arguments{"-j", "4", "--json", "rec"},
+                                         arguments{"--color", "always", "rec"}));
+
+TEST_F(CheckDatabaseTest, GivesOneRunWhatAnotherRead) {
+    check({"rec"});
+    for (const arguments& each :
+         {arguments{"-v", "rec"}, arguments{"--json", "./rec/../rec"}, arguments{"--strict", "rec"}}) {
+        EXPECT_EQ(check(each).out, check(each, false).out);
+        EXPECT_EQ(read_by_latest(), "7 0 0");
+    }
+    EXPECT_EQ(check({"-v", "--all-findings", "rec"}).out, check({"-v", "--all-findings", "rec"}, false).out);
+    EXPECT_EQ(read_by_latest(), "7 1 0"); // the one with 150 of a code
+}
+
+TEST_F(CheckDatabaseTest, ReadsNothingThatHasNotChanged) {
+    const run::result first = check({"rec"});
+    // Other bytes under the same size and date: the line is that of the ones that were read.
+    add("a/sound.kmr", recording::bytes(store_test::sound_recording().size(), 0));
+    EXPECT_EQ(check({"rec"}).out, first.out);
+    EXPECT_EQ(read_by_latest(), "7 0 0");
+    EXPECT_NE(check({"--recheck", "rec"}).out, first.out);
+    EXPECT_EQ(read_by_latest(), "7 7 0");
+}
+
+TEST_F(CheckDatabaseTest, ReadsWhatHasChanged) {
+    check({"rec"});
+    add("a/sound.kmr", store_test::torn_recording(), 1577836801);
+    add("a/new.kmr", store_test::sound_recording());
+    std::filesystem::remove(folder.file("rec/b/many.kmr"));
+    const run::result result = check({"rec"});
+    EXPECT_EQ(result.out, check({"rec"}, false).out);
+    EXPECT_EQ(read_by_latest(), "7 2 1");
+    EXPECT_THAT(ask("SELECT name FROM recordings WHERE gone_ms IS NOT NULL"), ElementsAre("many.kmr"));
+}
+
+TEST_F(CheckDatabaseTest, LeavesItselfOut) {
+    folder.write_text("results.db-note", "not of the database");
+    const run::result first = check({"."});
+    EXPECT_THAT(ask("SELECT count(*) FROM recordings"), ElementsAre("8"));
+    EXPECT_EQ(check({"."}).out, first.out);
+}
+
+TEST_F(CheckDatabaseTest, MarksANamedFileThatIsGone) {
+    check({"rec"});
+    std::filesystem::remove(folder.file("rec/a/sound.kmr"));
+    EXPECT_EQ(check({"rec/a/sound.kmr"}).status, 2);
+    EXPECT_THAT(ask("SELECT name, verdict FROM recordings WHERE gone_ms IS NOT NULL"),
+                ElementsAre("sound.kmr|sound"));
+}
+
+TEST_F(CheckDatabaseTest, RefusesADatabaseBeforeItReads) {
+    folder.write_text("results.db", "no database");
+    const run::result result = check({"rec"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "kmr: " + database() + ": not a database\n");
+    EXPECT_EQ(scratch::read_text(database()), "no database");
+}
+
+TEST_F(CheckDatabaseTest, TakesTheNameOfTheMachine) {
+    check({"--host", "recorder 7", "rec"});
+    EXPECT_THAT(ask("SELECT DISTINCT host FROM recordings"), ElementsAre("recorder 7"));
+    EXPECT_EQ(check({"--host", "recorder 7", "rec"}, false).status,
+              2); // without --db there is nothing to name
+    EXPECT_EQ(check({"--recheck", "rec"}, false).status, 2);
+}
+
+} // namespace
