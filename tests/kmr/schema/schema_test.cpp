@@ -90,9 +90,10 @@ TEST_F(SchemaTest, HoldsForEveryVerdict) {
     folder.write("short.kmr", bytes(10, 1));
     folder.write("zero.kmr", bytes(5000, 0));
     folder.write(hostile_name, scan_test::recording_of(scan_test::h265_frames(3)));
-    EXPECT_EQ(valid("check", kmr({"check", "--json", "sound.kmr", "unfinished.kmr", "damaged.kmr",
-                                  "short.kmr", "zero.kmr", hostile_name, "missing.kmr"})),
-              7U);
+    for (const char* const command : {"check", "show"})
+        EXPECT_EQ(valid(command, kmr({command, "--json", "sound.kmr", "unfinished.kmr", "damaged.kmr",
+                                      "short.kmr", "zero.kmr", hostile_name, "missing.kmr"})),
+                  7U);
 }
 
 TEST_F(SchemaTest, HoldsForFrames) {
