@@ -1,7 +1,7 @@
 // Names and paths: what is put together is taken apart again to the same, nothing is written behind a buffer, and a file
 // that is found is there.
 //
-//   u8 disk, u8 part, a name, NUL, a path, NUL, another text
+//   u8 disk, u8 part + 1, a name, NUL, a path, NUL, another text
 #include "analyse/format/recording_name.h"
 #include "file_op/common/file_names.h"
 #include "file_op/common/rec_status.h"
@@ -36,7 +36,7 @@ public:
     }
     char* get() const { return bytes_.get(); }
     std::string_view text() const { return bytes_.get(); }
-    bool is_untouched() const { return *bytes_.get() == untouched; }
+    bool is_untouched() const { return bytes_[0] == untouched; }
 
 private:
     static constexpr char untouched = '\x01';
@@ -217,7 +217,7 @@ void ask_by_name(const std::string& name) {
 void run(input data) {
     byte_feed feed(data);
     const int32_t disk = feed.u8();
-    const int32_t part = static_cast<int8_t>(feed.u8());
+    const int32_t part = feed.u8() - 1;
     const std::string name = feed.text(300);
     const std::string path = feed.text(400);
     const std::string text(feed.rest().begin(), std::find(feed.rest().begin(), feed.rest().end(), 0));
@@ -237,6 +237,7 @@ std::vector<seed> seeds() {
     const auto with = [](uint8_t disk, const std::string& texts) {
         bytes content(2);
         content[0] = disk;
+        content[1] = 1; // part 0
         recording::append(content, bytes(texts.begin(), texts.end()));
         return content;
     };
