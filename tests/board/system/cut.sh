@@ -51,12 +51,12 @@ drive_of() {
 work_until_cut() {
     resume_machine "$drive" || return
     if [ "$writeback" = at_once ]; then
-        run_there "cd /proc/sys/vm; echo 1 >dirty_writeback_centisecs; echo 1 >dirty_expire_centisecs; cd /" 60
+        run_there "cd /proc/sys/vm; echo 1 >dirty_writeback_centisecs; echo 1 >dirty_expire_centisecs; cd /"
     fi
     tell "work $mount_options ${names[*]}"
-    wait_for '^working$' 120 || return
+    wait_for '^working$' || return
     for ((reported = 0; reported < after_lines && reported < ${#names[@]}; ++reported)); do
-        wait_for '^(repair|tag) ' 120 || return
+        wait_for '^(repair|tag) ' || return
     done
     sleep "$(printf '%d.%03d' $((milliseconds / 1000)) $((milliseconds % 1000)))"
     cut_power
@@ -67,7 +67,7 @@ work_until_cut() {
 look_at_it() {
     resume_machine "$drive" || return
     local status=0
-    run_there look 300 || status=$?
+    run_there look || status=$?
     cut_power
     cp "$machine_folder/console.log" "$1/look.log"
     [ $status -eq 0 ] || { echo "cannot be mounted or read"; return 1; }

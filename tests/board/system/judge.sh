@@ -17,7 +17,7 @@ sum_up() {
 
 # same FILE FILE: by their sums.
 same() {
-    [ "${sums[$1]-missing}" = "${sums[$2]}" ]
+    [ "${sums[$1]}" = "${sums[$2]}" ]
 }
 
 # u32_at FILE OFFSET
@@ -56,6 +56,10 @@ judge() {
     local name=$1 before=$expected/before/$1.kmr after=$expected/after/$1.kmr
     local left=$found/left/$1.kmr again=$found/once_more/$1.kmr
     local index
+    if ! [ -e "$left" ] || ! [ -e "$again" ]; then
+        wrong "is missing"
+        return
+    fi
     if [ "$3" = "done" ]; then
         see "had been reported as done and synced"
         same "$left" "$after" || wrong "was synced and is not there"
@@ -88,7 +92,7 @@ look_at_repair() {
 # A torn frame whose header is still there is whole again with parts of the new index behind it.
 judge_repair_again() {
     see "repair: of these, a torn frame that index bytes have made whole"
-    [ "$(u32_at "$before" "$index")" -eq $((0x02000000)) ] || wrong "is not what an undisturbed repair gives"
+    [ "$(u32_at "$before" "$index")" = $((0x02000000)) ] || wrong "is not what an undisturbed repair gives"
     cmp -s -n "$index" "$again" "$before" || wrong "has lost frames in the second repair"
     same "$again" "$found/mnt/$name.kmr" || wrong "changes in a third repair"
 }
@@ -120,8 +124,10 @@ look_at_tag() {
     local text texts count strange across
     [ "$(size_of "$left")" -eq "$(size_of "$before")" ] || wrong "has another size"
     read -r text texts count strange across < <(changed_bytes "$left")
-    [ "$strange" -eq 0 ] || wrong "has $strange bytes that are neither old nor new"
-    if [ "$text" -ne 0 ] && [ "$text" -ne "$texts" ]; then
+    if [ "$strange" -ne 0 ]; then
+        see "tag: other bytes"
+        wrong "has $strange bytes that are neither old nor new"
+    elif [ "$text" -ne 0 ] && [ "$text" -ne "$texts" ]; then
         see "tag: the text in part"
         [ "$across" = 1 ] || wrong "has a text in part"
     elif [ "$count" -eq 0 ]; then

@@ -22,20 +22,26 @@ start_machine() {
         -append "console=ttyAMA0 quiet panic=-1" \
         -drive "if=none,id=disk,cache=writeback,$1" -device virtio-blk-device,drive=disk \
         "${@:2}" >"$machine_folder/emulator.log" 2>&1 &
-    machine=$!
+    machine=$! begun=""
     : >"$machine_folder/console.log"
 }
 
 # next_line SECONDS: a line of the console into `line`.
 next_line() {
-    IFS= read -r -t "$1" -u "$from_console" line || return
-    line=${line%$'\r'}
+    if ! IFS= read -r -t "$1" -u "$from_console" line; then
+        begun+=$line
+        return 1
+    fi
+    line=$begun${line%$'\r'} begun=""
     printf '%s\n' "$line" >>"$machine_folder/console.log"
 }
 
-# wait_for PATTERN SECONDS: reads the console up to a line that matches.
+# Seconds until a machine counts as hung. It shares its processor with whatever else runs here.
+patience=1200
+
+# wait_for PATTERN: reads the console up to a line that matches.
 wait_for() {
-    local until=$((SECONDS + $2))
+    local until=$((SECONDS + patience))
     while [ $SECONDS -lt $until ]; do
         if next_line 1 && [[ $line =~ $1 ]]; then
             return
@@ -54,10 +60,10 @@ tell() {
     printf '%s\n' "$1" >&"$to_console"
 }
 
-# run_there COMMAND SECONDS: its status.
+# run_there COMMAND: its status.
 run_there() {
     tell "$1"
-    wait_for '^status [0-9]+$' "$2" && return "${line#status }"
+    wait_for '^status [0-9]+$' && return "${line#status }"
 }
 
 # cut_power: at once. The memory is lost, and all that had not been handed to the disk.
@@ -72,9 +78,9 @@ cut_power() {
 # boot_machine DISK: from the kernel on, and keeps what the memory then holds.
 boot_machine() {
     start_machine "$1"
-    wait_for '^ready$' 300 || return
+    wait_for '^ready$' || return
     printf '%s\n' 'migrate_set_parameter max-bandwidth 10G' "migrate \"exec:cat >'$machine_folder/memory'\"" >&"$to_monitor"
-    local answer="" until=$((SECONDS + 120))
+    local answer="" until=$((SECONDS + patience))
     while [[ $answer != *"status: completed"* ]] && [ $SECONDS -lt $until ]; do
         echo "info migrate" >&"$to_monitor"
         while IFS= read -r -t 0.2 -u "$from_monitor" answer && [[ $answer != *"Migration status"* ]]; do :; done
@@ -86,5 +92,7 @@ boot_machine() {
 # resume_machine DISK: goes on behind the boot, with another disk of the same size.
 resume_machine() {
     start_machine "$1" -incoming "exec:cat '$machine_folder/memory'"
-    run_there ":" 60 || : # what is sent first may be lost in part
+    tell ":" # the first character that is sent may be lost
+    tell "echo resumed"
+    wait_for '^resumed$' && wait_for '^status 0$'
 }
