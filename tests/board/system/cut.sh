@@ -47,6 +47,11 @@ drive_of() {
     [ "$disk" = loses_unflushed ] || drive+=",l2-cache-size=1024,l2-cache-entry-size=512"
 }
 
+# has_lost IMAGE: whether blocks were written that no table names.
+has_lost() {
+    [ "$disk" != keeps_all ] && [[ $(qemu-img check "$1" 2>&1) == *"leaked clusters"* ]]
+}
+
 # work_until_cut: leaves in `reported` how many operations were reported as done.
 work_until_cut() {
     resume_machine "$drive" || return
@@ -116,6 +121,7 @@ one_cut() {
     work_until_cut || { echo "seed $1: the work fails ($(cat "$folder/choice"))"; return 1; }
     cp "$machine_folder/console.log" "$folder/work.log"
     cp --sparse=always "$folder/disk" "$folder/disk.as_cut"
+    ! has_lost "$folder/disk" || see "disk lost blocks that it had not been told to flush"
     { look_at_it "$folder" || failed=1; } >"$folder/verdict"
     [ $failed -ne 0 ] || judge_all >>"$folder/verdict"
     if [ $failed -ne 0 ]; then
