@@ -50,7 +50,8 @@ constexpr const segment_kind& search_segment_kind(uint16_t flag) {
     return unknown_segment;
 }
 
-inline constexpr auto common_segment_kinds = [] {
+// With an empty list of parameters: without one, cppcheck cannot read the loop.
+inline constexpr auto common_segment_kinds = []() {
     std::array<const segment_kind*, 16> kinds{};
     for (size_t i = 0; i < kinds.size(); ++i)
         kinds[i] = &search_segment_kind(static_cast<uint16_t>(common_flag_bits + i));

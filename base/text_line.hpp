@@ -108,7 +108,7 @@ private:
     static constexpr size_t capacity = 512;
 
     template <uint32_t Base>
-    static constexpr auto digit_pairs = [] {
+    static constexpr auto digit_pairs = []() { // with the parentheses, which cppcheck cannot do without
         std::array<char, size_t{Base} * Base * 2> pairs{};
         for (size_t pair = 0; pair < size_t{Base} * Base; ++pair) {
             pairs[pair * 2] = "0123456789abcdef"[pair / Base];

@@ -1,28 +1,16 @@
+// The calls of the two modules: counted, disturbed, and handed to the files in memory.
 #include "tests/campaign/memory_module.hpp"
 
 #include "libvfs/vfs_module.h"
+#include "tests/campaign/memory_files.hpp"
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <map>
 #include <sys/vfs.h>
 
 namespace memory_module {
 namespace {
-
-struct stored_file {
-    bytes content;
-    vfs_times times = {1'100'000'000, 1'000'000'000};
-};
-
-struct open_file {
-    stored_file* file = nullptr; // null: the number is free
-    std::string path;
-    int64_t position = 0;
-};
 
 struct planned_fault {
     int remaining = 0; // 0: none
@@ -32,14 +20,10 @@ struct planned_fault {
 };
 
 struct state {
-    std::map<std::string, stored_file> files;
-    std::vector<open_file> open;
     counts count;
     uint64_t most_calls = 0;
     void (*beyond)() = nullptr;
     planned_fault planned;
-    std::vector<change> changes;
-    bool writes_down = false;
     bool loadable[2] = {true, true};
 };
 
@@ -109,147 +93,18 @@ int32_t moving_call(uint32_t size, Perform perform) {
     }
 }
 
-open_file* opened(int32_t number) {
-    auto& open = now().open;
-    if (number < 0 || static_cast<size_t>(number) >= open.size())
-        return nullptr;
-    open_file& entry = open[static_cast<size_t>(number)];
-    return entry.file != nullptr ? &entry : nullptr;
-}
-
-stored_file* stored(const char* path) {
-    const auto found = now().files.find(path);
-    return found == now().files.end() ? nullptr : &found->second;
-}
-
-void remember(change what) {
-    if (now().writes_down)
-        now().changes.push_back(std::move(what));
-}
-
-int32_t open_now(const char* path, int32_t flags) {
-    stored_file* file = stored(path);
-    if (file == nullptr && (flags & O_CREAT) != 0)
-        file = &now().files[path];
-    if (file == nullptr)
-        return -1;
-    auto& open = now().open;
-    const auto place =
-        std::find_if(open.begin(), open.end(), [](const auto& e) { return e.file == nullptr; });
-    const auto number = static_cast<int32_t>(place - open.begin());
-    if (place == open.end())
-        open.emplace_back();
-    open[static_cast<size_t>(number)] = {file, path, 0};
-    return number;
-}
-
-int32_t read_now(int32_t number, void* buffer, uint32_t size) {
-    open_file* const entry = opened(number);
-    if (entry == nullptr)
-        return -1;
-    const bytes& content = entry->file->content;
-    const auto length = static_cast<int64_t>(content.size());
-    const auto moved = static_cast<size_t>(
-        std::clamp<int64_t>(length - entry->position, 0, std::min<uint32_t>(size, INT32_MAX)));
-    if (moved > 0)
-        std::memcpy(buffer, content.data() + entry->position, moved);
-    entry->position += static_cast<int64_t>(moved);
-    now().count.bytes_read += moved;
-    return static_cast<int32_t>(moved);
-}
-
-int32_t write_now(int32_t number, const void* buffer, uint32_t size) {
-    open_file* const entry = opened(number);
-    if (entry == nullptr)
-        return -1;
-    bytes& content = entry->file->content;
-    const auto at = static_cast<size_t>(entry->position);
-    if (size > 0 && content.size() < at + size)
-        content.resize(at + size);
-    const auto* from = static_cast<const uint8_t*>(buffer);
-    std::copy(from, from + size, content.begin() + static_cast<std::ptrdiff_t>(at));
-    if (size > 0)
-        remember({change::kind::write, entry->path, at, bytes(from, from + size)});
-    entry->position += size;
-    now().count.bytes_written += size;
-    return static_cast<int32_t>(size);
-}
-
-int64_t seek_now(int32_t number, int64_t offset, int32_t origin) {
-    open_file* const entry = opened(number);
-    if (entry == nullptr)
-        return -1;
-    int64_t base = 0;
-    if (origin == SEEK_CUR)
-        base = entry->position;
-    else if (origin == SEEK_END)
-        base = static_cast<int64_t>(entry->file->content.size());
-    if (base + offset < 0)
-        return -1;
-    return entry->position = base + offset;
-}
-
-int32_t close_now(int32_t number) {
-    open_file* const entry = opened(number);
-    if (entry == nullptr)
-        return -1;
-    *entry = {};
-    return 0;
-}
-
-int32_t cut_now(int32_t number, int64_t size) {
-    open_file* const entry = opened(number);
-    if (entry == nullptr || size < 0)
-        return -1;
-    entry->file->content.resize(static_cast<size_t>(size));
-    remember({change::kind::cut, entry->path, static_cast<size_t>(size)});
-    return 0;
-}
-
-int32_t stat_now(const char* path, vfs_stat_record* record) {
-    const stored_file* const file = stored(path);
-    if (file == nullptr)
-        return -1;
-    record->Size = static_cast<int64_t>(file->content.size());
-    record->AccessTime = static_cast<uint32_t>(file->times.AccessTime);
-    record->ModifyTime = static_cast<uint32_t>(file->times.ModifyTime);
-    record->Channel = 7;
-    record->StartTime = 5000;
-    return 0;
-}
-
 } // namespace
 
 void reset() {
+    files::reset();
     state& all = now();
-    all.files.clear();
-    all.open.clear();
     all.count = {};
     all.most_calls = 0;
     all.planned = {};
-    all.changes.clear();
-    all.writes_down = false;
-}
-
-bytes& put(const std::string& path, const bytes& content) {
-    stored_file& file = now().files[path];
-    file = {content};
-    return file.content;
-}
-
-const bytes* find(const std::string& path) {
-    const stored_file* const file = stored(path.c_str());
-    return file == nullptr ? nullptr : &file->content;
 }
 
 counts& counted() {
     return now().count;
-}
-
-int open_files() {
-    const auto& open = now().open;
-    return static_cast<int>(
-        std::count_if(open.begin(), open.end(), [](const auto& entry) { return entry.file != nullptr; }));
 }
 
 void limit(uint64_t calls, void (*beyond)()) {
@@ -269,14 +124,6 @@ void heal() {
     now().planned = {};
 }
 
-std::vector<change>& changes() {
-    return now().changes;
-}
-
-void write_down(bool wanted) {
-    now().writes_down = wanted;
-}
-
 void set_loadable(bool module_0, bool module_1) {
     now().loadable[0] = module_0;
     now().loadable[1] = module_1;
@@ -291,71 +138,51 @@ using namespace memory_module;
 namespace {
 
 int32_t do_open(int32_t, const char* path, int32_t flags) {
-    return call_without_zero([&] { return open_now(path, flags); });
+    return call_without_zero([&] { return files::open(path, flags); });
 }
 int32_t do_read(int32_t file, void* buffer, uint32_t size) {
-    return moving_call(size, [&](uint32_t most) { return read_now(file, buffer, most); });
+    return moving_call(size, [&](uint32_t most) { return files::read(file, buffer, most); });
 }
 int32_t do_write(int32_t file, const void* buffer, uint32_t size) {
-    return moving_call(size, [&](uint32_t most) { return write_now(file, buffer, most); });
+    return moving_call(size, [&](uint32_t most) { return files::write(file, buffer, most); });
 }
 int64_t do_seek(int32_t file, int64_t offset, int32_t origin) {
-    return call_without_zero([&] { return seek_now(file, offset, origin); });
+    return call_without_zero([&] { return files::seek(file, offset, origin); });
 }
 int32_t do_tell(int32_t file) {
-    return call_without_zero([&] {
-        const open_file* const entry = opened(file);
-        return entry == nullptr ? -1 : static_cast<int32_t>(entry->position);
-    });
+    return call_without_zero([&] { return files::tell(file); });
 }
 int32_t do_eof(int32_t file) {
-    return plain_call([&] {
-        const open_file* const entry = opened(file);
-        if (entry == nullptr)
-            return -1;
-        return entry->position >= static_cast<int64_t>(entry->file->content.size()) ? 1 : 0;
-    });
+    return plain_call([&] { return files::is_at_end(file); });
 }
 int32_t do_close(int32_t file) {
-    const int32_t result = call_without_zero([&] { return close_now(file); });
+    const int32_t result = call_without_zero([&] { return files::close(file); });
     now().count.refused_closes += result != 0;
     return result;
 }
 int32_t do_unlink(const char* path) {
-    return call_without_zero([&] { return now().files.erase(path) == 1 ? 0 : -1; });
+    return call_without_zero([&] { return files::remove(path); });
 }
 int32_t do_stat(const char* path, vfs_stat_record* record) {
-    return call_without_zero([&] { return stat_now(path, record); });
+    return call_without_zero([&] { return files::stat(path, record); });
 }
 int32_t do_rename(const char*, const char*) {
     return plain_call([] { return 0; });
 }
 int32_t do_change_time(const char* path, const vfs_times* times) {
-    return plain_call([&] {
-        stored_file* const file = stored(path);
-        if (file == nullptr)
-            return -1;
-        file->times = *times;
-        return 0;
-    });
+    return plain_call([&] { return files::set_times(path, *times); });
 }
 int32_t do_set_user_parameter(const char*, int32_t, int32_t) {
     return plain_call([] { return 0; });
 }
 int32_t do_fsync(int32_t file) {
-    return plain_call([&] {
-        const open_file* const entry = opened(file);
-        if (entry == nullptr)
-            return -1;
-        remember({change::kind::sync, entry->path});
-        return 0;
-    });
+    return plain_call([&] { return files::sync(file); });
 }
 int32_t do_fcntl(int32_t, int32_t, int32_t) {
     return plain_call([] { return 0; });
 }
 int32_t do_ftruncate(int32_t file, int64_t size) {
-    return plain_call([&] { return cut_now(file, size); });
+    return plain_call([&] { return files::cut(file, size); });
 }
 int32_t do_format(const char*) {
     return plain_call([] { return 0; });
@@ -489,7 +316,7 @@ void* __wrap___dlsym_time64(void* handle, const char* name) {
 
 // It would wait for the disks of the machine.
 void sync() {
-    remember({change::kind::sync, ""});
+    files::sync_all();
 }
 // The rest between two pieces of a recording.
 int usleep(unsigned) {

@@ -211,6 +211,8 @@ int64_t all_of_missing() {
     for (int32_t change = REC_TAG_ADD; change <= REC_TAG_CHANGE; ++change)
         wrong += rec_TagModify(change, missing, &key, "text") == 0;
     wrong += rec_RecoverRecordSize(missing, 5) == 0;
+    wrong += rec_MakeUpIframeIndex(missing, 0, &number, 5) == REC_OK;
+    wrong += rec_GetFristIframelocByFile(missing, &number) == 0;
     wrong += rec_TagQuery(missing, "", found, 8) != 0;
     wrong += rec_GetFileStartTime(missing, &number) == REC_OK;
     wrong += rec_GetFileSize(missing, &number) == 0;

@@ -149,6 +149,8 @@ TEST_F(ThreadsFillTheFilesTest, PlacesAreUsedAgainBesideClosesThatFail) {
         for (int round = 0; round < rounds; ++round) {
             const uint32_t number = number_for(thread, static_cast<size_t>(round));
             const int32_t fd = open(number);
+            // Anybody may ask of any descriptor at any moment.
+            mistakes.add(iIsValidFd(1) != 0 || iIsValidFd(taken + 1 + round % 5) > 0);
             if (fd <= 0) {
                 mistakes.add(fd != -1);
                 continue;
