@@ -20,8 +20,8 @@ bool ask_host(const char* path, host_status& status) {
     struct stat found;
     const bool is_known = fstat(file, &found) == 0;
     close(file);
-    if (!is_known)
-        return false;
+    if (!is_known)    // uncovered: the host knows what it has just opened
+        return false; // uncovered: the host knows what it has just opened
     status = {.device = found.st_dev,
               .inode = found.st_ino,
               .links = found.st_nlink,

@@ -17,19 +17,19 @@ bool put(Field& field, Number number) {
     return std::cmp_equal(field, number);
 }
 
-bool put_time(timespec& field, const kmr::host_time& time) {
+bool put_time(timespec& field, const kmr::host_time& time) { // uncovered: room for all on 64-bit hosts
     return put(field.tv_sec, time.seconds) && put(field.tv_nsec, time.nanoseconds);
 }
 
 // Some platforms keep the low half of the file's number in a field of its own.
 template <typename Record>
-void put_short_inode(Record& record, uint64_t inode) {
+void put_short_inode(Record& record, uint64_t inode) { // uncovered: of 32-bit platforms
     if constexpr (requires { record.__st_ino; })
         record.__st_ino = static_cast<decltype(record.__st_ino)>(inode);
 }
 
 template <typename Record>
-bool fill(Record& record, const kmr::host_status& from) {
+bool fill(Record& record, const kmr::host_status& from) { // uncovered: room for all on 64-bit hosts
     record = {};
     put_short_inode(record, from.inode);
     return put(record.st_dev, from.device) && put(record.st_ino, from.inode) &&
@@ -43,7 +43,7 @@ bool fill(Record& record, const kmr::host_status& from) {
 
 } // namespace
 
-int32_t my_stat(const char* path, struct stat64* status) {
+int32_t my_stat(const char* path, struct stat64* status) { // uncovered: room for all on 64-bit hosts
     kmr::host_status found = {};
     if (!kmr::ask_host(path, found))
         return -1;

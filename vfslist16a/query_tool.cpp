@@ -24,8 +24,8 @@ void zn_cmd_Store_QueryForTool(const char* a, const char* b) {
     query.end_time = to_time(b);
     query.file_type_filter = REC_QUERY_VIDEOS;
     REC_QueryFiles(&query);
-    if (query.returned < 0)
-        return;
+    if (query.returned < 0) // uncovered: no query says so yet
+        return;             // uncovered: no query says so yet
     const auto count = static_cast<size_t>(std::min<int32_t>(query.total, REC_QUERY_MAX_RESULTS));
     constexpr int longest_path = sizeof query.results->file_path;
     for (const rec_query_record& record : std::span(query.results).first(count))

@@ -100,15 +100,24 @@ TEST(IndexStretchTest, OfPlacesThatNameNothing) {
 
 TEST(IndexStretchTest, ShiftedAndBackAgain) {
     // 50 bytes came before the I-frame 5, and 50 went out of the I-frame 30 with its header: between them every record
-    // names a place 50 bytes too low.
-    bytes file = recording_of(sound_frames(200));
-    file.erase(file.begin() + 88 + 536 * 30 + 50, file.begin() + 88 + 536 * 30 + 100);
-    file.at(88 + 536 * 30 + 3) = 9;
+    // names a place 50 bytes too low. No two I-frames stand equally far apart, so nothing but this fits.
+    frames all = sound_frames(200);
+    for (size_t k = 0; k < 40; ++k)
+        all[5 * k].video = scan_test::i_video(120 + k * k);
+    const records index = records_for(all);
+    const auto place = [&](size_t k) { return static_cast<std::ptrdiff_t>(index[k].position); };
+    bytes file = recording_of(all);
+    const size_t first_record = file.size() - 8 - size_t{40} * 80;
+    file.erase(file.begin() + place(30) + 50, file.begin() + place(30) + 100);
+    file.at(index[30].position + 3) = 9;
     const bytes garbage(50, 0x77);
-    file.insert(file.begin() + 88 + 536 * 5, garbage.begin(), garbage.end());
-    EXPECT_THAT(found(file),
-                ElementsAre("bytes-torn @2768 +50 #26 t1000", "bytes-torn @16218 +102 #152 t6040",
-                            "index-entry-wrong " + at_record(40, 5) + " record=5 field=offset actual=2768"));
+    file.insert(file.begin() + place(5), garbage.begin(), garbage.end());
+    const auto text = [](uint64_t number) { return std::to_string(number); };
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @" + text(index[5].position) + " +50 #26 t1000",
+                                         "bytes-torn @" + text(index[30].position + 50) + " +" +
+                                             text(32 + 120 + 30 * 30 - 50) + " #152 t6040",
+                                         "index-entry-wrong @" + text(first_record + 400) +
+                                             " +80 record=5 field=offset actual=" + text(index[5].position)));
 }
 
 TEST(IndexStretchTest, OfVeryManyLostFrames) {

@@ -210,4 +210,66 @@ TEST(Beyond4GiBTest, AMissingIndexIsNotMended) {
     EXPECT_FALSE(judged.repair.possible);
 }
 
+TEST(FileSourceTest, TellsWhatWasWrittenWithTheSameSize) {
+    const scratch::folder folder;
+    const std::string path = folder.write("a", {5, 6, 7});
+    const timespec first[2] = {{1000, 0}, {2000, 10}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), first, 0), 0);
+    const auto opened = scan::file_source::open(path.c_str());
+    EXPECT_EQ(opened.source->change(), scan::source_change::none);
+    for (const timespec later : {timespec{2000, 11}, timespec{2001, 10}}) {
+        const timespec times[2] = {{1000, 0}, later};
+        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        EXPECT_EQ(opened.source->change(), scan::source_change::rewritten);
+    }
+}
+
+// The user `nobody` for a scope, where the tests run as root.
+class as_nobody {
+public:
+    as_nobody() { EXPECT_TRUE(before_ != 0 || seteuid(65534) == 0); }
+    ~as_nobody() { EXPECT_TRUE(before_ != 0 || seteuid(before_) == 0); }
+    as_nobody(const as_nobody&) = delete;
+    as_nobody& operator=(const as_nobody&) = delete;
+
+private:
+    uid_t before_ = geteuid();
+};
+
+TEST(FileSourceTest, ReadsWhatBelongsToSomebodyElse) {
+    const as_nobody user;
+    const auto opened = scan::file_source::open("/etc/passwd"); // root's, and for all to read
+    ASSERT_EQ(opened.status, scan::open_status::opened);
+    bytes into(1);
+    EXPECT_EQ(opened.source->read_at(0, into).count, 1U);
+}
+
+TEST(FileSourceTest, TellsWhyAFileCannotBeOpened) {
+    const scratch::folder folder;
+    const std::string path = folder.write("a", {5, 6, 7});
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+    const as_nobody user;
+    const auto opened = scan::file_source::open(path.c_str());
+    EXPECT_EQ(opened.status, scan::open_status::failed);
+    EXPECT_EQ(opened.error, EACCES);
+    EXPECT_EQ(opened.source, nullptr);
+}
+
+// Whose descriptor somebody has closed.
+TEST(FileSourceTest, ThatCannotBeAskedAnyMoreFails) {
+    const scratch::folder folder;
+    const std::string path = folder.write("a", {5, 6, 7});
+    const int next = dup(STDIN_FILENO); // the number that is handed out next
+    close(next);
+    const auto opened = scan::file_source::open(path.c_str());
+    ASSERT_EQ(opened.status, scan::open_status::opened);
+    ASSERT_EQ(close(next), 0);
+    bytes into(3);
+    const auto read = opened.source->read_at(0, into);
+    EXPECT_EQ(read.count, 0U);
+    EXPECT_EQ(read.error, EBADF);
+    EXPECT_EQ(opened.source->change(), scan::source_change::unknown);
+}
+
 } // namespace

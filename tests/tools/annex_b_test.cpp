@@ -108,4 +108,23 @@ TEST(AnnexBTest, WithoutAPictureThereIsNoFrame) {
     EXPECT_THAT(split_access_units(hex("00000001 67AA"), codec::h264), IsEmpty());
 }
 
+TEST(AnnexBTest, FurtherKindsOfH264Units) {
+    const auto stream = hex("00000001 6588"
+                            "00000001 6FAA" // 15, the parameter set of a subset, opens a frame
+                            "00000001 4280" // 2, a partition of a slice
+                            "00000001 73FF" // 19 opens none
+                            "00000001 41"); // a slice without a byte behind its name
+    EXPECT_THAT(split_access_units(stream, codec::h264), ElementsAre(unit(0, 6, true), unit(6, 23, false)));
+}
+
+TEST(AnnexBTest, FurtherKindsOfH265Units) {
+    const auto stream = hex("00000001 260180"
+                            "00000001 5201 00000001 020180" // 41, reserved, opens a frame
+                            "00000001 6001 00000001 020180" // 48, unspecified, opens one too
+                            "00000001 5001 00000001 5A01"   // 40, 45
+                            "00000001 7001 00000001 0201"); // and 56 do not, nor does a slice of two bytes
+    EXPECT_THAT(split_access_units(stream, codec::h265),
+                ElementsAre(unit(0, 7, true), unit(7, 13, false), unit(20, 37, false)));
+}
+
 } // namespace

@@ -21,7 +21,7 @@ std::vector<nal_unit> find_nal_units(std::span<const uint8_t> stream) {
     const uint8_t start_code[] = {0, 0, 1};
     std::vector<nal_unit> units;
     auto from = stream.begin();
-    while (true) {
+    for (;;) {
         const auto found = std::search(from, stream.end(), std::begin(start_code), std::end(start_code));
         if (found == stream.end())
             return units;
