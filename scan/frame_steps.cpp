@@ -34,7 +34,7 @@ void frame_steps::report_pending() {
     pending_.reset();
 }
 
-// The frame before was alone out of line: this one goes on where the one before that had been, which is there, since the
+// The frame before was alone out of line: this one goes on where the one before that had been. That one is there: the
 // first frame of all is never odd.
 bool frame_steps::is_back_in_line(const step_frame& frame, oddity before) const {
     if (before == oddity::number)

@@ -71,7 +71,7 @@ def read_counts(root, folder):
 
 
 class Mark:
-    """A reason for what is left out, and the lines that it is for: its own, or all of the function that begins there."""
+    """A reason, and the lines that it is for: its own, or all of the function that begins there."""
 
     def __init__(self, line, reason):
         self.line = line
@@ -138,7 +138,7 @@ def main():
                 faults.append(f"{name}:{mark.line}: left out, but nothing is missed there")
             left_out.append(f"{name}:{mark.line}: {mark.reason}")
         excused = set().union(*(mark.lines for mark in marks))
-        places += [f"{name}:{line}: {', '.join(what)}" for line, what in sorted(missed.items()) if line not in excused]
+        places += [f"{name}:{line}: {', '.join(missed[line])}" for line in sorted(missed.keys() - excused)]
         folders[os.path.dirname(name)][name] = counts.sums(excused)
 
     heading = f"{'':<40} {'lines':>16} {'%':>6} {'branches':>16} {'%':>6}"
