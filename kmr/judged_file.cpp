@@ -45,8 +45,41 @@ scan::report without_contents(const scan::report& judged) {
     return left;
 }
 
-scan::report judge_followed(scan::byte_source& source, const scan::judge_options& options,
-                            scan::observer* watching) {
+// A small file, read as a whole by the first read: looking here and there costs more than reading does.
+class small_source final : public scan::byte_source {
+public:
+    static constexpr uint64_t largest = 64 << 10;
+
+    explicit small_source(scan::byte_source& source) : source_(source) {}
+
+    uint64_t size() const override { return source_.size(); }
+    scan::source_change change() const override { return source_.change(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        if (!read_) {
+            bytes_.resize(static_cast<size_t>(source_.size()));
+            const scan::read_result all = source_.read_at(0, bytes_);
+            error_ = all.error;
+            bytes_.resize(all.count);
+            read_ = true;
+        }
+        if (error_ != 0)
+            return {.count = 0, .error = error_};
+        return scan::memory_source(bytes_).read_at(offset, into);
+    }
+
+private:
+    scan::byte_source& source_;
+    std::vector<uint8_t> bytes_ = {};
+    int error_ = 0;
+    bool read_ = false;
+};
+
+scan::report judge_source(scan::byte_source& source, const scan::judge_options& options,
+                          scan::observer* watching) {
+    if (source.size() <= small_source::largest) {
+        small_source small(source);
+        return scan::judge(small, options, watching);
+    }
     auto* const follower = dynamic_cast<scan_follower*>(watching);
     if (follower == nullptr)
         return scan::judge(source, options, watching);
@@ -70,7 +103,7 @@ judged_file judge_file(const found_file& file, const scan::judge_options& option
         return result;
     }
     result.modified = opened.source->modified();
-    result.judged = judge_followed(*opened.source, options, watching);
+    result.judged = judge_source(*opened.source, options, watching);
     result.problem = problem_of(result.judged);
     if (result.judged.judged == scan::verdict::unreadable)
         result.judged = without_contents(result.judged);

@@ -39,7 +39,7 @@ public:
 private:
     // Threads may be ahead of the result that is taken next by so many for each of them: one long piece of work must
     // not hold up the others, and results that wait must not fill the memory.
-    static constexpr size_t results_ahead = 16;
+    static constexpr size_t results_ahead = 32;
 
     void start(size_t threads) {
         for (size_t i = 0; i < threads && i < count_; ++i)
@@ -86,7 +86,10 @@ private:
             failure_ = failure;
         else
             results_[mine - taken_] = std::move(result);
-        if (failure || mine == taken_)
+        ++ready_count_;
+        // Waking somebody for every result would cost more than a small file does: he looks by himself now and then.
+        const bool worth_it = ready_count_ - taken_ >= ahead_ / 2 || ready_count_ == count_;
+        if (failure || worth_it)
             ready_.notify_one();
     }
 
@@ -120,6 +123,7 @@ private:
     std::condition_variable room_ = {};
     std::deque<std::optional<Result>> results_ = {}; // the one that is taken next, and those behind it
     size_t begun_ = 0;
+    size_t ready_count_ = 0;
     size_t taken_ = 0;
     bool ended_ = false;
     std::exception_ptr failure_ = {};

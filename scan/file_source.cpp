@@ -27,6 +27,9 @@ int open_quietly(const char* path) {
     return retried([&] { return ::open(path, flags); });
 }
 
+// What the host reads in advance anyway.
+constexpr uint64_t usual_read_ahead = 128 << 10;
+
 opened_file failure(int error) {
     return {.source = nullptr, .status = open_status::failed, .error = error};
 }
@@ -54,8 +57,9 @@ opened_file file_source::open(const char* path) {
         return refuse(descriptor, errno); // uncovered: the host knows what it has just opened
     if (!S_ISREG(found.st_mode))          // uncovered: no test puts another file there between two calls
         return refuse(descriptor, 0);     // uncovered: no test puts another file there between two calls
-    posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL); // advice: a refusal costs nothing but time
     const auto size = static_cast<uint64_t>(found.st_size);
+    if (size > usual_read_ahead)
+        posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL); // advice: a refusal costs nothing but time
     return {.source = std::unique_ptr<file_source>(new file_source(descriptor, size, found.st_mtim)),
             .status = open_status::opened,
             .error = 0};

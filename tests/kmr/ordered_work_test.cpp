@@ -41,7 +41,7 @@ TEST(OrderedWorkTest, RunsNoFurtherAheadThanItMay) {
         std::this_thread::sleep_for(std::chrono::microseconds(200));
     };
     run(500, 2, stop, work, take);
-    EXPECT_LE(furthest, 2 * 16 + 1); // 16 for each thread, and the one that is being taken
+    EXPECT_LE(furthest, 2 * 32 + 1); // 32 for each thread, and the one that is being taken
 }
 
 TEST(OrderedWorkTest, OfNothingEndsAtOnce) {
