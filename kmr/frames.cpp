@@ -95,8 +95,13 @@ public:
             return exit_status::failed;
         }
         scan::byte_source& source = *opened.source;
-        row_printer printing(options_, with, start_of(source, with), source.size());
+        const std::optional<int64_t> start_ms = start_of(source, with);
+        row_printer printing(options_, with, start_ms, source.size());
         const scan::report judged = judge_and_tell(source, printing);
+        if (judged.start_ms && start_ms && *judged.start_ms != *start_ms)
+            with.err.say(options_.path, "the times count from " + with.clock().iso(*start_ms) +
+                                            "; by the whole recording it began at " +
+                                            with.clock().iso(*judged.start_ms));
         const std::string problem = problem_of(judged);
         if (!problem.empty()) {
             with.out.flush();

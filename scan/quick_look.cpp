@@ -77,23 +77,19 @@ private:
         offsets_ms_.push_back(int64_t{entry.TimeNow} * 1000 - times_.advance(header.TimeStamp));
     }
 
-    // No step of the clock that is longer than all that is usual fits in between.
     void note_step(int64_t ms) {
+        unbroken_ = unbroken_ && ms >= 0 && (ms > 0 || offsets_ms_.empty());
+        if (offsets_ms_.empty())
+            return;
+        shortest_step_ = std::min(shortest_step_, ms);
+        longest_step_ = std::max(longest_step_, ms);
+    }
+
+    // A leap is longer than two seconds: it does not fit between two records, or sets these two apart from the others.
+    bool leaves_no_room_for_a_leap() const {
         constexpr int64_t shortest_leap = 2000;
-        const bool usual = ms >= 0 && ms <= shortest_leap && (ms > 0 || offsets_ms_.empty());
-        unbroken_ = unbroken_ && usual;
-    }
-
-    // Records rise, and beyond 4 GiB they begin anew.
-    uint64_t position_of(const kmr_index_record& entry) const {
-        constexpr uint64_t four_gib = uint64_t{1} << 32;
-        const uint64_t turns = last_named_ / four_gib * four_gib;
-        const uint64_t position = turns + entry.IPos;
-        return position < last_named_ ? position + four_gib : position;
-    }
-
-    bool ordinary_frame(uint64_t offset, kmr_frame_header& header) {
-        return recording_.load(offset, header) && rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
+        return unbroken_ &&
+               (longest_step_ <= shortest_leap || longest_step_ - shortest_step_ < shortest_leap);
     }
 
     void settle_start() {
@@ -103,7 +99,7 @@ private:
         std::nth_element(offsets_ms_.begin(), middle, offsets_ms_.end());
         into_.start_ms = *middle;
         into_.start_from_index = true;
-        into_.start_certain = unbroken_;
+        into_.start_certain = leaves_no_room_for_a_leap();
     }
 
     void walk_to(uint64_t end) {
@@ -127,6 +123,8 @@ private:
     time_line times_ = {};
     uint64_t last_named_ = 0;
     bool unbroken_ = true;
+    int64_t shortest_step_ = INT64_MAX; // from record to record
+    int64_t longest_step_ = 0;
     std::vector<int64_t> offsets_ms_ = {};
 };
 

@@ -19,8 +19,7 @@ struct quick_look {
     std::vector<tag> tags = {};           // at most 64
     std::optional<int64_t> start_ms = {}; // as in a report, as long as the clock ran on without a break
     bool start_from_index = false;
-    bool start_certain =
-        false; // the records leave no room for a break of the clock: `judge` will say the same
+    bool start_certain = false; // by the records the clock has no break: `judge` will say the same
     std::optional<int64_t> duration_ms = {}; // from the index, and the frames behind its last record
 };
 
