@@ -17,7 +17,8 @@ struct seen_frame {
     int64_t stream_ms = 0;
     int64_t delay_ms =
         0; // signed, to the previous ordinary frame; 0 for the first and for any that is not ordinary
-    uint32_t gap = 0; // numbers missing before it
+    uint32_t gap = 0;       // numbers missing before it
+    uint32_t clock_run = 0; // counts the breaks of the clock up to it; 0 for any that is not ordinary
     bool encrypted = false;
     const payload_look* look = nullptr; // what the payload begins with; null where it was not looked at
 };

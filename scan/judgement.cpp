@@ -138,6 +138,7 @@ void judgement::take_ordinary(const frame_event& frame) {
                         .stream_ms = stream_ms,
                         .delay_ms = step.delay_ms,
                         .gap = step.gap,
+                        .clock_run = clock_run_,
                         .encrypted = encrypted,
                         .look = encrypted ? nullptr : &payload.look});
 }

@@ -1,0 +1,245 @@
+#include "mend/copy.hpp"
+
+#include "mend/changes.hpp"
+#include "mend/header_plan.hpp"
+#include "scan/time_line.hpp"
+#include "scan/window.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace kmr::mend {
+namespace {
+
+constexpr uint64_t four_gib = uint64_t{1} << 32;
+
+struct stretch {
+    uint64_t at = 0;   // in the copy
+    uint64_t from = 0; // in the recording
+    uint64_t length = 0;
+
+    uint64_t end() const { return at + length; }
+};
+
+class copy_source final : public scan::byte_source {
+public:
+    copy_source(scan::byte_source& source, const kmr_file_header& header, std::vector<stretch> frames,
+                new_index index)
+        : source_(source), header_(header), frames_(std::move(frames)), index_(std::move(index)) {}
+
+    uint64_t size() const override { return index_at() + index_.length(); }
+
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        if (offset >= size())
+            return {};
+        into = into.first(static_cast<size_t>(std::min<uint64_t>(into.size(), size() - offset)));
+        const uint64_t end = offset + into.size();
+        const auto part = [&](uint64_t from, uint64_t to) {
+            from = std::max(from, offset);
+            return into.subspan(static_cast<size_t>(from - offset),
+                                static_cast<size_t>(std::min(to, end) - from));
+        };
+        if (offset < sizeof header_) {
+            const auto bytes = part(0, sizeof header_);
+            std::memcpy(bytes.data(), reinterpret_cast<const uint8_t*>(&header_) + offset, bytes.size());
+        }
+        auto each = std::partition_point(frames_.begin(), frames_.end(),
+                                         [&](const stretch& one) { return one.end() <= offset; });
+        for (; each != frames_.end() && each->at < end; ++each) {
+            const auto bytes = part(each->at, each->end());
+            const uint64_t skipped = std::max(each->at, offset) - each->at;
+            const scan::read_result read = source_.read_at(each->from + skipped, bytes);
+            if (read.failed() || read.count != bytes.size())
+                return {.count = 0, .error = read.failed() ? read.error : EIO};
+        }
+        if (end > index_at())
+            index_.copy(std::max(offset, index_at()) - index_at(), part(index_at(), size()));
+        return {.count = into.size(), .error = 0};
+    }
+
+private:
+    uint64_t index_at() const { return frames_.back().end(); }
+
+    scan::byte_source& source_;
+    kmr_file_header header_;
+    std::vector<stretch> frames_;
+    new_index index_;
+};
+
+class collector final : public scan::observer {
+public:
+    explicit collector(const span& of) : of_(of) {}
+
+    void on_index(const scan::index_event& block) override { old_index = block; }
+
+    void on_torn(const scan::torn_event& region) override {
+        if (begun_ && !over_)
+            plan.torn_bytes += region.length;
+    }
+
+    void on_frame(const scan::seen_frame& seen) override {
+        const scan::frame_event& frame = seen.frame;
+        if (over_)
+            return;
+        if (!frame.is_whole()) {
+            plan.torn_bytes += begun_ ? frame.length : 0;
+            plan.damaged_frames += begun_ && frame.header_whole ? 1 : 0;
+            return;
+        }
+        if (frame.kind == scan::frame_class::inserted) {
+            if (begun_ && take(frame))
+                ++plan.inserted;
+            return;
+        }
+        take_ordinary(seen);
+    }
+
+    bool go_on(uint64_t) override { return obstacle == copy_status::ready; }
+
+    copy_status obstacle = copy_status::ready;
+    copy_plan plan = {};
+    std::vector<stretch> frames = {};
+    new_index index = {};
+    std::optional<scan::index_event> old_index = {};
+
+private:
+    // Whether a frame stands at or behind a place.
+    static bool has_come_to(const span_bound& bound, const scan::seen_frame& seen) {
+        if (bound.in == span_bound::unit::stream_ms)
+            return seen.stream_ms >= bound.value;
+        return scan::wrapped_distance(static_cast<uint32_t>(bound.value), seen.frame.header.FrameNo) >= 0;
+    }
+
+    static bool is_behind(const span_bound& bound, const scan::seen_frame& seen) {
+        if (bound.in == span_bound::unit::stream_ms)
+            return seen.stream_ms > bound.value;
+        return scan::wrapped_distance(static_cast<uint32_t>(bound.value), seen.frame.header.FrameNo) > 0;
+    }
+
+    void take_ordinary(const scan::seen_frame& seen) {
+        const kmr_frame_header& header = seen.frame.header;
+        if (of_.to && has_come_to(*of_.to, seen)) {
+            over_ = true;
+            return;
+        }
+        const bool is_i = kmr_is_i_frame(&header) != 0;
+        in_front_ = in_front_ && of_.from && !is_behind(*of_.from, seen);
+        if (is_i && (in_front_ || !begun_))
+            begin(seen);
+        if (!begun_)
+            return;
+        const uint64_t position = end();
+        if (!take(seen.frame))
+            return;
+        ++plan.frames;
+        plan.duration_ms = seen.stream_ms - plan.first_ms;
+        const bool starts_picture = seen.look != nullptr && seen.look->has_random_access;
+        if (is_i || starts_picture)
+            add_record(seen, position, !is_i);
+    }
+
+    // The last I-frame in front of the span so far: what was taken before it is not part of it.
+    void begin(const scan::seen_frame& seen) {
+        begun_ = true;
+        plan.first_frame = seen.frame.header.FrameNo;
+        plan.first_ms = seen.stream_ms;
+        plan.frames = plan.inserted = plan.torn_bytes = plan.damaged_frames = 0;
+        frames.clear();
+        index = {};
+    }
+
+    uint64_t end() const { return frames.empty() ? uint64_t{KMR_FILE_HEADER_SIZE} : frames.back().end(); }
+
+    bool take(const scan::frame_event& frame) {
+        if (end() + frame.length > four_gib) {
+            obstacle = copy_status::too_long;
+            return false;
+        }
+        if (!frames.empty() && frames.back().from + frames.back().length == frame.offset) {
+            frames.back().length += frame.length;
+            return true;
+        }
+        if (frames.size() == changes::most_writes) {
+            obstacle = copy_status::too_damaged;
+            return false;
+        }
+        frames.push_back({.at = end(), .from = frame.offset, .length = frame.length});
+        return true;
+    }
+
+    void add_record(const scan::seen_frame& seen, uint64_t position, bool by_old_index) {
+        planned_record record;
+        record.stream_ms = seen.stream_ms;
+        record.clock_run = seen.clock_run;
+        record.old_position = static_cast<uint32_t>(seen.frame.offset);
+        record.position = static_cast<uint32_t>(position);
+        record.by_old_index = by_old_index;
+        if (seen.look != nullptr) {
+            record.width = static_cast<uint16_t>(seen.look->size.width);
+            record.height = static_cast<uint16_t>(seen.look->size.height);
+        }
+        if (!index.add(record))
+            obstacle = copy_status::too_damaged;
+    }
+
+    span of_;
+    bool begun_ = false;
+    bool in_front_ = true; // no frame behind the start of the span has come yet
+    bool over_ = false;
+};
+
+// Every frame of the copy is a good one, so nothing in it may be an error.
+bool is_sound(const scan::report& judged, const copy_plan& plan) {
+    return judged.ended == scan::end_state::complete && judged.frames.i + judged.frames.p == plan.frames &&
+           judged.frames.damaged == 0 && judged.header.state == scan::header_state::valid;
+}
+
+copy_status finish(scan::byte_source& source, collector& found, copy_plan& plan) {
+    if (plan.frames == 0)
+        return copy_status::empty;
+    kmr_file_header header = plan.before.header.header;
+    const auto start = scan::header_start_ms(header);
+    if (found.old_index && source.size() <= four_gib)
+        found.index.take_old(source, *found.old_index, [](uint32_t) { return false; });
+    found.index.settle(start.value_or(0), {header.Width, header.Height});
+    if (start)
+        set_date(header, *start + plan.first_ms);
+    header.FrameCount = static_cast<uint32_t>(plan.frames);
+    header.TotalSize = static_cast<uint32_t>(found.frames.back().end() + found.index.length());
+    plan.records = found.index.count();
+    plan.tags = found.index.tags();
+    plan.times_guessed = found.index.guesses_times();
+    plan.content =
+        std::make_unique<copy_source>(source, header, std::move(found.frames), std::move(found.index));
+    const scan::report after = scan::judge(*plan.content);
+    if (is_sound(after, plan))
+        return copy_status::ready;
+    plan.content.reset();
+    return after.judged == scan::verdict::unreadable ? copy_status::unreadable : copy_status::no_way;
+}
+
+} // namespace
+
+copy_plan plan_copy(scan::byte_source& source, const span& of) {
+    collector found(of);
+    scan::report before = scan::judge(source, {}, &found);
+    copy_plan plan = std::move(found.plan);
+    plan.before = std::move(before);
+    try {
+        if (found.obstacle != copy_status::ready)
+            plan.status = found.obstacle;
+        else if (plan.before.judged == scan::verdict::unreadable)
+            plan.status = copy_status::unreadable;
+        else if (plan.before.header.state != scan::header_state::valid)
+            plan.status = copy_status::no_header;
+        else
+            plan.status = finish(source, found, plan);
+    } catch (const scan::read_stopped&) {
+        plan.status = copy_status::unreadable;
+    }
+    return plan;
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,18 @@
+#include "mend/disk.hpp"
+
+#include <algorithm>
+
+namespace kmr::mend {
+
+bool same_moment(const timespec& left, const timespec& right) {
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}
+
+scan::read_result open_file_source::read_at(uint64_t offset, std::span<uint8_t> into) {
+    if (offset >= size_)
+        return {};
+    const uint64_t there = std::min<uint64_t>(into.size(), size_ - offset);
+    return file_.read_at(offset, into.first(static_cast<size_t>(there)));
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,415 @@
+#include "mend/frame_plan.hpp"
+
+#include "file_op/common/frame_check.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <utility>
+
+namespace kmr::mend {
+namespace {
+
+constexpr uint64_t header_size = KMR_FRAME_HEADER_SIZE;
+constexpr uint64_t longest = KMR_MAX_FRAME_SIZE;
+constexpr size_t most_steps = 1024;
+
+std::span<const uint8_t> bytes_of(const kmr_frame_header& header) {
+    return {reinterpret_cast<const uint8_t*>(&header), sizeof header};
+}
+
+bool precedes(const moment& left, const moment& right) {
+    return scan::wrapped_distance(left.number, right.number) > 0 &&
+           scan::wrapped_distance(left.stamp, right.stamp) > 0;
+}
+
+moment moment_of(const kmr_frame_header& header) {
+    return {header.FrameNo, header.TimeStamp};
+}
+
+} // namespace
+
+void frame_plan::give_up(plan_obstacle why) {
+    if (result_.obstacle == plan_obstacle::none)
+        result_.obstacle = why;
+}
+
+bool frame_plan::go_on(uint64_t) {
+    return result_.obstacle == plan_obstacle::none;
+}
+
+void frame_plan::note(region_action action, uint64_t offset, uint64_t length, std::optional<uint32_t> frame) {
+    if (result_.regions.size() == changes::most_writes)
+        give_up(plan_obstacle::too_many_places);
+    else
+        result_.regions.push_back({.action = action, .offset = offset, .length = length, .frame = frame});
+}
+
+void frame_plan::put_header(uint64_t offset, const kmr_frame_header& header) {
+    if (!changes_.write_bytes(offset, bytes_of(header)))
+        give_up(plan_obstacle::too_many_places);
+}
+
+void frame_plan::on_header(const scan::header_event& header) {
+    if (header.state == scan::header_state::valid && header.header.FrameRate != 0)
+        frame_rate_ = header.header.FrameRate;
+}
+
+void frame_plan::on_torn(const scan::torn_event& region) {
+    piece torn;
+    torn.offset = region.offset;
+    torn.length = region.length;
+    if (queue_.size() == changes::most_writes)
+        give_up(plan_obstacle::too_many_places);
+    else
+        queue_.push_back(torn);
+}
+
+void frame_plan::on_index(const scan::index_event& block) {
+    result_.old_index = block;
+}
+
+void frame_plan::on_frame(const scan::seen_frame& seen) {
+    const scan::frame_event& frame = seen.frame;
+    if (!frame.is_whole()) {
+        on_torn({.offset = frame.offset, .length = frame.length});
+        queue_.back().has_header = frame.kind == scan::frame_class::damaged;
+        queue_.back().header = frame.header;
+        queue_.back().stream_ms = seen.stream_ms;
+        return;
+    }
+    piece whole;
+    whole.offset = frame.offset;
+    whole.length = frame.length;
+    whole.header = frame.header;
+    whole.stream_ms = seen.stream_ms;
+    whole.clock_run = seen.clock_run;
+    if (seen.look != nullptr) {
+        whole.starts_picture = seen.look->has_random_access;
+        whole.size = seen.look->size;
+    }
+    const auto& payload = frame.payload;
+    jpeg_frames_ += payload.size() >= 2 && payload[0] == 0xFF && payload[1] == 0xD8 ? 1 : 0;
+    if (frame.kind == scan::frame_class::ordinary) {
+        whole.what = piece::kind::ordinary;
+        take_ordinary(whole);
+        return;
+    }
+    whole.what = piece::kind::inserted;
+    // Of several in a row only the last one may have to grow.
+    if (!queue_.empty() && queue_.back().what == piece::kind::inserted && queue_.back().grown == 0 &&
+        (queue_.size() == 1 || queue_[queue_.size() - 2].what == piece::kind::ordinary)) {
+        queue_.pop_back();
+        ++result_.inserted;
+    }
+    if (queue_.size() == changes::most_writes)
+        give_up(plan_obstacle::too_many_places);
+    else
+        queue_.push_back(whole);
+}
+
+void frame_plan::take_ordinary(piece frame) {
+    frame.back_to_back = queue_.size() == 1 && queue_.front().what == piece::kind::ordinary;
+    if (settle(&frame))
+        queue_.clear();
+    queue_.push_back(frame);
+}
+
+void frame_plan::finish() {
+    settle(nullptr);
+    if (!queue_.empty())
+        result_.frames_end = queue_.back().end();
+    else
+        result_.frames_end = std::min<uint64_t>(size_, KMR_FILE_HEADER_SIZE);
+    queue_.clear();
+    if (!steps_.empty()) {
+        const auto middle = steps_.begin() + static_cast<std::ptrdiff_t>(steps_.size() / 2);
+        std::nth_element(steps_.begin(), middle, steps_.end());
+        result_.step_ms = *middle;
+    }
+    result_.duration_ms = first_ms_ ? last_ms_ - *first_ms_ : 0;
+    result_.is_jpeg = jpeg_frames_ > 0 && jpeg_frames_ * 2 > result_.ordinary;
+}
+
+frame_plan::result frame_plan::take() {
+    result_.planned = std::move(changes_);
+    return std::move(result_);
+}
+
+// Settles what waits, now that the next ordinary frame is known, or that there is none. False where that one has to go
+// itself: it is then a region like any other.
+bool frame_plan::settle(piece* next) {
+    prove_lengths(next);
+    if (next == nullptr)
+        cut_tail();
+    absorb_small(next);
+    if (next != nullptr && !next->is_frame())
+        return false;
+    mend_stamp(next);
+    emit_all(next);
+    return true;
+}
+
+// --- lengths ---
+
+std::optional<moment> frame_plan::moment_before(size_t at) const {
+    while (at-- > 0)
+        if (queue_[at].what == piece::kind::ordinary)
+            return moment_of(queue_[at].header);
+    return settled_ ? std::optional(moment_of(settled_->header)) : std::nullopt;
+}
+
+std::optional<moment> frame_plan::moment_behind(size_t at, const piece* next) const {
+    while (++at < queue_.size())
+        if (queue_[at].what == piece::kind::ordinary)
+            return moment_of(queue_[at].header);
+    return next != nullptr && next->is_frame() ? std::optional(moment_of(next->header)) : std::nullopt;
+}
+
+bool frame_plan::try_proof(size_t at, const piece* next) {
+    piece& area = queue_[at];
+    if (!area.has_header || area.header.FrameKind > 1)
+        return false;
+    const auto before = moment_before(at);
+    const auto behind = moment_behind(at, next);
+    const moment own = moment_of(area.header);
+    if ((!before && !behind) || (before && !precedes(*before, own)) || (behind && !precedes(own, *behind)))
+        return false;
+    std::optional<kmr_frame_header> like;
+    for (size_t i = at; i-- > 0 && !like;)
+        if (queue_[i].what == piece::kind::ordinary)
+            like = queue_[i].header;
+    const auto proven = with_proven_lengths(area.header, area.length, like);
+    if (!proven)
+        return false;
+    area.header = *proven;
+    area.what = proven->Tag == KMR_INSERTED_FRAME_TAG ? piece::kind::inserted : piece::kind::ordinary;
+    area.changed = true;
+    area.clock_run = at > 0 ? queue_[at - 1].clock_run : 0;
+    return true;
+}
+
+void frame_plan::prove_lengths(const piece* next) {
+    for (size_t i = 0; i < queue_.size(); ++i)
+        if (!queue_[i].is_frame() && try_proof(i, next))
+            note(region_action::set_lengths, queue_[i].offset, queue_[i].length, queue_[i].header.FrameNo);
+}
+
+// --- regions too short for a header ---
+
+void frame_plan::grow(piece& frame, const piece& by) {
+    const uint32_t number = frame.header.FrameNo;
+    if (frame.length + by.length <= longest) {
+        frame.grown += static_cast<uint32_t>(by.length);
+        frame.length += by.length;
+        note(region_action::grow_frame, by.offset, by.length, number);
+        return;
+    }
+    frame.what = piece::kind::region;
+    frame.has_header = false;
+    frame.action = region_action::cover_frame;
+    frame.length += by.length;
+    ++result_.frames_covered;
+}
+
+// The bytes directly behind the file header are too few for a header of their own.
+void frame_plan::absorb_into_next(piece* next) {
+    const piece front = queue_.front();
+    const bool last = queue_.size() == 1;
+    if (last && next == nullptr)
+        return;
+    piece& behind = last ? *next : queue_[1];
+    const auto length = static_cast<uint32_t>(front.length);
+    behind.offset -= length;
+    behind.length += length;
+    queue_.pop_front();
+    if (!behind.is_frame())
+        return;
+    if (behind.length > longest) {
+        behind.what = piece::kind::region;
+        behind.has_header = false;
+        behind.action = region_action::cover_frame;
+        ++result_.frames_covered;
+        return;
+    }
+    behind.moved += length;
+    note(region_action::move_frame, front.offset, front.length, behind.header.FrameNo);
+}
+
+void frame_plan::absorb_small(piece* next) {
+    for (size_t i = 1; i < queue_.size();) {
+        const piece small = queue_[i];
+        if (small.is_frame() || small.length >= header_size) {
+            ++i;
+            continue;
+        }
+        piece& before = queue_[i - 1];
+        if (before.is_frame())
+            grow(before, small);
+        else
+            before.length += small.length;
+        queue_.erase(queue_.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    if (!queue_.empty() && !queue_.front().is_frame() && queue_.front().length < header_size)
+        absorb_into_next(next);
+}
+
+// --- the end ---
+
+void frame_plan::cut_tail() {
+    if (!can_cut_ && result_.old_index)
+        return;
+    std::optional<uint64_t> from;
+    uint64_t to = 0;
+    while (!queue_.empty() && !queue_.back().is_frame()) {
+        if (!from)
+            to = queue_.back().end();
+        from = queue_.back().offset;
+        queue_.pop_back();
+    }
+    if (from)
+        note(region_action::cut, *from, to - *from);
+}
+
+// --- stamps ---
+
+void frame_plan::note_step(const moment& from, const moment& to) {
+    const int64_t numbers = scan::wrapped_distance(from.number, to.number);
+    const int64_t step = scan::wrapped_distance(from.stamp, to.stamp);
+    if (rec_CheckFrameTm(to.stamp, from.stamp) == 0)
+        result_.rebuild_stops = true;
+    if (step <= 0)
+        return;
+    usual_step_ = static_cast<uint32_t>(step / std::max<int64_t>(1, numbers));
+    if (numbers == 1 && steps_.size() < most_steps)
+        steps_.push_back(static_cast<uint32_t>(step));
+}
+
+// One stamp alone that is out of line, between two frames that are in line with each other.
+void frame_plan::mend_stamp(const piece* next) {
+    if (next == nullptr || !settled_ || queue_.size() != 1)
+        return;
+    piece& frame = queue_.front();
+    if (frame.what != piece::kind::ordinary || !frame.back_to_back || !next->back_to_back)
+        return;
+    const moment before = moment_of(settled_->header);
+    const moment own = moment_of(frame.header);
+    const moment behind = moment_of(next->header);
+    if (own.number != before.number + 1 || behind.number != own.number + 1)
+        return;
+    const int64_t whole = scan::wrapped_distance(before.stamp, behind.stamp);
+    const int64_t part = scan::wrapped_distance(before.stamp, own.stamp);
+    const int64_t limit = std::max<int64_t>({2000, 4000 / frame_rate_, int64_t{4} * usual_step_});
+    // Where it only runs ahead of the next one, either may be wrong: the usual step tells which.
+    const int64_t step = usual_step_;
+    const bool ahead = step > 0 && part > whole && std::abs(whole - 2 * step) < std::abs(part - step);
+    if (whole < 0 || whole > limit || (part >= 0 && part <= limit && !ahead))
+        return;
+    frame.header.TimeStamp = before.stamp + static_cast<uint32_t>(whole / 2);
+    if (rec_ValidFrame(&frame.header, 0) == KMR_FRAME_INDEX) // stamp 0 would make it one
+        frame.header.TimeStamp = whole > 1 ? frame.header.TimeStamp + 1 : behind.stamp;
+    frame.stream_ms = settled_->stream_ms + scan::wrapped_distance(before.stamp, frame.header.TimeStamp);
+    frame.changed = true;
+    note(region_action::set_stamp, frame.offset + offsetof(kmr_frame_header, TimeStamp), 4, own.number);
+}
+
+// --- what is written ---
+
+void frame_plan::emit_all(const piece* next) {
+    uint64_t leading = 0; // covers in front of the first frame
+    for (size_t i = 0; i < queue_.size() && !settled_ && queue_[i].what != piece::kind::ordinary; ++i)
+        if (!queue_[i].is_frame())
+            leading += cover_lengths(queue_[i].length).size();
+    for (size_t i = 0; i < queue_.size(); ++i) {
+        const piece& each = queue_[i];
+        if (each.is_frame()) {
+            emit_frame(each);
+            continue;
+        }
+        const auto behind = moment_behind(i, next);
+        const auto stamp = behind ? std::optional(behind->stamp) : std::nullopt;
+        const auto number = behind ? std::optional(behind->number) : std::nullopt;
+        emit_covers(each, stamp, number, leading);
+        leading -= std::min<uint64_t>(leading, cover_lengths(each.length).size());
+    }
+}
+
+void frame_plan::emit_covers(const piece& area, const std::optional<uint32_t>& next_stamp,
+                             const std::optional<uint32_t>& next_number, uint64_t left) {
+    if (area.length < header_size)
+        return; // all that the file holds behind its header
+    uint64_t offset = area.offset;
+    for (const uint32_t length : cover_lengths(area.length)) {
+        uint32_t number = next_number.value_or(1) - 1;
+        uint32_t stamp = next_stamp.value_or(0) - static_cast<uint32_t>(left);
+        if (settled_) {
+            number = settled_->header.FrameNo;
+            stamp = cover_stamp(moment_of(settled_->header), ++covers_behind_settled_, next_stamp);
+        } else {
+            --left;
+            result_.first_frame_lost = true;
+        }
+        put_header(offset, cover_header(length, number, stamp));
+        offset += length;
+        ++result_.covers;
+    }
+    note(area.action, area.offset, area.length);
+}
+
+void frame_plan::emit_frame(const piece& frame) {
+    kmr_frame_header header = frame.header;
+    header.FrameSize += frame.moved + frame.grown;
+    header.VideoSize += frame.moved + frame.grown;
+    if (frame.moved + frame.grown > 0)
+        emit_moved(frame, header);
+    else if (frame.changed)
+        put_header(frame.offset, header);
+    if (frame.what == piece::kind::inserted) {
+        ++result_.inserted;
+        return;
+    }
+    ++result_.ordinary;
+    emit_record(frame);
+    if (settled_)
+        note_step(moment_of(settled_->header), moment_of(frame.header));
+    if (!first_ms_)
+        first_ms_ = frame.stream_ms;
+    last_ms_ = frame.stream_ms;
+    settled_ = frame;
+    covers_behind_settled_ = 0;
+}
+
+// Video forward over the bytes in front of it, audio back over those behind it, zeros between the two.
+void frame_plan::emit_moved(const piece& frame, const kmr_frame_header& header) {
+    const size_t first = changes_.writes().size();
+    const uint64_t from = frame.offset + frame.moved + header_size;
+    const uint64_t video = frame.header.VideoSize;
+    const uint64_t audio = uint64_t{frame.header.AFrameNum} * frame.header.AFrameSize;
+    const uint64_t zeros = uint64_t{frame.moved} + frame.grown;
+    const uint64_t to = frame.offset + header_size;
+    put_header(frame.offset, header);
+    bool fits = frame.moved == 0 || changes_.move_bytes(to, from, video);
+    fits = fits && changes_.write_zeros(to + video, zeros);
+    fits = fits && (frame.grown == 0 || changes_.move_bytes(to + video + zeros, from + video, audio));
+    if (!fits)
+        give_up(plan_obstacle::too_many_places);
+    changes_.join(first);
+}
+
+void frame_plan::emit_record(const piece& frame) {
+    const bool is_i = kmr_is_i_frame(&frame.header) != 0;
+    if (!can_cut_ || !(is_i || frame.starts_picture))
+        return;
+    planned_record record;
+    record.stream_ms = frame.stream_ms;
+    record.clock_run = frame.clock_run;
+    record.position = static_cast<uint32_t>(frame.offset);
+    record.old_position = static_cast<uint32_t>(frame.offset + frame.moved);
+    record.width = static_cast<uint16_t>(frame.size.width);
+    record.height = static_cast<uint16_t>(frame.size.height);
+    record.by_old_index = !is_i;
+    if (!result_.index.add(record))
+        give_up(plan_obstacle::too_many_i_frames);
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,55 @@
+#include "mend/header_plan.hpp"
+
+#include "file_op/common/frame_check.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace kmr::mend {
+namespace {
+
+constexpr uint16_t mode_h264 = 22; // what is not MJPEG is shown as this, H.265 too
+constexpr uint16_t mode_mjpeg = 41;
+constexpr uint32_t highest_rate = 60;
+
+} // namespace
+
+bool is_plausible(scan::picture_size size) {
+    kmr_file_header header = {};
+    header.Width = static_cast<uint16_t>(size.width);
+    header.Height = static_cast<uint16_t>(size.height);
+    return size.width <= UINT16_MAX && size.height <= UINT16_MAX && Common_IsValidFileHeader(&header) > 0;
+}
+
+void set_date(kmr_file_header& header, int64_t ms_since_1970) {
+    const auto seconds = static_cast<std::time_t>(ms_since_1970 / 1000);
+    std::tm local = {};
+    if (localtime_r(&seconds, &local) == nullptr)
+        return;
+    header.Year = static_cast<uint16_t>(local.tm_year + 1900);
+    header.Month = static_cast<uint16_t>(local.tm_mon + 1);
+    header.Day = static_cast<uint16_t>(local.tm_mday);
+    header.Hour = static_cast<uint16_t>(local.tm_hour);
+    header.Minute = static_cast<uint16_t>(local.tm_min);
+    header.Second = static_cast<uint16_t>(local.tm_sec);
+}
+
+std::optional<kmr_file_header> header_from(const header_proof& proof) {
+    const scan::picture_size size = is_plausible(proof.by_index) ? proof.by_index : proof.by_sets;
+    if (!is_plausible(size))
+        return {};
+    kmr_file_header header = {};
+    header.Width = static_cast<uint16_t>(size.width);
+    header.Height = static_cast<uint16_t>(size.height);
+    header.FrameRate = KMR_DEFAULT_FRAME_RATE;
+    if (proof.step_ms != 0)
+        header.FrameRate =
+            static_cast<uint16_t>(std::clamp((1000 + proof.step_ms / 2) / proof.step_ms, 1U, highest_rate));
+    header.Mode = proof.codec == scan::video_codec::mjpeg ? mode_mjpeg : mode_h264;
+    if (proof.start_ms)
+        set_date(header, *proof.start_ms);
+    header.FrameCount = proof.frames;
+    return header;
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,283 @@
+#include "mend/new_index.hpp"
+
+#include "scan/index_records.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace kmr::mend {
+namespace {
+
+constexpr int64_t tolerance_ms = 2000;
+
+int64_t offset_of(const planned_record& record) {
+    return int64_t{record.time} * 1000 - record.stream_ms;
+}
+
+// Of an even number the later middle: times are cut to seconds, never rounded up.
+int64_t median(std::vector<int64_t>& of) {
+    const auto middle = of.begin() + static_cast<std::ptrdiff_t>(of.size() / 2);
+    std::nth_element(of.begin(), middle, of.end());
+    return *middle;
+}
+
+uint32_t seconds(int64_t ms) {
+    const int64_t whole = ms >= 0 ? ms / 1000 : (ms - 999) / 1000;
+    return static_cast<uint32_t>(std::clamp<int64_t>(whole, 0, UINT32_MAX));
+}
+
+uint64_t records_of(const scan::index_event& block) {
+    if (block.length < KMR_INDEX_HEAD_SIZE)
+        return 0;
+    const uint64_t room = (block.length - KMR_INDEX_HEAD_SIZE) / KMR_INDEX_RECORD_SIZE;
+    return block.state == scan::index_state::whole ? block.head.RecordCount : room;
+}
+
+} // namespace
+
+struct new_index::old_records {
+    scan::index_records records;
+    bool whole;
+};
+
+bool new_index::add(const planned_record& record) {
+    if (records_.size() == most_records)
+        return false;
+    records_.push_back(record);
+    return true;
+}
+
+std::deque<planned_record>::iterator new_index::named_by(uint32_t position) {
+    const auto found =
+        std::partition_point(records_.begin(), records_.end(),
+                             [&](const planned_record& each) { return each.old_position < position; });
+    const bool hit = found != records_.end() && found->old_position == position;
+    return hit ? found : records_.end();
+}
+
+void new_index::set_tag(planned_record& record, const std::array<char, KMR_TAG_SIZE>& text) {
+    tags_.push_back(text);
+    record.tag = static_cast<uint8_t>(tags_.size());
+}
+
+void new_index::lose_tag(uint32_t number, const kmr_index_record& old) {
+    if (old.TagName[0] == '\0')
+        return;
+    ++tags_lost_;
+    if (lost_tags_.size() < KMR_MAX_TAGS)
+        lost_tags_.push_back({number, old.TimeNow, {old.TagName, strnlen(old.TagName, sizeof old.TagName)}});
+}
+
+void new_index::match(planned_record& record, uint32_t number, const kmr_index_record& old) {
+    const bool has_tag = old.TagName[0] != '\0';
+    if (has_tag && (record.tag != 0 || tags_.size() == KMR_MAX_TAGS)) {
+        lose_tag(number, old);
+    } else if (has_tag) {
+        std::array<char, KMR_TAG_SIZE> text = {};
+        std::memcpy(text.data(), old.TagName, text.size());
+        set_tag(record, text);
+    }
+    if (record.named)
+        return; // the first of several counts
+    record.named = true;
+    record.time_known = true;
+    record.time = old.TimeNow;
+    record.sign = old.Sign;
+    if (!old_size_)
+        old_size_ = scan::picture_size{old.VideoWidth, old.VideoHeight};
+}
+
+void new_index::match_by_place(old_records& old) {
+    for (uint64_t i = 0; i < old.records.count(); ++i) {
+        const kmr_index_record& each = old.records[i];
+        const auto record = named_by(each.IPos);
+        if (record != records_.end())
+            match(*record, static_cast<uint32_t>(i), each);
+    }
+}
+
+// Records between two that name frames, as many as there are frames between those: their places are wrong, not their
+// moments. Times bear it out.
+bool new_index::pair_in_order(old_records& old, uint64_t first, uint64_t end, size_t into, size_t into_end) {
+    std::vector<int64_t> offsets;
+    const bool neighbour_known = into > 0 || into_end < records_.size();
+    if (neighbour_known) {
+        const planned_record& neighbour = records_[into > 0 ? into - 1 : into_end];
+        if (neighbour.time_known)
+            offsets.push_back(offset_of(neighbour));
+    }
+    for (size_t i = into; i < into_end && offsets.empty(); ++i)
+        offsets.push_back(int64_t{old.records[first + (i - into)].TimeNow} * 1000 - records_[i].stream_ms);
+    for (size_t i = into + 1; i < into_end && !neighbour_known; ++i)
+        offsets.push_back(int64_t{old.records[first + (i - into)].TimeNow} * 1000 - records_[i].stream_ms);
+    const int64_t middle = median(offsets);
+    for (uint64_t i = first; i < end; ++i) {
+        const int64_t offset =
+            int64_t{old.records[i].TimeNow} * 1000 - records_[into + (i - first)].stream_ms;
+        if (std::abs(offset - middle) > tolerance_ms)
+            return false;
+    }
+    for (uint64_t i = first; i < end; ++i)
+        match(records_[into + static_cast<size_t>(i - first)], static_cast<uint32_t>(i), old.records[i]);
+    return true;
+}
+
+void new_index::match_by_order(old_records& old, const std::function<bool(uint32_t)>& is_lost) {
+    uint64_t first = 0; // of the records that name nothing
+    size_t into = 0;    // the frame behind the last one that was named
+    for (uint64_t i = 0; i <= old.records.count(); ++i) {
+        size_t named = records_.size();
+        if (i < old.records.count()) {
+            const uint32_t position = old.records[i].IPos;
+            const auto record = named_by(position);
+            if (record == records_.end() && !is_lost(position))
+                continue;
+            if (record != records_.end())
+                named = static_cast<size_t>(record - records_.begin());
+        }
+        const uint64_t strays = i - first;
+        const bool paired = strays > 0 && named >= into && named - into == strays && old.whole &&
+                            !records_[into].named && pair_in_order(old, first, i, into, named);
+        for (uint64_t stray = first; stray < i && !paired && old.whole; ++stray)
+            lose_tag(static_cast<uint32_t>(stray), old.records[stray]);
+        if (i < old.records.count() && named == records_.size())
+            lose_tag(static_cast<uint32_t>(i), old.records[i]);
+        first = i + 1;
+        into = named < records_.size() ? std::max(into, named + 1) : into;
+    }
+}
+
+void new_index::drop_unnamed() {
+    std::erase_if(records_, [](const planned_record& each) { return each.by_old_index && !each.named; });
+}
+
+void new_index::compare(old_records& old) {
+    same_as_old_ = old.whole && old.records.count() == records_.size();
+    for (size_t i = 0; i < records_.size() && same_as_old_; ++i)
+        same_as_old_ = old.records[i].IPos == records_[i].position;
+}
+
+void new_index::judge_run(size_t first, size_t end) {
+    std::vector<int64_t> offsets;
+    for (size_t i = first; i < end; ++i)
+        if (records_[i].time_known)
+            offsets.push_back(offset_of(records_[i]));
+    if (offsets.empty())
+        return;
+    const int64_t middle = median(offsets);
+    if (!start_ms_)
+        start_ms_ = middle;
+    for (size_t i = first; i < end; ++i)
+        records_[i].time_known =
+            records_[i].time_known && std::abs(offset_of(records_[i]) - middle) <= tolerance_ms;
+}
+
+void new_index::judge_times() {
+    for (size_t first = 0; first < records_.size();) {
+        size_t end = first;
+        while (end < records_.size() && records_[end].clock_run == records_[first].clock_run)
+            ++end;
+        judge_run(first, end);
+        first = end;
+    }
+}
+
+void new_index::take_old(scan::byte_source& source, const scan::index_event& block,
+                         const std::function<bool(uint32_t)>& is_lost) {
+    old_records old = {.records = scan::index_records(source, block.offset, records_of(block)),
+                       .whole = block.state == scan::index_state::whole};
+    match_by_place(old);
+    drop_unnamed();
+    match_by_order(old, is_lost);
+    judge_times();
+    compare(old);
+}
+
+void new_index::fill_times(int64_t fallback_start_ms) {
+    constexpr size_t none = SIZE_MAX;
+    std::vector<uint32_t> next(records_.size(), UINT32_MAX); // the next known one
+    for (size_t i = records_.size(); i-- > 0;)
+        next[i] = records_[i].time_known ? static_cast<uint32_t>(i)
+                                         : (i + 1 < records_.size() ? next[i + 1] : UINT32_MAX);
+    size_t before = none;
+    for (size_t i = 0; i < records_.size(); ++i) {
+        planned_record& record = records_[i];
+        if (record.time_known) {
+            before = i;
+            continue;
+        }
+        const size_t behind = next[i] == UINT32_MAX ? none : next[i];
+        const auto distance = [&](size_t other) {
+            const bool same_run = records_[other].clock_run == record.clock_run;
+            return std::pair(!same_run, std::abs(records_[other].stream_ms - record.stream_ms));
+        };
+        size_t near = before != none ? before : behind;
+        if (before != none && behind != none && distance(behind) < distance(before))
+            near = behind;
+        guessed_ = guessed_ || near == none;
+        const int64_t start = near == none ? fallback_start_ms : offset_of(records_[near]);
+        record.time = seconds(start + record.stream_ms);
+    }
+}
+
+void new_index::settle(int64_t fallback_start_ms, scan::picture_size header_size) {
+    drop_unnamed();
+    fill_times(fallback_start_ms);
+    for (planned_record& record : records_) {
+        if (record.width != 0 && record.height != 0)
+            continue;
+        record.width = static_cast<uint16_t>(header_size.width);
+        record.height = static_cast<uint16_t>(header_size.height);
+    }
+}
+
+uint64_t new_index::length() const {
+    return KMR_INDEX_HEAD_SIZE + uint64_t{count()} * KMR_INDEX_RECORD_SIZE + KMR_INDEX_TRAILER_SIZE;
+}
+
+kmr_index_head new_index::head() const {
+    kmr_index_head head = {};
+    head.Frame.SyncWord = KMR_SYNC_WORD;
+    head.Frame.FrameSize = static_cast<uint32_t>(length());
+    head.Frame.FrameKind = 1;
+    head.Frame.FrameNo = tags();
+    head.Frame.VideoSize = head.Frame.FrameSize - KMR_FRAME_HEADER_SIZE;
+    head.RecordCount = count();
+    head.RecordSize = KMR_INDEX_RECORD_SIZE;
+    const uint32_t steps = (count() + KMR_INDEX_CAPACITY_STEP - 1) / KMR_INDEX_CAPACITY_STEP;
+    head.MemoryNum = std::max(steps, 1U) * KMR_INDEX_CAPACITY_STEP;
+    return head;
+}
+
+void new_index::copy(uint64_t from, std::span<uint8_t> into) const {
+    const auto put = [&](const void* part, size_t size, uint64_t at) {
+        const uint64_t begin = std::max(at, from);
+        const uint64_t end = std::min(at + size, from + into.size());
+        if (begin < end)
+            std::memcpy(into.data() + (begin - from), static_cast<const uint8_t*>(part) + (begin - at),
+                        static_cast<size_t>(end - begin));
+    };
+    const kmr_index_head block = head();
+    put(&block, sizeof block, 0);
+    const uint64_t skipped = from > KMR_INDEX_HEAD_SIZE ? from - KMR_INDEX_HEAD_SIZE : 0;
+    for (uint64_t i = skipped / KMR_INDEX_RECORD_SIZE; i < records_.size(); ++i) {
+        const uint64_t at = KMR_INDEX_HEAD_SIZE + i * KMR_INDEX_RECORD_SIZE;
+        if (at >= from + into.size())
+            return;
+        const planned_record& each = records_[static_cast<size_t>(i)];
+        kmr_index_record record = {};
+        record.TimeNow = each.time;
+        record.IPos = each.position;
+        record.Sign = each.sign;
+        record.VideoWidth = each.width;
+        record.VideoHeight = each.height;
+        if (each.tag != 0)
+            std::memcpy(record.TagName, tags_[each.tag - size_t{1}].data(), sizeof record.TagName);
+        put(&record, sizeof record, at);
+    }
+    const kmr_index_trailer trailer = {KMR_INDEX_MAGIC, static_cast<uint32_t>(length())};
+    put(&trailer, sizeof trailer, length() - sizeof trailer);
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,220 @@
+#include "mend/plan.hpp"
+
+#include "mend/frame_plan.hpp"
+#include "mend/header_plan.hpp"
+#include "scan/time_line.hpp"
+#include "scan/window.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+namespace kmr::mend {
+namespace {
+
+using scan::finding_code;
+
+constexpr uint64_t four_gib = uint64_t{1} << 32;
+
+bool has(const scan::report& judged, finding_code code) {
+    return judged.found[static_cast<size_t>(code)] > 0;
+}
+
+bool has_index_error(const scan::report& judged) {
+    using enum finding_code;
+    constexpr finding_code about_the_index[] = {index_missing,     index_torn,        index_head_wrong,
+                                                index_entry_wrong, index_incomplete,  index_order,
+                                                tag_count_wrong,   bytes_behind_index};
+    return std::any_of(std::begin(about_the_index), std::end(about_the_index),
+                       [&](finding_code code) { return has(judged, code); });
+}
+
+uint64_t errors_in(const scan::report& judged) {
+    uint64_t errors = 0;
+    for (size_t code = 0; code < scan::finding_code_count; ++code)
+        if (kind_of(static_cast<finding_code>(code)).level == scan::severity::error)
+            errors += judged.found[code];
+    return errors;
+}
+
+class planner {
+public:
+    explicit planner(scan::byte_source& source)
+        : source_(source), frames_(source.size(), source.size() <= four_gib) {}
+
+    repair_plan run() {
+        plan_.before = scan::judge(source_, {}, &frames_);
+        frames_.finish();
+        found_ = frames_.take();
+        plan_.status = assemble();
+        return std::move(plan_);
+    }
+
+private:
+    plan_status assemble();
+    void plan_index();
+    bool index_changes() const;
+    bool is_lost(uint32_t position) const;
+    void tell_index();
+    std::optional<kmr_file_header> right_header() const;
+    bool plan_header();
+    plan_status prove();
+    const scan::report& before() const { return plan_.before; }
+    bool header_is_valid() const { return before().header.state == scan::header_state::valid; }
+
+    scan::byte_source& source_;
+    frame_plan frames_;
+    frame_plan::result found_ = frame_plan::result();
+    repair_plan plan_ = {};
+    new_index index_ = {};
+};
+
+bool planner::is_lost(uint32_t position) const {
+    const auto behind = std::partition_point(found_.regions.begin(), found_.regions.end(),
+                                             [&](const region& each) { return each.offset <= position; });
+    if (behind == found_.regions.begin())
+        return false;
+    const region& near = *(behind - 1);
+    const bool gone = near.action == region_action::cover || near.action == region_action::cut ||
+                      near.action == region_action::cover_frame;
+    return gone && position - near.offset < near.length;
+}
+
+bool planner::index_changes() const {
+    if (source_.size() > four_gib)
+        return false;
+    if (has_index_error(before()) || !found_.old_index ||
+        found_.old_index->state != scan::index_state::whole || found_.frames_end != found_.old_index->offset)
+        return true;
+    return !found_.planned.empty() && !index_.is_the_old_one();
+}
+
+void planner::plan_index() {
+    index_ = std::move(found_.index);
+    if (found_.old_index && source_.size() <= four_gib)
+        index_.take_old(source_, *found_.old_index, [&](uint32_t position) { return is_lost(position); });
+}
+
+void planner::tell_index() {
+    plan_.index_records = before().index.records;
+    plan_.tags_kept = before().index.tags;
+    plan_.beyond_4_gib = source_.size() > four_gib;
+    if (!plan_.index_rewritten)
+        return;
+    plan_.index_records = index_.count();
+    plan_.tags_kept = index_.tags();
+    plan_.tags_lost = index_.tags_lost();
+    plan_.lost_tags = index_.lost_tags();
+    plan_.times_guessed = index_.guesses_times();
+    plan_.start_guessed = plan_.times_guessed && found_.first_frame_lost;
+}
+
+std::optional<kmr_file_header> planner::right_header() const {
+    if (header_is_valid()) {
+        kmr_file_header header = before().header.header;
+        header.FrameCount = static_cast<uint32_t>(found_.ordinary);
+        return header;
+    }
+    return header_from({.by_index = index_.old_size().value_or(scan::picture_size{}),
+                        .by_sets = before().picture,
+                        .codec = found_.is_jpeg ? scan::video_codec::mjpeg : before().codec,
+                        .step_ms = found_.step_ms,
+                        .start_ms = index_.start_ms(),
+                        .frames = static_cast<uint32_t>(found_.ordinary)});
+}
+
+// What the header counts is set right where anything else is, and where it is all that is wrong.
+bool planner::plan_header() {
+    const bool counts_wrong =
+        has(before(), finding_code::frame_count_wrong) || has(before(), finding_code::total_size_wrong);
+    if (header_is_valid() && found_.planned.empty() && !plan_.index_rewritten && !counts_wrong)
+        return true;
+    auto header = right_header();
+    if (!header)
+        return false;
+    header->TotalSize = static_cast<uint32_t>(found_.planned.new_size());
+    const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(&*header), sizeof *header);
+    const kmr_file_header& old = before().header.header;
+    if (!header_is_valid()) {
+        plan_.regions.insert(plan_.regions.begin(),
+                             {region_action::rebuild_header, 0, KMR_FILE_HEADER_SIZE, {}});
+        return found_.planned.write_bytes(0, bytes);
+    }
+    constexpr size_t counts = offsetof(kmr_file_header, TotalSize);
+    if (old.TotalSize == header->TotalSize && old.FrameCount == header->FrameCount)
+        return true;
+    return found_.planned.write_bytes(counts, bytes.subspan(counts));
+}
+
+plan_status planner::assemble() {
+    if (found_.obstacle != plan_obstacle::none)
+        return plan_status::too_damaged;
+    if (before().judged == scan::verdict::unreadable)
+        return plan_status::unreadable;
+    if (before().changed)
+        return plan_status::changing;
+    if (before().judged == scan::verdict::not_a_recording ||
+        before().header.state == scan::header_state::too_short)
+        return plan_status::not_a_recording;
+    std::stable_sort(found_.regions.begin(), found_.regions.end(),
+                     [](const region& left, const region& right) { return left.offset < right.offset; });
+    plan_index();
+    changes& planned = found_.planned;
+    plan_.index_rewritten = index_changes();
+    if (!found_.old_index || plan_.index_rewritten)
+        planned.set_new_size(found_.frames_end);
+    const auto header = right_header();
+    if (!header)
+        return plan_status::no_picture_size;
+    const int64_t fallback = scan::header_start_ms(*header).value_or(0);
+    index_.settle(fallback, {header->Width, header->Height});
+    tell_index();
+    if (plan_.index_rewritten) {
+        planned.set_new_size(found_.frames_end + index_.length());
+        if (!planned.write_index(found_.frames_end, std::move(index_)))
+            return plan_status::too_damaged;
+    }
+    plan_.regions = std::move(found_.regions);
+    if (!plan_header())
+        return plan_status::too_damaged;
+    planned.sort();
+    return prove();
+}
+
+// What would come out is judged before anything is written: every frame that was to be kept must be there.
+plan_status planner::prove() {
+    plan_.planned = std::move(found_.planned);
+    plan_.frames_kept = found_.ordinary + found_.inserted;
+    plan_.duration_ms = found_.duration_ms;
+    plan_.bytes_rewritten = plan_.planned.bytes_written();
+    plan_.covers = found_.covers;
+    plan_.frames_covered = found_.frames_covered;
+    plan_.rebuild_stops = found_.rebuild_stops;
+    plan_.errors_left = errors_in(before());
+    if (plan_.planned.empty())
+        return plan_status::nothing_to_do;
+    changed_source mended(source_, plan_.planned);
+    const scan::report after = scan::judge(mended);
+    plan_.errors_left = errors_in(after);
+    if (after.judged == scan::verdict::unreadable)
+        return plan_status::unreadable;
+    const bool as_planned = after.frames.i + after.frames.p == found_.ordinary &&
+                            after.frames.inserted == found_.inserted + found_.covers &&
+                            after.frames.damaged == 0;
+    return as_planned ? plan_status::ready : plan_status::no_way;
+}
+
+} // namespace
+
+repair_plan plan_repair(scan::byte_source& source) {
+    try {
+        return planner(source).run();
+    } catch (const scan::read_stopped& stopped) { // the old index was there when it was judged
+        repair_plan failed;
+        failed.status = plan_status::unreadable;
+        failed.before = scan::unreadable(stopped.error);
+        return failed;
+    }
+}
+
+} // namespace kmr::mend

@@ -1,0 +1,395 @@
+#include "mend/recording.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+namespace kmr::mend {
+namespace {
+
+constexpr size_t block = 65536;
+
+outcome failure(int error) {
+    return {.status = mend_status::failed, .error = error};
+}
+
+outcome from_situation(undo_situation situation, int error) {
+    switch (situation) {
+    case undo_situation::torn:
+        return {.status = mend_status::undo_torn, .error = 0};
+    case undo_situation::no_file:
+        return {.status = mend_status::undo_is_no_file, .error = 0};
+    case undo_situation::unreadable:
+        return failure(error);
+    case undo_situation::none:
+    case undo_situation::complete:
+    case undo_situation::interrupted:
+        break;
+    }
+    return {};
+}
+
+int unlink_if_there(disk& on, const std::string& path) {
+    const int error = on.unlink(path);
+    return error == ENOENT ? 0 : error;
+}
+
+} // namespace
+
+recording::recording(disk& on, std::string path, std::unique_ptr<open_file> file, const file_facts& facts)
+    : disk_(on), path_(std::move(path)), file_(std::move(file)), facts_(facts), source_(*file_, facts.size) {}
+
+recording::opening recording::open(disk& on, const std::string& path, bool for_change) {
+    file_facts named;
+    if (const int error = on.look(path, named))
+        return {.opened = nullptr, .result = failure(error)};
+    if (named.kind == file_kind::link)
+        return {.opened = nullptr, .result = {.status = mend_status::is_a_link, .error = 0}};
+    if (named.kind != file_kind::regular)
+        return {.opened = nullptr, .result = {.status = mend_status::not_a_file, .error = 0}};
+    opened file = on.open(path, for_change ? open_mode::change : open_mode::read);
+    if (file.error != 0)
+        return {.opened = nullptr, .result = failure(file.error)};
+    const int lock_error = for_change ? file.file->lock() : 0;
+    if (lock_error == EWOULDBLOCK)
+        return {.opened = nullptr, .result = {.status = mend_status::locked, .error = 0}};
+    if (lock_error != 0)
+        return {.opened = nullptr, .result = failure(lock_error)};
+    file_facts facts;
+    if (const int error = file.file->look(facts))
+        return {.opened = nullptr, .result = failure(error)};
+    if (!facts.is_same_file(named) || facts.kind != file_kind::regular)
+        return {.opened = nullptr, .result = {.status = mend_status::changed_meanwhile, .error = 0}};
+    return {.opened = std::unique_ptr<recording>(new recording(on, path, std::move(file.file), facts)),
+            .result = {}};
+}
+
+// --- the way back ---
+
+recording::way_back recording::find_way_back(open_mode mode) {
+    way_back way;
+    const std::string path = undo_path_of(path_);
+    file_facts facts;
+    const int looked = disk_.look(path, facts);
+    if (looked == ENOENT)
+        return way;
+    way.situation = undo_situation::unreadable;
+    way.error = looked;
+    if (looked != 0)
+        return way;
+    if (facts.kind != file_kind::regular) {
+        way.situation = undo_situation::no_file;
+        return way;
+    }
+    opened file = disk_.open(path, mode);
+    way.error = file.error;
+    if (file.error == 0)
+        way.error = file.file->look(facts);
+    if (way.error != 0)
+        return way;
+    way.file = std::move(file.file);
+    const checked_undo checked = check_undo(*way.file, facts.size);
+    way.head = checked.head;
+    way.error = checked.error;
+    if (checked.what == undo_check::torn)
+        way.situation = undo_situation::torn;
+    if (checked.what == undo_check::sound)
+        way.situation = checked.head.state == undo_state::changed ? undo_situation::complete
+                                                                  : undo_situation::interrupted;
+    return way;
+}
+
+undo_situation recording::look_for_undo() {
+    return find_way_back(open_mode::read).situation;
+}
+
+int recording::put_in_place() {
+    const int error = disk_.rename(undo_draft_of(path_), undo_path_of(path_));
+    return error != 0 ? error : disk_.sync_folder(path_);
+}
+
+int recording::fill_draft(const changes& planned, way_back& older) {
+    const std::string draft = undo_draft_of(path_);
+    if (const int error = unlink_if_there(disk_, draft))
+        return error;
+    opened file = disk_.open(draft, open_mode::make_private);
+    if (file.error != 0)
+        return file.error;
+    if (const int error = write_undo(*file.file, source_, planned, facts_.dates, older.file.get(),
+                                     older.file ? older.head.length : 0))
+        return error;
+    return file.file->sync();
+}
+
+outcome recording::write_way_back(const changes& planned, way_back& older) {
+    int error = fill_draft(planned, older);
+    if (error == 0)
+        error = disk_.rename(undo_draft_of(path_), undo_path_of(path_));
+    if (error != 0) {
+        unlink_if_there(disk_, undo_draft_of(path_));
+        return failure(error);
+    }
+    error = disk_.sync_folder(path_);
+    if (error == 0)
+        return {};
+    way_back own = find_way_back(open_mode::change);
+    if (own.situation == undo_situation::interrupted)
+        drop_way_back(own);
+    return failure(error);
+}
+
+int recording::draw_older_out(way_back& way) {
+    const std::string draft = undo_draft_of(path_);
+    if (const int error = unlink_if_there(disk_, draft))
+        return error;
+    opened older = disk_.open(draft, open_mode::make_private);
+    if (older.error != 0)
+        return older.error;
+    std::vector<uint8_t> buffer(block);
+    for (uint64_t at = 0; at < way.head.older_length;) {
+        const uint64_t rest = way.head.older_length - at;
+        const std::span part(buffer.data(), static_cast<size_t>(std::min<uint64_t>(block, rest)));
+        const scan::read_result read = way.file->read_at(way.head.older_offset + at, part);
+        if (read.failed() || read.count != part.size())
+            return read.failed() ? read.error : EIO;
+        if (const int error = older.file->write_at(at, part))
+            return error;
+        at += part.size();
+    }
+    return older.file->sync();
+}
+
+// The undo file of the change before takes its place, if there was one.
+int recording::drop_way_back(way_back& way) {
+    if (way.head.older_length == 0) {
+        const int error = unlink_if_there(disk_, undo_path_of(path_));
+        return error != 0 ? error : disk_.sync_folder(path_);
+    }
+    const int error = draw_older_out(way);
+    return error != 0 ? error : put_in_place();
+}
+
+// --- changing ---
+
+bool recording::is_unchanged() {
+    file_facts now;
+    file_facts named;
+    return file_->look(now) == 0 && disk_.look(path_, named) == 0 && named.is_same_file(facts_) &&
+           now.size == facts_.size && same_moment(now.dates.modified, facts_.dates.modified);
+}
+
+outcome recording::apply(const changes& planned, bool keep_undo) {
+    way_back older = find_way_back(open_mode::read);
+    if (older.situation == undo_situation::interrupted)
+        return {.status = mend_status::interrupted, .error = 0};
+    if (const outcome bad = from_situation(older.situation, older.error); !bad.is_done())
+        return bad;
+    if (planned.empty())
+        return {};
+    if (planned.old_size() != facts_.size || !is_unchanged())
+        return {.status = mend_status::changed_meanwhile, .error = 0};
+    if (keep_undo)
+        if (const outcome written = write_way_back(planned, older); !written.is_done())
+            return written;
+    return change(planned, keep_undo);
+}
+
+outcome recording::change(const changes& planned, bool keep_undo) {
+    if (!is_unchanged()) {
+        way_back own = keep_undo ? find_way_back(open_mode::change) : way_back();
+        if (own.situation == undo_situation::interrupted)
+            drop_way_back(own);
+        return {.status = mend_status::changed_meanwhile, .error = 0};
+    }
+    int error = write_all(planned);
+    if (error == 0)
+        error = finish_change(planned);
+    way_back own = keep_undo ? find_way_back(open_mode::change) : way_back();
+    if (error == 0 && keep_undo)
+        error = own.file ? mark_undo(*own.file, undo_state::changed) : std::max(own.error, EIO);
+    if (error == 0) {
+        become(planned.new_size());
+        return {};
+    }
+    const bool taken_back = own.situation == undo_situation::interrupted && take_back(own) == 0;
+    return {.status = taken_back ? mend_status::failed : mend_status::interrupted, .error = error};
+}
+
+int recording::finish_change(const changes& planned) {
+    int error = planned.new_size() < planned.old_size() ? file_->truncate(planned.new_size()) : 0;
+    if (error == 0)
+        error = file_->sync();
+    if (error == 0)
+        error = file_->set_dates(facts_.dates);
+    return error != 0 ? error : file_->sync();
+}
+
+int recording::write_all(const changes& planned) {
+    const auto& writes = planned.writes();
+    for (size_t first = 0; first < writes.size();) {
+        size_t last = first;
+        while (writes[last].joined && last + 1 < writes.size())
+            ++last;
+        const bool long_one = writes[first].what == planned_write::content::index;
+        const int error =
+            long_one ? write_index_block(planned, writes[first]) : write_group(planned, first, last);
+        if (error != 0)
+            return error;
+        first = last + 1;
+    }
+    return 0;
+}
+
+// All of them together are no longer than a frame, which is 1 MiB.
+int recording::write_group(const changes& planned, size_t first, size_t last) {
+    std::vector<std::vector<uint8_t>> contents;
+    for (size_t i = first; i <= last; ++i) {
+        const planned_write& write = planned.writes()[i];
+        contents.emplace_back(static_cast<size_t>(write.length));
+        if (const int error = planned.content_of(write, 0, source_, contents.back()))
+            return error;
+    }
+    for (size_t i = first; i <= last; ++i)
+        if (const int error = file_->write_at(planned.writes()[i].offset, contents[i - first]))
+            return error;
+    return 0;
+}
+
+int recording::write_index_block(const changes& planned, const planned_write& write) {
+    std::vector<uint8_t> buffer(static_cast<size_t>(std::min<uint64_t>(block, write.length)));
+    for (uint64_t at = 0; at < write.length;) {
+        const std::span part(buffer.data(),
+                             static_cast<size_t>(std::min<uint64_t>(buffer.size(), write.length - at)));
+        int error = planned.content_of(write, at, source_, part);
+        if (error == 0)
+            error = file_->write_at(write.offset + at, part);
+        if (error != 0)
+            return error;
+        at += part.size();
+    }
+    return 0;
+}
+
+// What was opened is now what it has become; the dates are the same.
+void recording::become(uint64_t size) {
+    facts_.size = size;
+    source_.set_size(size);
+}
+
+// --- taking back ---
+
+int recording::write_old(way_back& way) {
+    int error = for_each_place(*way.file, way.head, [&](const old_place& place) {
+        if (!place.bytes.empty())
+            return file_->write_at(place.offset, place.bytes);
+        const std::vector<uint8_t> zeros(static_cast<size_t>(std::min<uint64_t>(block, place.length)));
+        int failed = 0;
+        for (uint64_t at = 0; at < place.length && failed == 0; at += zeros.size())
+            failed =
+                file_->write_at(place.offset + at, std::span(zeros).first(static_cast<size_t>(
+                                                       std::min<uint64_t>(zeros.size(), place.length - at))));
+        return failed;
+    });
+    if (error == 0)
+        error = file_->truncate(way.head.old_size);
+    return error;
+}
+
+int recording::take_back(way_back& way) {
+    int error = way.head.state == undo_state::undoing ? 0 : mark_undo(*way.file, undo_state::undoing);
+    if (error == 0)
+        error = write_old(way);
+    if (error == 0)
+        error = file_->sync();
+    if (error == 0)
+        error = file_->set_dates(way.head.dates);
+    if (error == 0)
+        error = file_->sync();
+    return error != 0 ? error : drop_way_back(way);
+}
+
+outcome recording::check_unchanged_since(way_back& way) {
+    file_facts now;
+    if (const int error = file_->look(now))
+        return failure(error);
+    const outcome changed = {.status = mend_status::changed_since, .error = 0};
+    const undo_head& head = way.head;
+    if (way.situation == undo_situation::interrupted) {
+        const bool between = now.size >= std::min(head.old_size, head.new_size) &&
+                             now.size <= std::max(head.old_size, head.new_size);
+        return between ? outcome{} : changed;
+    }
+    if (now.size != head.new_size || !same_moment(now.dates.modified, head.dates.modified))
+        return changed;
+    const content_check content = sum_of_changed(*way.file, head, *file_);
+    if (content.error != 0)
+        return failure(content.error);
+    return content.value == head.new_content ? outcome{} : changed;
+}
+
+outcome recording::undo() {
+    way_back way = find_way_back(open_mode::change);
+    if (way.situation == undo_situation::none)
+        return {.status = mend_status::nothing_to_undo, .error = 0};
+    if (const outcome bad = from_situation(way.situation, way.error); !bad.is_done())
+        return bad;
+    if (const outcome checked = check_unchanged_since(way); !checked.is_done())
+        return checked;
+    if (const int error = take_back(way))
+        return {.status = mend_status::interrupted, .error = error};
+    facts_.dates = way.head.dates;
+    become(way.head.old_size);
+    return {};
+}
+
+// --- new files ---
+
+namespace {
+
+int copy_all(open_file& into, scan::byte_source& content) {
+    std::vector<uint8_t> buffer(block);
+    for (uint64_t at = 0; at < content.size();) {
+        const std::span part(buffer.data(),
+                             static_cast<size_t>(std::min<uint64_t>(block, content.size() - at)));
+        const scan::read_result read = content.read_at(at, part);
+        if (read.failed() || read.count != part.size())
+            return read.failed() ? read.error : EIO;
+        if (const int error = into.write_at(at, part))
+            return error;
+        at += part.size();
+    }
+    return into.sync();
+}
+
+} // namespace
+
+outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,
+                       const file_facts* never) {
+    file_facts there;
+    const int looked = on.look(path, there);
+    if (looked != 0 && looked != ENOENT)
+        return failure(looked);
+    if (looked == 0 && there.kind != file_kind::regular)
+        return {.status = there.kind == file_kind::link ? mend_status::is_a_link : mend_status::not_a_file,
+                .error = 0};
+    if (looked == 0 && (!replace || (never != nullptr && there.is_same_file(*never))))
+        return failure(EEXIST);
+    const std::string draft = path + ".kmr-new";
+    int error = unlink_if_there(on, draft);
+    if (error != 0)
+        return failure(error);
+    opened file = on.open(draft, open_mode::make);
+    if (file.error != 0)
+        return failure(file.error);
+    error = copy_all(*file.file, content);
+    if (error == 0)
+        error = on.rename(draft, path);
+    if (error == 0)
+        error = on.sync_folder(path);
+    if (error != 0)
+        unlink_if_there(on, draft);
+    return error == 0 ? outcome{} : failure(error);
+}
+
+} // namespace kmr::mend

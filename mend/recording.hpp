@@ -1,0 +1,98 @@
+// A recording that is opened to be changed: it alone is locked, looked at before it is read, and changed in an order
+// that can be broken off anywhere.
+#pragma once
+
+#include "mend/changes.hpp"
+#include "mend/disk.hpp"
+#include "mend/undo_file.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace kmr::mend {
+
+enum class mend_status : uint8_t {
+    done,
+    failed,            // errno; the recording is as it was
+    is_a_link,         // symbolic; it is not followed
+    not_a_file,        // a folder, a device, a pipe
+    locked,            // somebody else has it
+    changed_meanwhile, // between planning and writing; nothing was written
+    interrupted,       // an earlier change was: take it back first. Or errno, and this one is now
+    undo_torn,         // the undo file is no whole one; nothing was written
+    undo_is_no_file,   // a link, a folder
+    nothing_to_undo,
+    changed_since, // the recording is not what the change left; nothing was written
+};
+
+struct outcome {
+    mend_status status = mend_status::done;
+    int error = 0; // errno, where there is one
+    bool is_done() const { return status == mend_status::done; }
+};
+
+enum class undo_situation : uint8_t { none, complete, interrupted, torn, no_file, unreadable };
+
+class recording {
+public:
+    struct opening;
+    // `for_change`: writable and locked. Nothing is read yet. The disk must outlive it.
+    static opening open(disk& on, const std::string& path, bool for_change);
+
+    scan::byte_source& source() { return source_; }
+    uint64_t size() const { return facts_.size; }
+    const file_dates& dates() const { return facts_.dates; } // before it was first read
+
+    undo_situation look_for_undo();
+
+    // The way back is on the disk before the first byte changes, unless it is not wanted. An older one stays reachable.
+    outcome apply(const changes& planned, bool keep_undo = true);
+
+    // Takes the last change back, or what was done of it. An interrupted one is never refused for what it left.
+    outcome undo();
+
+private:
+    recording(disk& on, std::string path, std::unique_ptr<open_file> file, const file_facts& facts);
+
+    struct way_back {
+        undo_situation situation = undo_situation::none;
+        int error = 0;
+        std::unique_ptr<open_file> file = {};
+        undo_head head = {};
+    };
+    way_back find_way_back(open_mode mode);
+    outcome write_way_back(const changes& planned, way_back& older);
+    int fill_draft(const changes& planned, way_back& older);
+    int put_in_place();
+    bool is_unchanged();
+    outcome change(const changes& planned, bool keep_undo);
+    int write_all(const changes& planned);
+    int write_group(const changes& planned, size_t first, size_t last);
+    int write_index_block(const changes& planned, const planned_write& write);
+    int finish_change(const changes& planned);
+    int take_back(way_back& way);
+    int write_old(way_back& way);
+    int drop_way_back(way_back& way);
+    int draw_older_out(way_back& way);
+    outcome check_unchanged_since(way_back& way);
+    void become(uint64_t size);
+
+    disk& disk_;
+    std::string path_;
+    std::unique_ptr<open_file> file_;
+    file_facts facts_;
+    open_file_source source_;
+};
+
+struct recording::opening {
+    std::unique_ptr<recording> opened; // null unless it is done
+    outcome result = {};
+};
+
+// A new file with all of `content`; `replace`: one of that name goes, once the new one is whole. `never` is a file that
+// must not be the one that goes.
+outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,
+                       const file_facts* never = nullptr);
+
+} // namespace kmr::mend

@@ -1,0 +1,152 @@
+// Of twenty frames the I-frames are 1, 6, 11 and 16, at 88, 624, 1160 and 1696; every frame lasts a second here.
+#include "mend/copy.hpp"
+#include "tests/mend/mended.hpp"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace mend_test;
+using namespace kmr::mend;
+using ::testing::ElementsAre;
+
+const uint32_t start = scan_test::start_time;
+
+frames twenty() {
+    auto all = scan_test::sound_frames(20);
+    for (auto& each : all)
+        each.time_stamp = 1000 * each.number;
+    return all;
+}
+
+bytes recording_with_tags() {
+    const auto all = twenty();
+    auto index = scan_test::records_for(all);
+    index[1].tag = "six";
+    index[3].tag = "sixteen";
+    return scan_test::recording_of(all, index);
+}
+
+span_bound ms(int64_t value) {
+    return {span_bound::unit::stream_ms, value};
+}
+span_bound number(int64_t value) {
+    return {span_bound::unit::frame_number, value};
+}
+
+struct copied {
+    copy_plan plan;
+    bytes file;
+};
+
+copied copy_of(const bytes& file, const span& of) {
+    kmr::scan::memory_source source(file);
+    copied result = {.plan = plan_copy(source, of), .file = {}};
+    if (result.plan.content) {
+        result.file.resize(result.plan.content->size());
+        EXPECT_EQ(result.plan.content->read_at(0, result.file).count, result.file.size());
+        EXPECT_EQ(recording::get_u32(result.file, 80), result.file.size());
+        EXPECT_EQ(recording::get_u32(result.file, 84), result.plan.frames);
+        result.plan.content.reset(); // its source ends here
+    }
+    return result;
+}
+
+std::vector<uint32_t> numbers_in(const bytes& file) {
+    std::vector<uint32_t> numbers;
+    for (const auto& each : frames_by_number(file))
+        numbers.push_back(each.first);
+    return numbers;
+}
+
+TEST(CopyTest, BeginsWithTheIFrameBeforeAndEndsInFrontOfTheBound) {
+    const auto made = copy_of(recording_with_tags(), {ms(6500), ms(12000)}); // frames 7.5 to 12
+    EXPECT_EQ(made.plan.status, copy_status::ready);
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9, 10, 11, 12));
+    EXPECT_EQ(made.plan.first_frame, 6U);
+    EXPECT_EQ(made.plan.first_ms, 5000);
+    EXPECT_EQ(made.plan.duration_ms, 6000);
+    EXPECT_THAT(index_rows(made.file),
+                ElementsAre(index_row{start + 5, 88, "six"}, index_row{start + 10, 624, ""}));
+    EXPECT_EQ(scan_test::judge(made.file).judged, kmr::scan::verdict::sound);
+    EXPECT_EQ(made.plan.tags, 1U);
+}
+
+TEST(CopyTest, TheHeadersDateMovesByWhatIsLeftOut) {
+    const auto made = copy_of(recording_with_tags(), {ms(10'000), {}});
+    bytes expected = recording::file_header(10); // 2015-01-02 03:04:05 and ten seconds
+    recording::put_u16(expected, 20, 15);
+    recording::put_u32(expected, 80, static_cast<uint32_t>(made.file.size()));
+    EXPECT_EQ(cut(made.file, 88), expected);
+}
+
+TEST(CopyTest, ByFrameNumbers) {
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {number(11), number(13)}).file),
+                ElementsAre(11, 12));
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {number(10), number(12)}).file),
+                ElementsAre(6, 7, 8, 9, 10, 11));
+}
+
+TEST(CopyTest, AllOfItIsTheSameRecording) {
+    EXPECT_EQ(copy_of(recording_with_tags(), {}).file, recording_with_tags());
+    EXPECT_EQ(copy_of(recording_with_tags(), {ms(-5), ms(99'000)}).file, recording_with_tags());
+}
+
+TEST(CopyTest, NothingInTheSpan) {
+    EXPECT_EQ(copy_of(recording_with_tags(), {{}, ms(0)}).plan.status, copy_status::empty);
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {ms(99'000), {}}).file),
+                ElementsAre(16, 17, 18, 19, 20));
+}
+
+TEST(CopyTest, DamageIsLeftOutAndTold) {
+    bytes file = recording_with_tags();
+    overwrite(file, 776, 96);               // P7
+    recording::put_u32(file, 872 + 4, 97);  // P8: the size
+    recording::put_u32(file, 872 + 20, 60); // and the video's
+    const auto made = copy_of(file, {ms(5000), ms(10'000)});
+    EXPECT_EQ(made.plan.status, copy_status::ready);
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 9, 10));
+    EXPECT_EQ(made.plan.torn_bytes, 192U);
+    for (const auto& each : scan_test::judge(made.file).findings)
+        EXPECT_NE(kmr::scan::kind_of(each.code).level, kmr::scan::severity::error);
+}
+
+TEST(CopyTest, InsertedFramesComeAlong) {
+    auto all = twenty();
+    all[7].tag = 0x7788;
+    const auto made = copy_of(scan_test::recording_of(all), {number(6), number(11)});
+    EXPECT_EQ(made.plan.frames, 4U);
+    EXPECT_EQ(made.plan.inserted, 1U);
+}
+
+TEST(CopyTest, AnUnfinishedRecordingIsCopiedWithAnIndex) {
+    const auto made = copy_of(scan_test::without_index(twenty()), {number(6), {}});
+    EXPECT_TRUE(made.plan.times_guessed);
+    EXPECT_EQ(index_rows(made.file)[0], (index_row{start + 5, 88, ""}));
+    EXPECT_EQ(scan_test::judge(made.file).judged, kmr::scan::verdict::sound);
+}
+
+TEST(CopyTest, WithoutAValidHeaderItIsRefused) {
+    bytes file = recording_with_tags();
+    overwrite(file, 0, 8, 0xFF);
+    EXPECT_EQ(copy_of(file, {}).plan.status, copy_status::no_header);
+}
+
+TEST(CopyTest, ReadsTheSameInAnyPieces) {
+    const bytes file = recording_with_tags();
+    kmr::scan::memory_source source(file);
+    const auto plan = plan_copy(source, {ms(5000), {}});
+    bytes whole(plan.content->size());
+    plan.content->read_at(0, whole);
+    for (size_t from = 0; from < whole.size(); from += 7)
+        for (const size_t length : {1, 50, 1000}) {
+            bytes part(length);
+            const auto read = plan.content->read_at(from, part);
+            ASSERT_EQ(read.count, std::min(length, whole.size() - from));
+            part.resize(read.count);
+            ASSERT_EQ(part, bytes(whole.begin() + static_cast<long>(from),
+                                  whole.begin() + static_cast<long>(from + read.count)));
+        }
+}
+
+} // namespace
