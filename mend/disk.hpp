@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -78,18 +79,28 @@ public:
     virtual int sync_folder(const std::string& path) = 0; // the one that `path` lies in
 };
 
-// An open file as a source for the scan, of the size that it is said to have.
+// An open file as a source for the scan, of the size that it is said to have. Where it is told what the file was when it
+// was opened, it tells what has become of it.
 class open_file_source final : public scan::byte_source {
 public:
     open_file_source(open_file& file, uint64_t size) : file_(file), size_(size) {}
+    open_file_source(open_file& file, const file_facts& facts)
+        : file_(file), size_(facts.size), modified_(facts.dates.modified) {}
 
     uint64_t size() const override { return size_; }
-    void set_size(uint64_t size) { size_ = size; }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override;
+    scan::source_change change() const override;
+
+    // It was changed by whoever holds it, on purpose.
+    void become(const file_facts& facts) {
+        size_ = facts.size;
+        modified_ = facts.dates.modified;
+    }
 
 private:
     open_file& file_;
     uint64_t size_;
+    std::optional<timespec> modified_ = {};
 };
 
 } // namespace kmr::mend

@@ -61,7 +61,7 @@ private:
         region_action action = region_action::cover; // of a region
         // Of a frame:
         bool changed = false;      // its header is not what stands in the file
-        bool back_to_back = false; // nothing between it and the ordinary frame before
+        bool back_to_back = false; // nothing is left between it and the ordinary frame before
         bool starts_picture = false;
         uint32_t moved = 0;
         uint32_t grown = 0;

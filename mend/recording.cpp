@@ -38,7 +38,7 @@ int unlink_if_there(disk& on, const std::string& path) {
 } // namespace
 
 recording::recording(disk& on, std::string path, std::unique_ptr<open_file> file, const file_facts& facts)
-    : disk_(on), path_(std::move(path)), file_(std::move(file)), facts_(facts), source_(*file_, facts.size) {}
+    : disk_(on), path_(std::move(path)), file_(std::move(file)), facts_(facts), source_(*file_, facts_) {}
 
 recording::opening recording::open(disk& on, const std::string& path, bool for_change) {
     file_facts named;
@@ -274,7 +274,7 @@ int recording::write_index_block(const changes& planned, const planned_write& wr
 // What was opened is now what it has become; the dates are the same.
 void recording::become(uint64_t size) {
     facts_.size = size;
-    source_.set_size(size);
+    source_.become(facts_);
 }
 
 // --- taking back ---

@@ -214,6 +214,13 @@ TEST_F(UndoTest, ARecordingThatIsWrittenMeanwhileIsLeftAlone) {
     EXPECT_EQ(disk_.content(path).size(), damaged_.size() + 1);
 }
 
+TEST_F(UndoTest, ARecordingThatGrowsWhileItIsReadIsNotPlannedFor) {
+    auto opening = kmr::mend::recording::open(disk_, path, false);
+    const bytes more = {9};
+    disk_.open(path, kmr::mend::open_mode::change).file->write_at(damaged_.size(), more);
+    EXPECT_EQ(kmr::mend::plan_repair(opening.opened->source()).status, kmr::mend::plan_status::changing);
+}
+
 TEST_F(UndoTest, ADraftThatWasLeftBehindIsReplaced) {
     disk_.put(path + ".kmr-undo-new", bytes(9000, 7));
     ASSERT_EQ(repair_on(disk_).status, mend_status::done);
