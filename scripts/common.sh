@@ -35,6 +35,7 @@ purpose() {
         googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
         qemu-utils) echo "program qemu-img" ;;
         e2fsprogs) echo "file /sbin/mke2fs" ;;
+        ninja-build) echo "program ninja" ;;
         qemu-user) echo "program qemu-arm" ;;
         g++-*) echo "program ${1#g++-}-g++" ;;
         python3-jsonschema) echo "file /usr/lib/python3/dist-packages/jsonschema" ;;

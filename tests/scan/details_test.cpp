@@ -1,0 +1,140 @@
+// What a scan tells of things that sound recordings of the recorder do not have, or that their findings do not show.
+#include "scan/parameter_sets.hpp"
+#include "scan/payload.hpp"
+#include "scan/quick_look.hpp"
+#include "tests/scan/compose.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <span>
+
+namespace {
+
+namespace scan = kmr::scan;
+using scan::picture_size;
+using scan_test::bytes;
+
+class bit_writer {
+public:
+    bit_writer& bits(size_t count, uint32_t value) {
+        while (count-- > 0)
+            bits_.push_back((value >> count & 1) != 0);
+        return *this;
+    }
+    // Ones and zeros in turn, which no escape can be taken for.
+    bit_writer& filler(size_t count) {
+        for (size_t i = 0; i < count; ++i)
+            bits_.push_back(i % 2 == 0);
+        return *this;
+    }
+    bit_writer& number(uint32_t value) { // Exp-Golomb
+        size_t length = 0;
+        while ((value + 1) >> (length + 1) != 0)
+            ++length;
+        return bits(length, 0).bits(length + 1, value + 1);
+    }
+    bytes behind(bytes unit) {
+        bits(1, 1);
+        while (bits_.size() % 8 != 0)
+            bits_.push_back(false);
+        for (size_t i = 0; i < bits_.size(); i += 8) {
+            uint8_t byte = 0;
+            for (size_t bit = 0; bit < 8; ++bit)
+                byte = static_cast<uint8_t>(byte << 1 | (bits_[i + bit] ? 1 : 0));
+            unit.push_back(byte);
+        }
+        return unit;
+    }
+
+private:
+    std::vector<bool> bits_;
+};
+
+bytes high_profile_set(uint32_t luma_depth, uint32_t chroma_depth) {
+    bit_writer set;
+    set.bits(8, 100).bits(16, 40).number(0);                          // profile, level, the set's number
+    set.number(1).number(luma_depth).number(chroma_depth).bits(2, 0); // 4:2:0, no scaling lists
+    set.number(0).number(0).number(0).number(1).bits(1, 0);           // order of pictures, references
+    set.number(119).number(67).bits(2, 3);                            // macroblocks, whole frames
+    return set.bits(1, 1).number(0).number(0).number(0).number(4).behind({0x67}); // 8 rows cropped
+}
+
+TEST(ParameterBitsTest, SamplesOfAnyDepth) {
+    EXPECT_EQ(scan::size_in_h264_set(high_profile_set(0, 0)), (picture_size{1920, 1080}));
+    EXPECT_EQ(scan::size_in_h264_set(high_profile_set(2, 2)), (picture_size{1920, 1080}));
+    EXPECT_EQ(scan::size_in_h264_set(high_profile_set(6, 1)), (picture_size{1920, 1080}));
+}
+
+TEST(ParameterBitsTest, LowerLayersArePassedOver) {
+    bit_writer set;
+    set.bits(4, 0).bits(3, 2).bits(1, 1).filler(88 + 8); // two layers below the highest
+    set.bits(2, 0b11).bits(2, 0b01).filler(2 * 6);       // profile and level of one, level of the other, rest
+    set.filler(88 + 8).filler(8);
+    set.number(0).number(1).number(1920).number(1088);
+    set.bits(1, 1).number(0).number(0).number(0).number(4);
+    EXPECT_EQ(scan::size_in_h265_set(set.behind({0x42, 0x01})), (picture_size{1920, 1080}));
+}
+
+// What lies behind in memory does not belong to the frame.
+TEST(ParameterBitsTest, ASetThatIsCutOffHasNoSize) {
+    bytes video = {0, 0, 0, 1};
+    recording::append(video, high_profile_set(0, 0));
+    const auto cut = std::span<const uint8_t>(video).first(4 + 8);
+    const auto size = static_cast<uint32_t>(cut.size());
+    EXPECT_EQ(scan::look_at(cut, size, scan::look_at_user_data(cut), scan::video_codec::h264).size,
+              picture_size{});
+}
+
+TEST(UserDataLengthTest, IsThatOfTheWholeUnit) {
+    const bytes unit =
+        scan_test::user_data_unit(scan_test::user_data_block("ZNST", 1, {0xD1, 0xFE, 2, 0, 'h', 'i'}));
+    EXPECT_EQ(scan::look_at_user_data(unit).unit_length, unit.size());
+}
+
+TEST(QuickLookOfAnIndexTest, TellsThatItIsThere) {
+    const bytes file = scan_test::recording_of(scan_test::sound_frames(10));
+    scan::memory_source source(file);
+    const scan::quick_look seen = scan::look_quickly(source);
+    EXPECT_TRUE(seen.index.present);
+    EXPECT_EQ(seen.index.offset, 1160U);
+}
+
+class frame_counter final : public scan::observer {
+public:
+    void on_frame(const scan::seen_frame& met) override { offsets.push_back(met.frame.offset); }
+    std::vector<uint64_t> offsets;
+};
+
+TEST(ObserverOfBrokenFramesTest, SeesTheOneThatTheEndHasTorn) {
+    bytes file = scan_test::without_index(scan_test::sound_frames(5));
+    file.resize(file.size() - 10);
+    scan::memory_source source(file);
+    frame_counter frames;
+    scan::judge(source, {}, &frames);
+    EXPECT_THAT(frames.offsets, testing::ElementsAre(88U, 240U, 336U, 432U, 528U));
+}
+
+// A source that is shorter at the end of the scan than it was, although every read brought what it promised.
+class shrinking_source final : public scan::byte_source {
+public:
+    explicit shrinking_source(const bytes& file) : file_(file) {}
+    uint64_t size() const override { return file_.size(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        return file_.read_at(offset, into);
+    }
+    scan::source_change change() const override { return scan::source_change::shrunk; }
+
+private:
+    scan::memory_source file_;
+};
+
+TEST(ChangedSourceTest, ThatHasShrunkIsUnreadableHoweverItWasRead) {
+    const bytes file = scan_test::recording_of(scan_test::sound_frames(5));
+    shrinking_source source(file);
+    const scan::report judged = scan::judge(source, {});
+    EXPECT_TRUE(judged.changed);
+    EXPECT_EQ(judged.judged, scan::verdict::unreadable);
+    EXPECT_EQ(judged.ended, scan::end_state::shrunk);
+}
+
+} // namespace
