@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <initializer_list>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,19 +40,21 @@ void forget_all() {
     flags_of_open.clear();
 }
 
-// The function of the C library itself: by its name for large files where it has one.
+// The function of the C library itself: by the first of these names that it has.
 template <typename Function>
-Function host(const char* wide, const char* plain) {
-    void* found = dlsym(RTLD_NEXT, wide);
-    return reinterpret_cast<Function>(found != nullptr ? found : dlsym(RTLD_NEXT, plain));
+Function host(std::initializer_list<const char*> names) {
+    for (const char* name : names)
+        if (void* const found = dlsym(RTLD_NEXT, name))
+            return reinterpret_cast<Function>(found);
+    return nullptr;
 }
 
 } // namespace
 
-// These come before the C library's own, for the modules too. (For large files some have another name in some
-// libraries, which their declarations take care of.)
+// These come before the C library's own, for the modules too. (For large files and late times some have another name in
+// some libraries, which their declarations take care of, and not all libraries promise that they throw nothing.)
 extern "C" int close(int descriptor) {
-    static const auto real = host<int (*)(int)>("close", "close");
+    static const auto real = host<int (*)(int)>({"close"});
     const bool fails = closing.fails();
     const int error = errno;
     const int result = real(descriptor); // which has released the descriptor all the same
@@ -62,7 +65,7 @@ extern "C" int close(int descriptor) {
 }
 
 extern "C" int open(const char* path, int flags, ...) {
-    static const auto real = host<int (*)(const char*, int, ...)>("open64", "open");
+    static const auto real = host<int (*)(const char*, int, ...)>({"open64", "open"});
     std::va_list arguments;
     va_start(arguments, flags);
     const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : mode_t{0};
@@ -71,38 +74,39 @@ extern "C" int open(const char* path, int flags, ...) {
     return opening.fails() ? -1 : real(path, flags, mode);
 }
 
-extern "C" int fstat(int descriptor, struct stat* status) noexcept {
-    static const auto real = host<int (*)(int, struct stat*)>("fstat64", "fstat");
+extern "C" int fstat(int descriptor, struct stat* status) noexcept(noexcept(::fstat(0, status))) {
+    static const auto real =
+        host<int (*)(int, struct stat*)>({"__fstat64_time64", "__fstat_time64", "fstat64", "fstat"});
     return asking_for_status.fails() ? -1 : real(descriptor, status);
 }
 
 extern "C" ssize_t pread(int descriptor, void* buffer, size_t count, off_t position) {
-    static const auto real = host<ssize_t (*)(int, void*, size_t, off_t)>("pread64", "pread");
+    static const auto real = host<ssize_t (*)(int, void*, size_t, off_t)>({"pread64", "pread"});
     return reading.fails() ? -1 : real(descriptor, buffer, count, position);
 }
 
 extern "C" ssize_t write(int descriptor, const void* buffer, size_t count) {
-    static const auto real = host<ssize_t (*)(int, const void*, size_t)>("write", "write");
+    static const auto real = host<ssize_t (*)(int, const void*, size_t)>({"write"});
     return writing.fails() ? -1 : real(descriptor, buffer, count);
 }
 
 extern "C" ssize_t pwrite(int descriptor, const void* buffer, size_t count, off_t position) {
-    static const auto real = host<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite64", "pwrite");
+    static const auto real = host<ssize_t (*)(int, const void*, size_t, off_t)>({"pwrite64", "pwrite"});
     return writing_at.fails() ? -1 : real(descriptor, buffer, count, position);
 }
 
-extern "C" off_t lseek(int descriptor, off_t offset, int origin) noexcept {
-    static const auto real = host<off_t (*)(int, off_t, int)>("lseek64", "lseek");
+extern "C" off_t lseek(int descriptor, off_t offset, int origin) noexcept(noexcept(::lseek(0, 0, 0))) {
+    static const auto real = host<off_t (*)(int, off_t, int)>({"lseek64", "lseek"});
     return seeking.fails() ? -1 : real(descriptor, offset, origin);
 }
 
 extern "C" int fsync(int descriptor) {
-    static const auto real = host<int (*)(int)>("fsync", "fsync");
+    static const auto real = host<int (*)(int)>({"fsync"});
     return syncing.fails() ? -1 : real(descriptor);
 }
 
-extern "C" int ftruncate(int descriptor, off_t length) noexcept {
-    static const auto real = host<int (*)(int, off_t)>("ftruncate64", "ftruncate");
+extern "C" int ftruncate(int descriptor, off_t length) noexcept(noexcept(::ftruncate(0, 0))) {
+    static const auto real = host<int (*)(int, off_t)>({"ftruncate64", "ftruncate"});
     return truncating.fails() ? -1 : real(descriptor, length);
 }
 
