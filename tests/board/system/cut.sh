@@ -65,7 +65,7 @@ work_until_cut() {
     done
     sleep "$(printf '%d.%03d' $((milliseconds / 1000)) $((milliseconds % 1000)))"
     cut_power
-    reported=$(sed '1,/^working$/d' "$machine_folder/console.log" | grep -cE '^(repair|tag) ')
+    reported=$(sed '1,/^working$/d' "$machine_folder/console.log" | grep -cE '^(repair|tag) ' || true)
 }
 
 # look_at_it FOLDER: by a machine that mounts the disk, and by the file system's own check.
