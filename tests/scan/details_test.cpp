@@ -68,7 +68,8 @@ TEST(ParameterBitsTest, SamplesOfAnyDepth) {
 TEST(ParameterBitsTest, LowerLayersArePassedOver) {
     bit_writer set;
     set.bits(4, 0).bits(3, 2).bits(1, 1).filler(88 + 8); // two layers below the highest
-    set.bits(2, 0b11).bits(2, 0b01).filler(2 * 6);       // profile and level of one, level of the other, rest
+    set.bits(2, 0b11).bits(2, 0b01).filler(size_t{2} *
+                                           6); // profile and level of one, level of the other, rest
     set.filler(88 + 8).filler(8);
     set.number(0).number(1).number(1920).number(1088);
     set.bits(1, 1).number(0).number(0).number(0).number(4);
