@@ -19,7 +19,7 @@ bool put(Field& field, Number number) {
     return std::cmp_equal(field, number);
 }
 
-bool fill(struct statfs& record, const struct statfs64& from) {
+bool fill(struct statfs& record, const struct statfs64& from) { // uncovered: room for all on 64-bit hosts
     record = {};
     record.f_fsid = from.f_fsid;
     return put(record.f_type, from.f_type) && put(record.f_bsize, from.f_bsize) &&
@@ -31,7 +31,7 @@ bool fill(struct statfs& record, const struct statfs64& from) {
 
 } // namespace
 
-int32_t stat_file_system(const char* host_path, struct statfs* statistics) {
+int32_t stat_file_system(const char* host_path, struct statfs* statistics) { // uncovered: as above
     struct statfs64 found;
     if (statfs64(host_path, &found) != 0)
         return -1;

@@ -47,8 +47,9 @@ TEST(DoubtTest, BecomesAFindingWithTheFirstPictureHoweverLate) {
 
 // What was looked at ends before anything could tell.
 TEST(DoubtTest, IsNoneWhereThePictureMayStandFurtherOn) {
-    bytes long_unit = {0, 0, 0, 1, 0x06};
-    long_unit.resize(5000, 0xAA);
+    bytes long_unit(5000, 0xAA);
+    recording::put_u32(long_unit, 0, 0x01000000); // 00 00 00 01
+    long_unit[4] = 0x06;
     frames all = sound_frames(10);
     all[5].video = long_unit;
     EXPECT_THAT(found(recording_of(all)), IsEmpty());
