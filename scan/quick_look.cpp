@@ -77,6 +77,18 @@ private:
         offsets_ms_.push_back(int64_t{entry.TimeNow} * 1000 - times_.advance(header.TimeStamp));
     }
 
+    // Records rise, and beyond 4 GiB they begin anew.
+    uint64_t position_of(const kmr_index_record& entry) const {
+        constexpr uint64_t four_gib = uint64_t{1} << 32;
+        const uint64_t turns = last_named_ / four_gib * four_gib;
+        const uint64_t position = turns + entry.IPos;
+        return position < last_named_ ? position + four_gib : position;
+    }
+
+    bool ordinary_frame(uint64_t offset, kmr_frame_header& header) {
+        return recording_.load(offset, header) && rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
+    }
+
     void note_step(int64_t ms) {
         unbroken_ = unbroken_ && ms >= 0 && (ms > 0 || offsets_ms_.empty());
         if (offsets_ms_.empty())
