@@ -3,6 +3,8 @@
 #include "tests/mend/on_disk.hpp"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <random>
@@ -64,7 +66,8 @@ private:
     size_t place(const bytes& file) {
         const uint8_t sync[] = {0, 0, 0, 2};
         const size_t from = below(file.size());
-        const auto hit = std::search(file.begin() + from, file.end(), std::begin(sync), std::end(sync));
+        const auto hit = std::search(file.begin() + static_cast<std::ptrdiff_t>(from), file.end(),
+                                     std::begin(sync), std::end(sync));
         const size_t at = static_cast<size_t>(hit - file.begin()) + below(32);
         return below(3) == 0 || at >= file.size() ? from : at;
     }

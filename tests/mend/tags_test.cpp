@@ -73,7 +73,7 @@ TEST_F(TagsTest, ATimeMeansTheLastRecordAtOrBeforeIt) {
         std::vector<std::string> expected(3);
         expected[each.record] = "here";
         EXPECT_EQ(texts_of(after), expected);
-        EXPECT_EQ(recording::get_u32(after, 1708), 1U);
+        EXPECT_EQ(::recording::get_u32(after, 1708), 1U);
         EXPECT_EQ(scan_test::judge(after).judged, kmr::scan::verdict::sound);
     }
 }
@@ -96,7 +96,7 @@ TEST_F(TagsTest, ATagThatIsThereIsReplacedWholly) {
         field[0] = 'b';
         return field;
     }());
-    EXPECT_EQ(recording::get_u32(after, 1708), 1U);
+    EXPECT_EQ(::recording::get_u32(after, 1708), 1U);
 }
 
 TEST_F(TagsTest, ChangesAndRemovesByRecord) {
@@ -104,7 +104,7 @@ TEST_F(TagsTest, ChangesAndRemovesByRecord) {
     EXPECT_THAT(texts_of(change(file, 2, "four")), ElementsAre("one", "", "four"));
     const bytes after = remove(file, 0);
     EXPECT_THAT(texts_of(after), ElementsAre("", "", "three"));
-    EXPECT_EQ(recording::get_u32(after, 1708), 1U);
+    EXPECT_EQ(::recording::get_u32(after, 1708), 1U);
     EXPECT_EQ(plan_.before, "one");
     remove(file, 1);
     EXPECT_EQ(plan_.status, tag_status::no_tag);
@@ -119,11 +119,11 @@ TEST_F(TagsTest, ChangesAndRemovesByRecord) {
 TEST_F(TagsTest, ACountThatWasWrongIsSetRight) {
     bytes file = tagged({"one", "", ""});
     file[1708] = 40;
-    EXPECT_EQ(recording::get_u32(add(file, record_number{1}, "two"), 1708), 2U);
+    EXPECT_EQ(::recording::get_u32(add(file, record_number{1}, "two"), 1708), 2U);
 }
 
 TEST_F(TagsTest, SixtyFourAreTheMost) {
-    const auto all = scan_test::sound_frames(5 * 66);
+    const auto all = scan_test::sound_frames(330);
     auto index = scan_test::records_for(all);
     for (size_t i = 0; i < 64; ++i)
         index[i].tag.assign(1, 't');

@@ -9,7 +9,6 @@
 namespace {
 
 using namespace mend_test;
-using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 struct shown {
