@@ -9,7 +9,7 @@
 #include <memory>
 #include <string_view>
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): the name of the library
 class App;
 }
 
