@@ -36,8 +36,10 @@ void frame_steps::report_pending() {
 
 // The frame before was alone out of line: this one goes on where the one before that had been. That one is there: the
 // first frame of all is never odd.
-bool frame_steps::is_back_in_line(const step_frame& frame, oddity before) const {
-    if (before == oddity::number)
+bool frame_steps::is_back_in_line(const step_frame& frame) const {
+    if (frame.behind_damage || odd_ == oddity::none)
+        return false;
+    if (odd_ == oddity::number)
         return wrapped_distance(before_previous_->number, frame.number) == 2;
     const int64_t step = wrapped_distance(before_previous_->stamp, frame.stamp);
     return step >= 0 && step <= longest_before_leap_ &&
@@ -84,9 +86,9 @@ void frame_steps::drop_first_leap(int64_t step) {
 }
 
 // Whether the clock is broken here.
-bool frame_steps::judge(const step_frame& frame, int64_t numbers, int64_t step) {
+bool frame_steps::judge(const step_frame& frame, int64_t numbers, int64_t step, bool back_in_line) {
     const oddity before = std::exchange(odd_, oddity::none);
-    if (!frame.behind_damage && before != oddity::none && is_back_in_line(frame, before)) {
+    if (back_in_line) {
         if (pending_->code == finding_code::paused)
             pending_->code = finding_code::clock_leap; // nobody pauses for one frame and takes it back
         report_pending();
@@ -110,9 +112,10 @@ step_outcome frame_steps::step_to(const step_frame& frame) {
     const int64_t step = wrapped_distance(previous_->stamp, frame.stamp);
     step_outcome outcome;
     outcome.delay_ms = step;
-    outcome.clock_broken = judge(frame, numbers, step);
+    const bool back_in_line = is_back_in_line(frame);
+    outcome.clock_broken = judge(frame, numbers, step, back_in_line);
     longest_ms_ = std::max(longest_ms_, step);
-    if (numbers > 1) {
+    if (numbers > 1 && !back_in_line) { // the step up from one number that was too low misses none
         outcome.gap = static_cast<uint32_t>(numbers - 1);
         lost_ += outcome.gap - std::min(outcome.gap, frame.damaged_before);
     }

@@ -42,8 +42,8 @@ private:
     enum class oddity : uint8_t { none, number, stamp };
 
     step_outcome step_to(const step_frame& frame);
-    bool judge(const step_frame& frame, int64_t numbers, int64_t step);
-    bool is_back_in_line(const step_frame& frame, oddity before) const;
+    bool judge(const step_frame& frame, int64_t numbers, int64_t step, bool back_in_line);
+    bool is_back_in_line(const step_frame& frame) const;
     void judge_numbers(const step_frame& frame, int64_t distance);
     bool judge_stamps(const step_frame& frame, int64_t step);
     bool is_pause(const step_frame& frame, int64_t step) const;

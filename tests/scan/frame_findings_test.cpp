@@ -269,6 +269,28 @@ TEST(NumbersTest, OfOneFrameAlone) {
     EXPECT_EQ(judged.frames.lost, 46U);
 }
 
+// Frame 5 follows frame 3 and one frame whose number alone is too low: none is missing.
+TEST(NumbersTest, OfOneFrameAloneTooLowMissesNone) {
+    for (const uint32_t number : {1U, 3U, 0U, 0x90000000U}) {
+        frames all = sound_frames(10);
+        all[3].number = number;
+        const auto judged = scan_test::judge(recording_of(all));
+        EXPECT_THAT(found(judged),
+                    ElementsAre("frames-repeated @432 +0 #" + std::to_string(number) + " t120 previous=3"));
+        EXPECT_EQ(judged.frames.lost, 0U);
+    }
+}
+
+TEST(NumbersTest, MissingBehindOneThatIsTooLow) {
+    frames all = sound_frames(10);
+    all[3].number = 2;
+    all.erase(all.begin() + 4); // number 5; number 6 follows 3 by more than two
+    const auto judged = scan_test::judge(recording_of(all));
+    EXPECT_THAT(found(judged), ElementsAre("frames-repeated @432 +0 #2 t120 previous=3",
+                                           "frames-lost @528 +0 #6 t200 lost=3"));
+    EXPECT_EQ(judged.frames.lost, 3U);
+}
+
 TEST(NumbersTest, MissingWithTheirTime) {
     frames all = sound_frames(20);
     all.erase(all.begin() + 6, all.begin() + 9);
