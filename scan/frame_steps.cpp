@@ -97,8 +97,8 @@ bool frame_steps::judge(const step_frame& frame, int64_t numbers, int64_t step, 
     if (!frame.behind_damage && numbers == 1 && step > 0)
         drop_first_leap(step);
     report_pending();
-    if (frame.behind_damage)
-        return step < 0;
+    if (frame.behind_damage) // nothing is said of the step, but index times count anew where they deny it
+        return step < 0 || (step > longest_usual_step() && index_contradicts(frame));
     const bool broken = numbers == 1 && judge_stamps(frame, step);
     if (numbers != 1)
         judge_numbers(frame, numbers);

@@ -82,6 +82,31 @@ TEST(IndexTimesTest, OfRunsWithoutRecords) {
                             "clock-leap @968 +0 #9 t6000320 leap_ms=5000040"));
 }
 
+// The record of a frame whose own stamp is wrong is right: behind torn bytes no finding tells of the step to it.
+TEST(IndexTimesTest, OfAFrameWithAWrongStampBehindTornBytes) {
+    frames all = sound_frames(20);
+    const records index = records_for(all);
+    all[10].time_stamp += 9'000'000; // the third I-frame, at 1160
+    bytes file = recording_of(all, index);
+    file.at(1064 + 3) = 0xEE;
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96 #11 t9000400",
+                                         "clock-back @1312 +0 #12 t440 leap_ms=-8999960"));
+}
+
+// A long region whose records are right: the step over it is no break, and a wrong record behind it is still one.
+TEST(IndexTimesTest, AreHeldOnAcrossALongTornRegion) {
+    frames all = sound_frames(15);
+    for (size_t i = 5; i < all.size(); ++i)
+        all[i].time_stamp += 60'000;
+    records index = records_for(all);
+    index[2].time += 5;
+    bytes file = recording_of(all, index);
+    file.at(528 + 3) = 0xEE;
+    EXPECT_THAT(found(file),
+                ElementsAre("bytes-torn @528 +96 #6 t60200",
+                            "index-entry-wrong @1900 +80 #11 t60400 record=2 field=time actual=1420167910"));
+}
+
 class HeaderStartTest : public testing::Test {
 protected:
     void SetUp() override { set_zone("UTC0"); }
