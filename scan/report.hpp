@@ -55,7 +55,7 @@ struct report {
     int error = 0; // errno of an unreadable source
     header_event header = {};
 
-    // Wall clock, milliseconds since 1970 UTC; none without an ordinary frame, or without a source of time.
+    // Wall clock, milliseconds since 1970 UTC: of the index, else of a valid header; none where neither tells one.
     std::optional<int64_t> start_ms = {};
     bool start_from_index = false;
     std::optional<int64_t> duration_ms = {}; // last minus first stream time; none without an ordinary frame

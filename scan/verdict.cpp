@@ -158,7 +158,7 @@ report judgement::finish() {
         judge_whole_file();
         result_.start_ms = index_ && block_ ? index_->start_ms() : std::nullopt;
         result_.start_from_index = result_.start_ms.has_value();
-        if (!result_.start_ms && time_.begun() && result_.header.state == header_state::valid)
+        if (!result_.start_ms && result_.header.state == header_state::valid)
             result_.start_ms = header_start_ms(result_.header.header);
     }
     result_.findings_left_out = findings_.left_out();

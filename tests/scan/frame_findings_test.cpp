@@ -87,6 +87,8 @@ TEST(HeaderTest, AloneIsAnUnfinishedRecording) {
     EXPECT_EQ(judged.judged, verdict::unfinished);
     EXPECT_EQ(judged.frames.total, 0U);
     EXPECT_FALSE(judged.duration_ms);
+    EXPECT_TRUE(judged.start_ms); // the header's date
+    EXPECT_FALSE(judged.start_from_index);
 }
 
 TEST(HeaderTest, FrameCountBeyondTheFrames) {
