@@ -4,6 +4,7 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/output/json.hpp"
 #include "kmr/output/numbers.hpp"
+#include "scan/quick_look.hpp"
 #include "vfslist16a/record_query.h"
 
 #include <CLI/CLI.hpp>
@@ -79,8 +80,10 @@ public:
         asked->file_type_filter = REC_QUERY_VIDEOS;
         asked->start_time = INT32_MIN;
         asked->end_time = INT32_MAX;
-        if (!read_time(from_, with, asked->start_time) || !read_time(to_, with, asked->end_time) ||
-            !is_readable(with))
+        if (!read_time(from_, with, asked->start_time) || !read_time(to_, with, asked->end_time))
+            return exit_status::failed;
+        const std::optional<uint64_t> cut = look(with);
+        if (!cut)
             return exit_status::failed;
         const match_list matches(adt_dlist_create(sizeof(rec_query_record)));
         if (matches == nullptr)
@@ -90,7 +93,7 @@ public:
             return exit_status::failed;
         }
         print(*matches, with);
-        return exit_status::sound;
+        return *cut == 0 ? exit_status::sound : tell_of_cut(*cut, with);
     }
 
 private:
@@ -105,24 +108,40 @@ private:
         return time.has_value();
     }
 
-    // The search takes what it cannot read for the end of the file.
-    bool is_readable(session& with) const {
-        const auto fail = [&](const std::string& why) {
-            with.err.say(index_, why);
-            return false;
-        };
+    // How many bytes of a record that is cut stand at the end; none, and a message, where this is no index file or cannot
+    // be read: the search takes what it cannot read for the end of the file, and anything for an index file.
+    std::optional<uint64_t> look(session& with) const {
         const scan::opened_file opened = scan::file_source::open(index_.c_str());
-        if (opened.status != scan::open_status::opened)
-            return fail(problem_of(opened));
-        if (opened.source->size() < KMR_INDEX_FILE_HEADER_SIZE)
-            return fail("not an index file: it has no header");
-        std::vector<uint8_t> piece(65536);
-        for (uint64_t offset = 0; offset < opened.source->size(); offset += piece.size()) {
-            const scan::read_result read = opened.source->read_at(offset, piece);
-            if (read.failed())
-                return fail(words_of(read.error));
+        const std::string why =
+            opened.status == scan::open_status::opened ? why_refused(*opened.source) : problem_of(opened);
+        if (!why.empty()) {
+            with.err.say(index_, why);
+            return {};
         }
-        return true;
+        return (opened.source->size() - KMR_INDEX_FILE_HEADER_SIZE) % KMR_INDEX_FILE_RECORD_SIZE;
+    }
+
+    static std::string why_refused(scan::byte_source& source) {
+        if (source.size() < KMR_INDEX_FILE_HEADER_SIZE)
+            return "not an index file: it has no header";
+        std::vector<uint8_t> piece(65536);
+        for (uint64_t offset = 0; offset < source.size(); offset += piece.size()) {
+            const scan::read_result read = source.read_at(offset, piece);
+            if (read.failed())
+                return words_of(read.error);
+        }
+        // The header of an index file says nothing; but neither does it look like that of a recording.
+        const scan::quick_look found = scan::look_quickly(source);
+        const bool recording = found.header.state == scan::header_state::valid || found.index.present;
+        return recording ? "a recording, not an index file" : "";
+    }
+
+    exit_status tell_of_cut(uint64_t bytes, session& with) const {
+        with.out.flush(); // so that the message stands behind the rows where both go to one place
+        std::string text = "cut, or no index file: behind the last whole record ";
+        output::append_number(text, bytes);
+        with.err.say(index_, text += bytes == 1 ? " byte" : " bytes");
+        return exit_status::found;
     }
 
     void print(const adt_dlist& matches, session& with) const {

@@ -1,4 +1,5 @@
 // kmr query: the same recordings in the same order as the viewer lists, with more said about each.
+#include "tests/scan/compose.hpp"
 #include "tests/support/run_program.hpp"
 #include "tests/support/scratch.hpp"
 #include "tests/vfslist16a/index_bytes.hpp"
@@ -8,6 +9,7 @@
 
 namespace {
 
+using index_bytes::bytes;
 using index_bytes::entry;
 
 constexpr int32_t start_time = 1420167845; // 2015-01-02 03:04:05 UTC
@@ -110,6 +112,38 @@ TEST_F(QueryTest, SaysWhatCannotBeRead) {
     EXPECT_EQ(query({}).status, 2);
     folder.write("Index.dat", recording::bytes(72, 0));
     EXPECT_EQ(names({}), "");
+}
+
+// Whatever stands in a recording is no list of recordings, and an empty answer would be as wrong.
+TEST_F(QueryTest, RefusesARecording) {
+    const scan_test::frames all = scan_test::sound_frames(10);
+    const bytes sound = scan_test::recording_of(all, scan_test::records_for(all));
+    bytes without_header = sound;
+    std::fill_n(without_header.begin(), 88, uint8_t{0});
+    for (const bytes& each : {sound, scan_test::without_index(all), without_header}) {
+        folder.write("Index.dat", each);
+        const run::result result = query({});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "kmr: Index.dat: a recording, not an index file\n");
+    }
+}
+
+TEST_F(QueryTest, ListsWhatIsWholeOfACutFileAndSaysSo) {
+    bytes cut = index_bytes::file(four_entries()); // 72 + 4 * 184 bytes
+    cut.resize(72 + 3 * 184 + 183);
+    folder.write("Index.dat", cut);
+    const run::result most = query({"--utc"});
+    EXPECT_EQ(most.status, 1);
+    EXPECT_EQ(most.out, "2015-01-02T03:04:05.000+00:00  channel    1  kind    2  p0\n"
+                        "2015-01-02T03:05:05.000+00:00  channel    2  kind    2  p1\n");
+    EXPECT_EQ(most.err, "kmr: Index.dat: cut, or no index file: behind the last whole record 183 bytes\n");
+    cut.resize(73);
+    folder.write("Index.dat", cut);
+    const run::result one = query({});
+    EXPECT_EQ(one.status, 1);
+    EXPECT_EQ(one.out, "");
+    EXPECT_EQ(one.err, "kmr: Index.dat: cut, or no index file: behind the last whole record 1 byte\n");
 }
 
 } // namespace
