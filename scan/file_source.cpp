@@ -34,7 +34,7 @@ opened_file failure(int error) {
     return {.source = nullptr, .status = open_status::failed, .error = error};
 }
 
-opened_file refuse(int descriptor, int error) { // uncovered: what is opened is what was looked at, in a test
+opened_file refuse(int descriptor, int error) {
     close(descriptor);
     return {.source = nullptr,
             .status = error != 0 ? open_status::failed : open_status::not_a_file,
@@ -53,10 +53,10 @@ opened_file file_source::open(const char* path) {
     const int descriptor = open_quietly(path);
     if (descriptor < 0)
         return failure(errno);
-    if (fstat(descriptor, &found) != 0)   // uncovered: the host knows what it has just opened
-        return refuse(descriptor, errno); // uncovered: the host knows what it has just opened
-    if (!S_ISREG(found.st_mode))          // uncovered: no test puts another file there between two calls
-        return refuse(descriptor, 0);     // uncovered: no test puts another file there between two calls
+    if (fstat(descriptor, &found) != 0)
+        return refuse(descriptor, errno);
+    if (!S_ISREG(found.st_mode))
+        return refuse(descriptor, 0);
     const auto size = static_cast<uint64_t>(found.st_size);
     if (size > usual_read_ahead)
         posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL); // advice: a refusal costs nothing but time

@@ -211,6 +211,12 @@ TEST(DiskDigitTest, IsWrittenUpTo25) {
         EXPECT_EQ(disk_ItoA(value), '?') << value;
 }
 
+// Callers have them compiled in.
+TEST(PathBufferTest, HasAPublishedSize) {
+    EXPECT_EQ(REC_PATH_SIZE, 128);
+    EXPECT_EQ(REC_DEVICE_PATH_SIZE, 32);
+}
+
 TEST(DevicePathTest, OfDiskAndPartition) {
     const auto path = [](int disk, int part) {
         buffer written;

@@ -139,6 +139,13 @@ TEST_F(HeaderStartTest, IsTheDateInTheZoneOfTheMachine) {
     EXPECT_EQ(start(2015, 1, 2, 3, 4, 5), 1420164245000);
 }
 
+TEST_F(HeaderStartTest, IsInSummerTimeWhereThatWasOn) {
+    set_zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(start(2015, 1, 2, 3, 4, 5), 1420167845000 - 3'600'000);
+    // 181 days later, and two hours ahead of UTC
+    EXPECT_EQ(start(2015, 7, 2, 3, 4, 5), 1420167845000 + int64_t{181} * 86'400'000 - 7'200'000);
+}
+
 TEST_F(HeaderStartTest, IsNoneForADateThatIsNone) {
     EXPECT_FALSE(start(1969, 12, 31, 23, 59, 59));
     EXPECT_FALSE(start(2015, 0, 2, 3, 4, 5));

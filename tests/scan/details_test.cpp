@@ -4,8 +4,10 @@
 #include "scan/quick_look.hpp"
 #include "tests/scan/compose.hpp"
 
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <span>
 
 namespace {
@@ -13,6 +15,7 @@ namespace {
 namespace scan = kmr::scan;
 using scan::picture_size;
 using scan_test::bytes;
+using testing::ElementsAre;
 
 class bit_writer {
 public:
@@ -112,7 +115,7 @@ TEST(ObserverOfBrokenFramesTest, SeesTheOneThatTheEndHasTorn) {
     scan::memory_source source(file);
     frame_counter frames;
     scan::judge(source, {}, &frames);
-    EXPECT_THAT(frames.offsets, testing::ElementsAre(88U, 240U, 336U, 432U, 528U));
+    EXPECT_THAT(frames.offsets, ElementsAre(88U, 240U, 336U, 432U, 528U));
 }
 
 // A source that is shorter at the end of the scan than it was, although every read brought what it promised.
@@ -136,6 +139,108 @@ TEST(ChangedSourceTest, ThatHasShrunkIsUnreadableHoweverItWasRead) {
     EXPECT_TRUE(judged.changed);
     EXPECT_EQ(judged.judged, scan::verdict::unreadable);
     EXPECT_EQ(judged.ended, scan::end_state::shrunk);
+}
+
+// Fails where the last byte is read.
+class ending_badly final : public scan::byte_source {
+public:
+    explicit ending_badly(const bytes& file) : file_(file) {}
+    uint64_t size() const override { return file_.size(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        if (offset + into.size() >= file_.size())
+            return {.count = 0, .error = EIO};
+        return file_.read_at(offset, into);
+    }
+
+private:
+    scan::memory_source file_;
+};
+
+TEST(UnreadableTest, CountsNothing) {
+    scan_test::frames all = scan_test::sound_frames(1000); // more than is read at once
+    for (auto& each : all)
+        each.video.resize(2000, 0xAA);
+    const bytes file = scan_test::without_index(all);
+    ending_badly source(file);
+    const scan::report judged = scan::judge(source, {});
+    EXPECT_EQ(judged.judged, scan::verdict::unreadable);
+    EXPECT_EQ(judged.frames.total, 0U);
+    EXPECT_EQ(judged.repair.frames_kept, 0U);
+    EXPECT_FALSE(judged.duration_ms);
+    EXPECT_FALSE(judged.start_ms);
+    EXPECT_EQ(judged.frames.lost, 0U);
+    EXPECT_EQ(judged.longest_gap_ms, 0);
+}
+
+std::vector<std::string> found_at_rate(uint16_t rate, uint32_t first_step) {
+    scan_test::frames all = scan_test::sound_frames(5);
+    for (size_t i = 1; i < all.size(); ++i)
+        all[i].time_stamp += first_step - 40;
+    bytes file = scan_test::recording_of(all);
+    recording::put_u16(file, 0, rate);
+    return scan_test::found(file);
+}
+
+// Four frames of the header's rate, or two seconds where those are longer.
+TEST(FirstStepTest, IsHeldAgainstTheRateOfTheHeader) {
+    EXPECT_THAT(found_at_rate(1, 4000), testing::IsEmpty());
+    EXPECT_THAT(found_at_rate(1, 4001), ElementsAre("clock-leap @240 +0 #2 t4001 leap_ms=4001"));
+    EXPECT_THAT(found_at_rate(25, 2000), testing::IsEmpty());
+    EXPECT_THAT(found_at_rate(25, 2001), ElementsAre("clock-leap @240 +0 #2 t2001 leap_ms=2001"));
+}
+
+// By the stamps of frames that have a record each.
+bool start_is_certain(std::initializer_list<uint32_t> stamps) {
+    scan_test::frames all;
+    for (const uint32_t stamp : stamps)
+        all.push_back({.number = static_cast<uint32_t>(1 + all.size()),
+                       .time_stamp = stamp,
+                       .video = scan_test::i_video()});
+    const bytes file = scan_test::recording_of(all);
+    scan::memory_source source(file);
+    return scan::look_quickly(source).start_certain;
+}
+
+TEST(CertainStartTest, IsThatOfAClockWithoutABreak) {
+    EXPECT_TRUE(start_is_certain({1000}));
+    EXPECT_TRUE(start_is_certain({1000, 1040, 1080, 1120}));
+    EXPECT_TRUE(start_is_certain({1000, 3000, 3040})); // two seconds are no leap
+    EXPECT_FALSE(start_is_certain({1000, 3041, 3081}));
+    EXPECT_FALSE(start_is_certain({1000, 1040, 3081}));
+    EXPECT_TRUE(start_is_certain({1000, 31'000, 61'000, 91'000})); // one like the other
+    EXPECT_FALSE(start_is_certain({1000, 31'000, 61'000, 93'000}));
+    EXPECT_FALSE(start_is_certain({1000, 1040, 1039}));
+    EXPECT_FALSE(start_is_certain({1000, 1040, 1040}));
+}
+
+TEST(CertainStartTest, IsNoneWhereARecordNamesNothing) {
+    const scan_test::frames all = scan_test::sound_frames(20);
+    scan_test::records index = scan_test::records_for(all);
+    ++index[2].position;
+    const bytes file = scan_test::recording_of(all, index);
+    scan::memory_source source(file);
+    const scan::quick_look seen = scan::look_quickly(source);
+    EXPECT_TRUE(seen.start_from_index);
+    EXPECT_FALSE(seen.start_certain);
+}
+
+class place_taker final : public scan::observer {
+public:
+    bool go_on(uint64_t offset) override {
+        places.push_back(offset);
+        return true;
+    }
+    std::vector<uint64_t> places;
+};
+
+TEST(ObserverTest, IsToldHowFarTheScanHasCome) {
+    bytes file = scan_test::recording_of(scan_test::sound_frames(5)); // the index at 624, 132 bytes
+    file.at(339) = 9;                                                 // the frame at 336 is none any more
+    file.resize(file.size() + 7, 0x77);
+    scan::memory_source source(file);
+    place_taker places;
+    scan::judge(source, {}, &places);
+    EXPECT_THAT(places.places, ElementsAre(0U, 88U, 240U, 336U, 432U, 528U, 624U, 756U));
 }
 
 } // namespace

@@ -99,6 +99,21 @@ TEST(H264SetTest, CutsOffInUnitsOfItsSampling) {
     }
 }
 
+// Those that say how colours are sampled.
+TEST(H264SetTest, TellsItsSamplingInHighProfilesAlone) {
+    for (const unsigned profile : {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135}) {
+        set_writer set = h264(profile);
+        set.number(2);
+        depths(set);
+        set.bits("0");
+        EXPECT_EQ(scan::size_in_h264_set(h264_end(set)), (picture_size{632, 477})) << profile;
+    }
+    for (const unsigned profile : {66, 77, 88}) {
+        set_writer set = h264(profile);
+        EXPECT_EQ(scan::size_in_h264_set(h264_end(set)), (picture_size{632, 474})) << profile;
+    }
+}
+
 TEST(H264SetTest, CountsTheRowsOfBothFields) {
     set_writer set = h264(66);
     // 2 x 480 rows less 3 units of 2 x 2

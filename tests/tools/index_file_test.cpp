@@ -56,6 +56,19 @@ TEST(IndexFileTest, MakesUpRecords) {
     EXPECT_EQ(make.index_file_of({"--made-up-records", "20000:0:1"}).size(), 72u + 20000u * 184u);
 }
 
+TEST(IndexFileTest, RefusesToMakeUpRecordsOfAnotherForm) {
+    const composer make;
+    for (const std::string text : {"", "2", "2:1000", "2:1000:60:1"}) {
+        const run::result done = make.run_with({"--index-dat", "x", "--made-up-records", text});
+        EXPECT_EQ(done.status, 2) << text;
+        EXPECT_THAT(done.err, ::testing::StartsWith("kmr_make: --made-up-records: ")) << text;
+    }
+    EXPECT_EQ(make.run_with({"--index-dat", "x", "--made-up-records", "2:1000"}).err,
+              "kmr_make: --made-up-records: '2:1000' is not of the form COUNT:FIRST_TIME:STEP\n"
+              "See kmr_make --help.\n");
+    EXPECT_TRUE(make.files().empty());
+}
+
 TEST(IndexFileTest, MayBeEmptyOrDamaged) {
     const composer make;
     EXPECT_EQ(make.index_file_of({}), bytes(72, 0));
