@@ -1,4 +1,5 @@
 // What is taken for an index block, and what only looks like one. With ten frames it stands at 1160 and has 212 bytes.
+#include "scan/quick_look.hpp"
 #include "tests/scan/compose.hpp"
 
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 
 namespace {
 
+namespace scan = kmr::scan;
 using recording::put_u32;
 using scan_test::bytes;
 using scan_test::found;
@@ -43,6 +45,21 @@ TEST(IndexPlaceTest, AHeadThatClaimsMoreThanAMebibyteIsNone) {
     put_u32(file, 1160 + 4, 0x100000);
     put_u32(file, 1160 + 20, 0x100000 - 32);
     EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +44"));
+}
+
+// Its trailer, the size of its records and their number still name a block whose sync word is gone.
+TEST(IndexPlaceTest, ABlockWithoutItsSyncWordStandsWhereItsTrailerSays) {
+    bytes file = recording_of(sound_frames(10));
+    put_u32(file, 1160, 0xEEEEEEEE);
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
+    scan::memory_source source(file);
+    const scan::quick_look seen = scan::look_quickly(source);
+    EXPECT_FALSE(seen.index.present);
+    EXPECT_EQ(seen.index.offset, 1160U);
+    // The last frame says that it reaches 200 bytes into the block.
+    put_u32(file, 1064 + 4, 296);
+    put_u32(file, 1064 + 20, 264);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
 }
 
 } // namespace

@@ -152,4 +152,31 @@ TEST(PayloadTest, APartitionOfASliceIsAPicture) {
     EXPECT_FALSE(seen.has_random_access);
 }
 
+TEST(PayloadTest, KindsOfH264Units) {
+    for (unsigned type = 0; type < 32; ++type) {
+        const auto seen = look(units({{static_cast<uint8_t>(0x60 | type), 0x88, 0x84}}), video_codec::h264);
+        EXPECT_EQ(seen.has_picture, type == 1 || type == 2 || type == 5) << type;
+        EXPECT_EQ(seen.has_random_access, type == 5) << type;
+        EXPECT_EQ(seen.has_sequence_set, type == 7) << type;
+        EXPECT_EQ(seen.has_picture_set, type == 8) << type;
+        EXPECT_FALSE(seen.has_video_set) << type;
+    }
+}
+
+TEST(PayloadTest, KindsOfH265Units) {
+    for (unsigned type = 0; type < 64; ++type) {
+        const bytes video = units({{static_cast<uint8_t>(type << 1), 0x01, 0xAF}});
+        const auto seen = look(video, video_codec::h265);
+        const bool random_access = type >= 16 && type <= 21;
+        EXPECT_EQ(seen.has_picture, type <= 9 || random_access) << type;
+        EXPECT_EQ(seen.has_random_access, random_access) << type;
+        EXPECT_EQ(seen.has_video_set, type == 32) << type;
+        EXPECT_EQ(seen.has_sequence_set, type == 33) << type;
+        EXPECT_EQ(seen.has_picture_set, type == 34) << type;
+        // Type 3 could be extra information of H.264; the types left out are reserved or free for anybody.
+        const bool tells = type != 3 && (type <= 9 || random_access || (type >= 32 && type <= 40));
+        EXPECT_EQ(look(video).codec == video_codec::h265, tells) << type;
+    }
+}
+
 } // namespace

@@ -198,6 +198,36 @@ TEST(Beyond4GiBTest, ALookFollowsTheRecordsAcrossTheBorder) {
     EXPECT_EQ(look.start_ms, int64_t{scan_test::start_time} * 1000 - 400);
 }
 
+// Where one byte is another.
+class changed_source final : public scan::byte_source {
+public:
+    changed_source(scan::byte_source& inner, uint64_t place, uint8_t value)
+        : inner_(inner), place_(place), value_(value) {}
+    uint64_t size() const override { return inner_.size(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        const scan::read_result result = inner_.read_at(offset, into);
+        if (offset <= place_ && place_ - offset < result.count)
+            into[static_cast<size_t>(place_ - offset)] = value_;
+        return result;
+    }
+
+private:
+    scan::byte_source& inner_;
+    uint64_t place_;
+    uint8_t value_;
+};
+
+// The record of a torn frame is as little to blame as in front of the border.
+TEST(Beyond4GiBTest, ATornFrameTakesItsRecordAlong) {
+    constexpr uint64_t torn = 88 + 4100 * (uint64_t{1} << 20); // an I-frame, beyond the border
+    static_assert(torn > uint64_t{1} << 32);
+    huge_source whole;
+    changed_source source(whole, torn + 3, 0xEE);
+    EXPECT_THAT(scan_test::found(scan::judge(source)),
+                testing::Contains("bytes-torn @" + std::to_string(torn) + " +1048576 #4102 t164040"));
+    EXPECT_THAT(scan_test::found(scan::judge(source)), testing::SizeIs(2)); // beyond-4-gib the other
+}
+
 // An index could not name the frames there.
 TEST(Beyond4GiBTest, AMissingIndexIsNotMended) {
     huge_source source(false);
