@@ -113,8 +113,8 @@ bool new_index::pair_in_order(old_records& old, uint64_t first, uint64_t end, si
         offsets.push_back(int64_t{old.records[first + (i - into)].TimeNow} * 1000 - records_[i].stream_ms);
     const int64_t middle = median(offsets);
     for (uint64_t i = first; i < end; ++i) {
-        const int64_t offset =
-            int64_t{old.records[i].TimeNow} * 1000 - records_[into + (i - first)].stream_ms;
+        const planned_record& paired = records_[static_cast<size_t>(into + (i - first))];
+        const int64_t offset = int64_t{old.records[i].TimeNow} * 1000 - paired.stream_ms;
         if (std::abs(offset - middle) > tolerance_ms)
             return false;
     }

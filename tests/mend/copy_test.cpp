@@ -139,7 +139,7 @@ TEST(CopyTest, ReadsTheSameInAnyPieces) {
     bytes whole(plan.content->size());
     plan.content->read_at(0, whole);
     for (size_t from = 0; from < whole.size(); from += 7)
-        for (const size_t length : {1, 50, 1000}) {
+        for (const size_t length : {size_t{1}, size_t{50}, size_t{1000}}) {
             bytes part(length);
             const auto read = plan.content->read_at(from, part);
             ASSERT_EQ(read.count, std::min(length, whole.size() - from));
