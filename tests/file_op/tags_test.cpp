@@ -565,4 +565,15 @@ TEST_F(LargeTagTest, RecordWhosePositionSaysNoneIsNotChosen) {
         EXPECT_FALSE(call.starts_with("Stat") || call.starts_with("Write")) << call;
 }
 
+TEST(TagCallbackTest, OneCharacterIsATag) {
+    kmr_index_record tagged = {};
+    tagged.TagName[0] = 'x';
+    for (const char* text : {static_cast<const char*>(nullptr), "", "x"}) {
+        rec_tag_entry result = {};
+        rec_tag_context context = {1, 0, text, &result};
+        EXPECT_EQ(_rec_TagQuery(&tagged, 80, 80, &context), 1);
+        EXPECT_STREQ(result.cTagName, "x");
+    }
+}
+
 } // namespace

@@ -45,6 +45,20 @@ TEST(ClockTest, AFrameEveryHalfMinuteIsNoPause) {
     EXPECT_THAT(found(recording_of(all)), IsEmpty());
 }
 
+TEST(ClockTest, TwoFramesOfOneMomentAreNoFinding) {
+    frames all = sound_frames(10);
+    all[3].time_stamp = all[2].time_stamp;
+    EXPECT_THAT(found(recording_of(all)), IsEmpty());
+}
+
+TEST(ClockTest, BeginsWithTheFirstFrameThatIsWhole) {
+    bytes file = recording_of(sound_frames(10));
+    recording::put_u32(file, 88 + 20, 119); // less video than the frame has
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre("frame-lengths-wrong @88 +152 #1 t0"));
+    EXPECT_EQ(judged.duration_ms, 320); // from the second frame to the tenth
+}
+
 TEST(ClockTest, WithoutAFrameRateIsJudgedAt25) {
     frames all = sound_frames(10);
     bytes file = recording_of(all);

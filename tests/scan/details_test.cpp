@@ -95,6 +95,19 @@ TEST(UserDataLengthTest, IsThatOfTheWholeUnit) {
     EXPECT_EQ(scan::look_at_user_data(unit).unit_length, unit.size());
 }
 
+// Where no I-frame stands first the clock runs before the first record's frame.
+TEST(QuickLookOfAnIndexTest, StartsWithTheFirstFrame) {
+    const scan_test::frames all = {
+        {.number = 1, .time_stamp = 1000, .kind = 1, .video = scan_test::p_video()},
+        {.number = 2, .time_stamp = 3000, .kind = 0, .video = scan_test::i_video()},
+        {.number = 3, .time_stamp = 3040, .kind = 1, .video = scan_test::p_video()}};
+    const bytes file = scan_test::recording_of(all); // the record: two seconds behind the start
+    scan::memory_source source(file);
+    const scan::quick_look seen = scan::look_quickly(source);
+    EXPECT_EQ(seen.start_ms, int64_t{scan_test::start_time} * 1000);
+    EXPECT_EQ(seen.duration_ms, 2040);
+}
+
 TEST(QuickLookOfAnIndexTest, TellsThatItIsThere) {
     const bytes file = scan_test::recording_of(scan_test::sound_frames(10));
     scan::memory_source source(file);

@@ -67,6 +67,9 @@ TEST(HeaderTest, AnythingElseIsNoRecordingAndGivesOneFinding) {
     const auto judged = scan_test::judge(bytes(500, 0xEE));
     EXPECT_THAT(found(judged), ElementsAre("header-implausible @0 +88"));
     EXPECT_EQ(judged.judged, verdict::not_a_recording);
+    for (size_t code = 0; code < kmr::scan::finding_code_count; ++code)
+        EXPECT_EQ(judged.found[code],
+                  code == static_cast<size_t>(kmr::scan::finding_code::header_implausible) ? 1U : 0U);
     EXPECT_EQ(judged.repair.bytes_lost, 0U);
     EXPECT_FALSE(judged.repair.possible);
 }

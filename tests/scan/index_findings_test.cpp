@@ -155,6 +155,16 @@ TEST(IndexRecordsTest, WithAWrongTime) {
     EXPECT_THAT(found(recording_of(sound_frames(15), index)), IsEmpty());
 }
 
+TEST(IndexRecordsTest, WithAWrongTimeInABlockThatOtherBytesFollow) {
+    records index = records_for(sound_frames(15));
+    index[1].time += 3;
+    bytes file = recording_of(sound_frames(15), index);
+    file.resize(file.size() + 7, 0x77);
+    EXPECT_THAT(found(file),
+                ElementsAre("index-entry-wrong @1820 +80 #6 t200 record=1 field=time actual=1420167848",
+                            "bytes-behind-index @1988 +7"));
+}
+
 TEST(IndexRecordsTest, InAnotherTimeZoneThanTheHeader) {
     records index = records_for(sound_frames(15));
     for (auto& each : index)
@@ -182,6 +192,17 @@ TEST(IndexRecordsTest, AllShiftedAlikeAreOneFinding) {
         each.position += 16;
     EXPECT_THAT(found(recording_of(sound_frames(15), index)),
                 ElementsAre("index-entry-wrong @1740 +80 record=0 field=offset actual=104"));
+}
+
+TEST(IndexRecordsTest, TwoShiftedAlikeAreOneFinding) {
+    records index = records_for(sound_frames(10));
+    for (auto& each : index)
+        each.position += 16;
+    EXPECT_THAT(found(recording_of(sound_frames(10), index)),
+                ElementsAre("index-entry-wrong @1204 +80 record=0 field=offset actual=104"));
+    index.resize(1);
+    EXPECT_THAT(found(recording_of(sound_frames(5), index)),
+                ElementsAre("index-entry-wrong @668 +80 record=0 field=offset actual=104"));
 }
 
 TEST(IndexRecordsTest, ShiftedBehindBytesThatAreGone) {

@@ -88,6 +88,19 @@ TEST(IndexOrderTest, MoreNamedAheadThanAreRemembered) {
                             "index-order " + at_record(300, 2) + " record=2"));
 }
 
+TEST(IndexOrderTest, EarlierFramesTakeNoRoomOfThoseNamedAhead) {
+    // 150 in their order, 130 of them once more, one ahead of its turn, and the others.
+    const frames all = sound_frames(1000);
+    const records right = records_for(all);
+    records index(right.begin(), right.begin() + 150);
+    index.insert(index.end(), right.begin(), right.begin() + 130);
+    index.push_back(right[170]);
+    index.insert(index.end(), right.begin() + 150, right.begin() + 170);
+    index.insert(index.end(), right.begin() + 171, right.end());
+    EXPECT_THAT(found(recording_of(all, index)),
+                ElementsAre("index-order " + at_record(200, 150) + " record=150"));
+}
+
 TEST(IndexStretchTest, OfPlacesThatNameNothing) {
     // Never twice the same distance from the frame, so no shift.
     records index = records_for(sound_frames(200));

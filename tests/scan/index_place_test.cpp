@@ -62,4 +62,14 @@ TEST(IndexPlaceTest, ABlockWithoutItsSyncWordStandsWhereItsTrailerSays) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
 }
 
+// Where its head does not bear the trailer out either, a search that finds nothing else ends there.
+TEST(IndexPlaceTest, ABlockThatItsTrailerAloneNamesEndsASearch) {
+    bytes file = recording_of(sound_frames(10));
+    put_u32(file, 1160, 0xEEEEEEEE);
+    put_u32(file, 1160 + 36, 79); // the size of a record
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +212"));
+    put_u32(file, 1064, 0xEEEEEEEE);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
+}
+
 } // namespace

@@ -203,6 +203,17 @@ TEST(H265SetTest, PassesOverTheProfilesOfLowerLayers) {
     EXPECT_EQ(scan::size_in_h265_set(set.finish()), (picture_size{634, 473}));
 }
 
+TEST(H265SetTest, PassesOverTheProfileOfOneLowerLayer) {
+    set_writer set;
+    set.byte(0x42).byte(0x01);
+    set.bits("0000").bits("001").bits("1");
+    set.zeros(96);
+    set.bits("11").zeros(14); // profile and level; up to eight layers
+    set.bits(std::string(96, '1'));
+    set.number(0).number(1).number(640).number(480).bits("0");
+    EXPECT_EQ(scan::size_in_h265_set(set.finish()), (picture_size{640, 480}));
+}
+
 TEST(H265SetTest, WithoutCroppingIsAsLargeAsItSays) {
     set_writer set;
     set.byte(0x42).byte(0x01).bits("0000").bits("000").bits("1").zeros(96);

@@ -117,6 +117,7 @@ TEST(AReadThatFailsTest, MakesARecordingUnreadableWhereverItIs) {
         failing_source source(file, from);
         const auto judged = scan::judge(source);
         EXPECT_EQ(judged.judged, scan::verdict::unreadable);
+        EXPECT_EQ(judged.ended, scan::end_state::read_failed);
         EXPECT_EQ(judged.error, EIO);
         EXPECT_FALSE(judged.repair.possible);
     }

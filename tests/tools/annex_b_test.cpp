@@ -127,4 +127,14 @@ TEST(AnnexBTest, FurtherKindsOfH265Units) {
                 ElementsAre(unit(0, 7, true), unit(7, 13, false), unit(20, 37, false)));
 }
 
+TEST(AnnexBTest, WhereTheKindsOfH265UnitsEnd) {
+    const auto stream = hex("00000001 260180"
+                            "00000001 4801"   // 36, the end of a sequence, opens no frame
+                            "00000001 3E0180" // 31, reserved for slices
+                            "00000001 4601"   // 35, a delimiter, opens a frame
+                            "00000001 020180");
+    EXPECT_THAT(split_access_units(stream, codec::h265),
+                ElementsAre(unit(0, 13, true), unit(13, 7, false), unit(20, 13, false)));
+}
+
 } // namespace

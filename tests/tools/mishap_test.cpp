@@ -37,6 +37,14 @@ TEST(MishapTest, LostFramesLeaveAGapInNumbersAndStamps) {
     EXPECT_EQ(file.size(), 88u + 4 * 32 + 52 + 2 * 80);
 }
 
+TEST(MishapTest, LostFramesKeepTheirNumberAsAPlace) {
+    EXPECT_EQ(with({"--lose", "1:1", "--overwrite", "frame2:EE"}).at(88 + 32), 0xEE);
+    const composer make;
+    const run::result done = make.run_with({"--output", "x", "--lose", "1:1", "--zero", "frame1:4"});
+    EXPECT_EQ(done.status, 2);
+    EXPECT_EQ(done.err, "kmr_make: the file has no frame 1\nSee kmr_make --help.\n");
+}
+
 TEST(MishapTest, ALostIFrameIsNotInTheIndex) {
     const bytes file = with({"--lose", "2:2"});
     const size_t index = 88 + 4 * 32;

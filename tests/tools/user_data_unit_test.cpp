@@ -35,6 +35,11 @@ TEST(EscapeTest, TwoZerosAndAHigherByteStay) {
     EXPECT_EQ(escape(hex("00 01 00 02 00 03")), hex("00 01 00 02 00 03"));
 }
 
+TEST(EscapeTest, CountsFromTheFirstByteOn) {
+    EXPECT_EQ(escape(hex("00 01")), hex("00 01"));
+    EXPECT_EQ(escape(hex("0000 01")), hex("0000 03 01"));
+}
+
 TEST(EscapeTest, TwoZerosAtTheEndStay) {
     EXPECT_EQ(escape(hex("41 0000")), hex("41 0000"));
 }
