@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -197,15 +198,22 @@ TEST(RecordingTest, ASparseOneBeyondTwoGibibytesTakesNoSpace) {
     EXPECT_EQ(std::filesystem::file_size(make.folder().file("big")), 88u + 3000096000u + 52u + 120u * 80u);
 }
 
+// What programs that were run so far have used: how long they took says more about what else the host had to do.
+std::chrono::seconds used_by_programs() {
+    rusage used = {};
+    EXPECT_EQ(getrusage(RUSAGE_CHILDREN, &used), 0);
+    return std::chrono::seconds(used.ru_utime.tv_sec + used.ru_stime.tv_sec);
+}
+
 TEST(RecordingTest, AMillionFramesAreAMatterOfSeconds) {
     const composer make;
-    const auto start = std::chrono::steady_clock::now();
+    const std::chrono::seconds before = used_by_programs();
     const run::result done =
         make.run_with({"--output", "big", "--frames", "1000000", "--payload", "64", "--p-payload", "64"});
     EXPECT_EQ(done.status, 0);
     EXPECT_EQ(std::filesystem::file_size(make.folder().file("big")),
               88u + 1000000u * 96u + 52u + 40000u * 80u);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(used_by_programs() - before, std::chrono::seconds(20));
 }
 
 TEST(RecordingTest, TheSameArgumentsGiveTheSameBytes) {
