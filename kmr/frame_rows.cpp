@@ -3,6 +3,7 @@
 #include "kmr/output/json.hpp"
 #include "kmr/output/numbers.hpp"
 
+#include <array>
 #include <cstring>
 #include <iterator>
 
@@ -30,23 +31,60 @@ constexpr std::string_view class_of(const seen_frame& seen) {
     return "damaged";
 }
 
-// A line that is filled from left to right, in place: rows are many.
+// Digits in front of `end`, at least so many; returns where they begin.
+char* put_before(char* end, uint64_t value, int least = 1) {
+    for (; least > 0 || value != 0; --least, value /= 10)
+        *--end = static_cast<char>('0' + value % 10);
+    return end;
+}
+
+constexpr auto powers_of_ten = [] {
+    std::array<uint64_t, output::longest_number> powers = {1};
+    for (size_t i = 1; i < powers.size(); ++i)
+        powers[i] = powers[i - 1] * 10;
+    return powers;
+}();
+
+// A line that is filled from left to right, in place: rows are many. What is not written to is blank.
 class row_line {
 public:
+    row_line() { std::memset(text_, ' ', sizeof text_); }
+
+    // Most numbers have room, and are written where they belong.
     void right(uint64_t value, size_t width) {
+        if (width < powers_of_ten.size() && value < powers_of_ten[width]) {
+            skip(width);
+            put_before(at_, value);
+            return;
+        }
         char digits[output::longest_number];
-        char* first = std::end(digits);
-        do {
-            *--first = static_cast<char>('0' + value % 10);
-            value /= 10;
-        } while (value != 0);
-        right({first, static_cast<size_t>(std::end(digits) - first)}, width);
+        char* const end = std::end(digits);
+        const char* const first = put_before(end, value);
+        right({first, static_cast<size_t>(end - first)}, width);
     }
     void right(std::string_view text, size_t width) {
-        for (size_t length = text.size(); length < width; ++length)
-            *at_++ = ' ';
+        if (text.size() < width)
+            skip(width - text.size());
         put(text);
     }
+    void right_stream_time(int64_t ms, size_t width) {
+        constexpr uint64_t ms_an_hour = 3600000;
+        const auto length = static_cast<uint64_t>(ms);
+        if (length >= 100 * ms_an_hour || width < sizeof "HH:MM:SS.mmm" - 1) { // a negative one is long too
+            right(output::stream_time(ms), width);
+            return;
+        }
+        skip(width);
+        const auto part = static_cast<uint32_t>(length);
+        char* first = put_before(at_, part % 1000, 3);
+        *--first = '.';
+        first = put_before(first, part / 1000 % 60, 2);
+        *--first = ':';
+        first = put_before(first, part / 60000 % 60, 2);
+        *--first = ':';
+        put_before(first, part / ms_an_hour);
+    }
+    void skip(size_t blanks) { at_ += blanks; }
     void put(std::string_view text) {
         std::memcpy(at_, text.data(), text.size());
         at_ += text.size();
@@ -83,10 +121,10 @@ public:
         line.right(header.TimeStamp, 11);
         put_delay(line, row.seen.delay_ms);
         line.right(row.seen.gap, 6);
-        line.right(stream_text(row.seen.stream_ms), 13);
-        line.put("  ");
+        line.right_stream_time(row.seen.stream_ms, 13);
+        line.skip(2);
         line.put(row.time_ms ? clock_.iso_text(*row.time_ms) : no_time);
-        line.put("  ");
+        line.skip(2);
         line.put(class_of(row.seen));
         line.put("\n");
         to += line.text();
@@ -105,12 +143,6 @@ private:
             to.right(std::to_string(ms), 10);
     }
 
-    std::string_view stream_text(int64_t ms) {
-        stream_.clear();
-        output::append_stream_time(stream_, ms);
-        return stream_;
-    }
-
     static void append_segment(std::string& to, const segment_text& segment) {
         to.append(12, ' ').append(segment.kind).append(": ");
         output::append_text(to, segment.value);
@@ -118,7 +150,6 @@ private:
     }
 
     output::clock clock_;
-    std::string stream_ = {};
 };
 
 class csv_writer final : public frame_writer {
