@@ -47,7 +47,7 @@ bool is_control(uint32_t code) {
     const bool c0_or_c1 = code < 0x20 || (code >= 0x7F && code < 0xA0);
     const bool separator_or_direction = (code >= 0x2028 && code <= 0x202E) ||
                                         (code >= 0x2066 && code <= 0x2069) || code == 0x200E ||
-                                        code == 0x200F;
+                                        code == 0x200F || code == 0x061C;
     return c0_or_c1 || separator_or_direction;
 }
 

@@ -30,6 +30,7 @@ TEST(TextTest, HasNoControlCharacters) {
     EXPECT_EQ(text(std::string_view("\0\x7F", 2)), "\\x00\\x7f");
     EXPECT_EQ(text("\xC2\x9B"), "\\xc2\\x9b");          // the one-character form of ESC [
     EXPECT_EQ(text("\xE2\x80\xAE"), "\\xe2\\x80\\xae"); // writes on from right to left
+    EXPECT_EQ(text("\xD8\x9C"), "\\xd8\\x9c"); // U+061C, as the letters of Arabic have their direction
     EXPECT_EQ(text("\xE2\x80\xA8"), "\\xe2\\x80\\xa8"); // a separator of lines
 }
 
