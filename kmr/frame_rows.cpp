@@ -50,9 +50,9 @@ class row_line {
 public:
     row_line() { std::memset(text_, ' ', sizeof text_); }
 
-    // Most numbers have room, and are written where they belong.
+    // Most numbers have room, a blank in front of them included, and are written where they belong.
     void right(uint64_t value, size_t width) {
-        if (width < powers_of_ten.size() && value < powers_of_ten[width]) {
+        if (width > 0 && width <= powers_of_ten.size() && value < powers_of_ten[width - 1]) {
             skip(width);
             put_before(at_, value);
             return;
@@ -65,12 +65,14 @@ public:
     void right(std::string_view text, size_t width) {
         if (text.size() < width)
             skip(width - text.size());
+        else if (at_ != text_) // columns never run together
+            skip(1);
         put(text);
     }
     void right_stream_time(int64_t ms, size_t width) {
         constexpr uint64_t ms_an_hour = 3600000;
         const auto length = static_cast<uint64_t>(ms);
-        if (length >= 100 * ms_an_hour || width < sizeof "HH:MM:SS.mmm" - 1) { // a negative one is long too
+        if (length >= 100 * ms_an_hour || width < sizeof "HH:MM:SS.mmm") { // a negative one is long too
             right(output::stream_time(ms), width);
             return;
         }

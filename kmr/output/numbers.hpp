@@ -28,10 +28,9 @@ inline void append_digits(std::string& to, uint64_t value, size_t least) {
     to.append(digits, length);
 }
 
-// So wide at least, the text at the right of it. The text must be ASCII.
+// So wide at least, the text at the right of it, behind a blank in any case. The text must be ASCII.
 inline void append_right(std::string& to, std::string_view text, size_t width) {
-    if (text.size() < width)
-        to.append(width - text.size(), ' ');
+    to.append(text.size() < width ? width - text.size() : 1, ' ');
     to += text;
 }
 

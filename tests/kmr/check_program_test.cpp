@@ -37,6 +37,14 @@ TEST_F(CheckTest, SaysOneLineAFile) {
                                           "c.kmr\n");
 }
 
+// Nine steps of 40 ms and 100 hours are 360,000,360 ms; nine steps less 100 hours -359,999,640 ms.
+TEST_F(CheckTest, KeepsColumnsApartWhateverTheLength) {
+    place_.compose("a.kmr", {"--clock-jump", "5:360000000", "--no-index"});
+    EXPECT_NE(out_of({"check", "a.kmr"}).find("+00:00 100:00:00.360       10 frames"), std::string::npos);
+    place_.compose("b.kmr", {"--clock-jump", "5:-360000000", "--no-index"});
+    EXPECT_NE(out_of({"check", "b.kmr"}).find("+00:00 -99:59:59.640       10 frames"), std::string::npos);
+}
+
 TEST_F(CheckTest, SumsUpWhatIsMoreThanOne) {
     place_.compose("a.kmr");
     place_.compose("d/b.kmr", {"--no-index"});

@@ -46,6 +46,20 @@ TEST_F(FramesTest, MakesATable) {
                                                  "0:00:00.080  2015-01-02T03:04:05.080+00:00  ordinary\n");
 }
 
+// Stamps begin at 1000 and wrap below 0: 4294967296 + 1000 + 5 * 40 - 360000000 = 3934968496 for the sixth frame.
+TEST_F(FramesTest, KeepsColumnsApartWhateverTheTime) {
+    place_.compose("a.kmr", {"--clock-jump", "5:-360000000", "--no-index"});
+    EXPECT_NE(out_of({"--from", "6"})
+                  .find(" 3934968496 -359999960     0 -99:59:59.800  2014-12-28T23:04:05.200+00:00"),
+              std::string::npos)
+        << out_of({"--from", "6"});
+    place_.compose("a.kmr", {"--clock-jump", "5:360000000", "--no-index"});
+    EXPECT_NE(out_of({"--from", "6"})
+                  .find(" 360001200 360000040     0 100:00:00.200  2015-01-06T07:04:05.200+00:00"),
+              std::string::npos)
+        << out_of({"--from", "6"});
+}
+
 TEST_F(FramesTest, MakesCsv) {
     place_.compose("a.kmr", {"--frames", "3", "--insert-after", "0", "--frame-field", "2.VideoSize=7"});
     EXPECT_EQ(out_of({"--format", "csv"}, {"TZ=CET-1"}),

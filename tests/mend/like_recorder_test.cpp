@@ -42,7 +42,7 @@ TEST_F(LikeRecorderTest, EveryCut) {
 }
 
 TEST_F(LikeRecorderTest, EveryByteOfAHeaderWrong) {
-    for (const size_t header : {88, 240, 624})
+    for (const unsigned header : {88U, 240U, 624U})
         for (size_t i = 0; i < 32; ++i) {
             SCOPED_TRACE(header + i);
             bytes file = sound_;

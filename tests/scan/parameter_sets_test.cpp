@@ -101,14 +101,15 @@ TEST(H264SetTest, CutsOffInUnitsOfItsSampling) {
 
 // Those that say how colours are sampled.
 TEST(H264SetTest, TellsItsSamplingInHighProfilesAlone) {
-    for (const unsigned profile : {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135}) {
+    for (const unsigned profile :
+         {100U, 110U, 122U, 244U, 44U, 83U, 86U, 118U, 128U, 138U, 139U, 134U, 135U}) {
         set_writer set = h264(profile);
         set.number(2);
         depths(set);
         set.bits("0");
         EXPECT_EQ(scan::size_in_h264_set(h264_end(set)), (picture_size{632, 477})) << profile;
     }
-    for (const unsigned profile : {66, 77, 88}) {
+    for (const unsigned profile : {66U, 77U, 88U}) {
         set_writer set = h264(profile);
         EXPECT_EQ(scan::size_in_h264_set(h264_end(set)), (picture_size{632, 474})) << profile;
     }

@@ -44,6 +44,15 @@ TEST_F(LsTest, SortsByStart) {
               "2015-01-02T06:04:05.000+01:00  0:00:00.360           1372        2     1   -   ./a\n");
 }
 
+// The clock leaps by 100 hours between the two frames that have records.
+TEST_F(LsTest, KeepsColumnsApartWhateverTheLength) {
+    scan_test::frames all = scan_test::sound_frames(10);
+    for (size_t each = 5; each < all.size(); ++each)
+        all[each].time_stamp += 360000000;
+    folder.write("a", scan_test::recording_of(all, scan_test::records_for(all)));
+    EXPECT_NE(ls({"a"}).out.find("+01:00 100:00:00.360  "), std::string::npos) << ls({"a"}).out;
+}
+
 TEST_F(LsTest, TellsItInJson) {
     folder.write("H0000020150102030405L000000", starting_at(0));
     EXPECT_EQ(ls({"--json", "--utc", "."}).out,
