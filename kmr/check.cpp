@@ -2,6 +2,7 @@
 #include "kmr/check_output.hpp"
 #include "kmr/commands.hpp"
 #include "kmr/kept_results.hpp"
+#include "kmr/option_checks.hpp"
 #include "kmr/ordered_work.hpp"
 #include "kmr/output/progress.hpp"
 #include "kmr/scan_follower.hpp"
@@ -142,10 +143,12 @@ public:
         CLI::Option* const database =
             to.add_option("--db", options_.kept.database,
                           "Keep the results in this database; what has not changed since is not read again")
-                ->option_text("FILE");
+                ->option_text("FILE")
+                ->check(not_empty());
         to.add_flag("--recheck", options_.kept.read_all, "Read everything, changed or not")->needs(database);
         to.add_option("--host", options_.kept.host, "Name of this machine in the database (its own)")
             ->option_text("NAME")
+            ->check(not_empty())
             ->needs(database);
     }
 
@@ -165,7 +168,7 @@ const command_kind check_command = {
     "  kmr check -j 4 /media/disk           every recording below a folder, four at once\n"
     "  kmr check --db results.db /media/disk  every night: reads only what has changed\n"
     "  kmr check --json /media/disk | jq -r 'select(.frames.lost > 0) | .path'\n",
-    [] { return std::unique_ptr<command>(std::make_unique<check>()); },
+    make_command<check>,
 };
 
 } // namespace kmr::program

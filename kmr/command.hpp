@@ -38,6 +38,12 @@ public:
     virtual exit_status work(session& with) = 0;
 };
 
+// A name for it, and no lambda: checkers take one in a table for something that may throw before main.
+template <typename Command>
+std::unique_ptr<command> make_command() {
+    return std::make_unique<Command>();
+}
+
 struct command_kind {
     std::string_view name;
     std::string_view purpose;  // one line

@@ -7,16 +7,34 @@
 #include "scan/quick_look.hpp"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace kmr::program {
 namespace {
+
+template <typename Value>
+struct named {
+    std::string_view name;
+    Value value;
+};
+
+constexpr named<frame_format> formats[] = {
+    {"table", frame_format::table}, {"csv", frame_format::csv}, {"json", frame_format::json}};
+constexpr named<frame_type> types[] = {{"", frame_type::any}, {"I", frame_type::i}, {"P", frame_type::p}};
+
+// Of a name that the parser of options has let pass.
+template <typename Value, size_t Count>
+Value value_of(std::string_view name, const named<Value> (&all)[Count]) {
+    return std::find_if(all, all + Count - 1, [&](const named<Value>& each) { return each.name == name; })
+        ->value;
+}
 
 struct frames_options {
     std::string path = {};
     frame_format format = frame_format::table;
     frame_selection wanted = {};
-    std::string from = {};
-    std::string to = {};
+    std::optional<std::string> from = {};
+    std::optional<std::string> to = {};
     bool user_data = false;
 };
 
@@ -24,13 +42,19 @@ class row_printer final : public file_progress {
 public:
     row_printer(const frames_options& options, session& with, std::optional<int64_t> start_ms, uint64_t bytes)
         : file_progress(with.err, bytes), options_(options), with_(with), start_ms_(start_ms),
-          writer_(frame_writer::make(options.format, with.zone)) {
-        writer_->append_heading(with_.out.buffer(), options.user_data);
+          writer_(frame_writer::make(options.format, with.zone)) {}
+
+    // Once, in front of the first row: what is no recording has none.
+    void begin() {
+        if (!begun_)
+            writer_->append_heading(with_.out.buffer(), options_.user_data);
+        begun_ = true;
     }
 
     void on_frame(const scan::seen_frame& seen) override {
         if (!seen.frame.header_whole || !options_.wanted.takes(seen, start_ms_))
             return;
+        begin();
         if (options_.user_data)
             segments_ = segments_of(seen.frame.long_payload);
         writer_->append(with_.out.buffer(),
@@ -46,6 +70,7 @@ private:
     std::optional<int64_t> start_ms_;
     std::unique_ptr<frame_writer> writer_;
     std::vector<segment_text> segments_ = {};
+    bool begun_ = false;
 };
 
 scan::report judge_and_tell(scan::byte_source& source, file_progress& watching) {
@@ -66,16 +91,13 @@ std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
 class frames final : public command {
 public:
     void add_options(CLI::App& to) override {
-        static const std::map<std::string, frame_format> formats = {
-            {"table", frame_format::table}, {"csv", frame_format::csv}, {"json", frame_format::json}};
-        static const std::map<std::string, frame_type> types = {{"I", frame_type::i}, {"P", frame_type::p}};
         to.add_option("FILE", options_.path, "A recording")->required();
-        to.add_option("--format", options_.format, "table, csv with a heading, or json: one object a line")
+        to.add_option("--format", format_, "table, csv with a heading, or json: one object a line")
             ->option_text("table|csv|json")
-            ->transform(CLI::CheckedTransformer(formats));
-        to.add_option("--type", options_.wanted.type, "I-frames or P-frames alone")
+            ->check(CLI::IsMember({"table", "csv", "json"}));
+        to.add_option("--type", type_, "I-frames or P-frames alone")
             ->option_text("I|P")
-            ->transform(CLI::CheckedTransformer(types, CLI::ignore_case));
+            ->transform(CLI::IsMember({"I", "P"}, CLI::ignore_case));
         to.add_option("--from", options_.from,
                       "From this frame number (digits alone), stream time (M:SS.mmm, H:MM:SS.mmm) or time "
                       "(ISO 8601) on")
@@ -86,6 +108,8 @@ public:
     }
 
     exit_status work(session& with) override {
+        options_.format = value_of(format_, formats);
+        options_.wanted.type = value_of(type_, types);
         if (!take_place(options_.from, options_.wanted.from, with) ||
             !take_place(options_.to, options_.wanted.to, with))
             return exit_status::failed;
@@ -98,6 +122,8 @@ public:
         const std::optional<int64_t> start_ms = start_of(source, with);
         row_printer printing(options_, with, start_ms, source.size());
         const scan::report judged = judge_and_tell(source, printing);
+        if (judged.judged != scan::verdict::not_a_recording)
+            printing.begin();
         if (judged.start_ms && start_ms && *judged.start_ms != *start_ms)
             with.err.say(options_.path, "the times count from " + with.clock().iso(*start_ms) +
                                             "; by the whole recording it began at " +
@@ -113,16 +139,19 @@ public:
     }
 
 private:
-    static bool take_place(const std::string& text, std::optional<frame_place>& into, session& with) {
-        if (text.empty())
+    static bool take_place(const std::optional<std::string>& text, std::optional<frame_place>& into,
+                           session& with) {
+        if (!text)
             return true;
-        into = frame_place::parse(text, with.zone);
+        into = frame_place::parse(*text, with.zone);
         if (!into)
-            with.err.say(text, "neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)");
+            with.err.say(*text, "neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)");
         return into.has_value();
     }
 
     frames_options options_ = {};
+    std::string format_ = "table";
+    std::string type_ = {};
 };
 
 } // namespace
@@ -135,7 +164,7 @@ const command_kind frames_command = {
     "  kmr frames --type I --user-data recording.kmr             I-frames and what was hidden in them\n"
     "  kmr frames --format csv --from 1:30 --to 2:00 recording.kmr >half_a_minute.csv\n"
     "  kmr frames --from 2015-01-02T03:04:05 recording.kmr       from a time of day on\n",
-    [] { return std::unique_ptr<command>(std::make_unique<frames>()); },
+    make_command<frames>,
 };
 
 } // namespace kmr::program

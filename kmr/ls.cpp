@@ -150,7 +150,7 @@ const command_kind ls_command = {
     "Lists recordings by their start, quickly: headers and indexes alone are read",
     "  kmr ls /media/disk\n"
     "  kmr ls --json /media/disk | jq -r 'select(.duration_ms > 3600000) | .path'\n",
-    [] { return std::unique_ptr<command>(std::make_unique<ls>()); },
+    make_command<ls>,
 };
 
 } // namespace kmr::program

@@ -1,5 +1,6 @@
 // kmr merge: results of many machines in one database.
 #include "kmr/commands.hpp"
+#include "kmr/option_checks.hpp"
 #include "kmr/output/numbers.hpp"
 #include "kmr/output/text.hpp"
 #include "kmr/store/result_store.hpp"
@@ -12,8 +13,12 @@ namespace {
 class merge final : public command {
 public:
     void add_options(CLI::App& to) override {
-        to.add_option("DATABASE", into_, "Takes over; made where there is none")->required();
-        to.add_option("FROM", from_, "Databases of kmr check --db; they stay as they are")->required();
+        to.add_option("DATABASE", into_, "Takes over; made where there is none")
+            ->required()
+            ->check(not_empty());
+        to.add_option("FROM", from_, "Databases of kmr check --db; they stay as they are")
+            ->required()
+            ->check(not_empty());
     }
 
     exit_status work(session& with) override {
@@ -45,7 +50,7 @@ const command_kind merge_command = {
     "merge",
     "Joins the databases of many machines",
     "  kmr merge fleet.db north.db south.db   what they know later than fleet.db does\n",
-    [] { return std::unique_ptr<command>(std::make_unique<merge>()); },
+    make_command<merge>,
 };
 
 } // namespace kmr::program

@@ -83,7 +83,7 @@ private:
         }
         const std::lock_guard lock(mutex_);
         if (failure)
-            failure_ = failure;
+            keep_first(failure, mine);
         else
             results_[mine - taken_] = std::move(result);
         ++ready_count_;
@@ -93,16 +93,27 @@ private:
             ready_.notify_one();
     }
 
+    // What stands in front of it was begun, and will be there: only behind that it ends the work.
+    void keep_first(const std::exception_ptr& failure, size_t which) {
+        ended_ = true;
+        if (!failure_ || which < failed_) {
+            failure_ = failure;
+            failed_ = which;
+        }
+    }
+
+    bool has_failed() const { return failure_ && failed_ == taken_; }
+
     Result next() {
         constexpr auto patience = std::chrono::milliseconds(50);
         std::unique_lock lock(mutex_);
         while (!ready_.wait_for(lock, patience,
-                                [&] { return failure_ || (!results_.empty() && results_.front()); })) {
+                                [&] { return has_failed() || (!results_.empty() && results_.front()); })) {
             lock.unlock();
             wait_();
             lock.lock();
         }
-        if (failure_)
+        if (has_failed())
             std::rethrow_exception(failure_);
         Result result = std::move(*results_.front());
         results_.pop_front();
@@ -127,6 +138,7 @@ private:
     size_t taken_ = 0;
     bool ended_ = false;
     std::exception_ptr failure_ = {};
+    size_t failed_ = 0;
     std::vector<std::jthread> workers_ = {}; // last: joined before anything else here goes
 };
 

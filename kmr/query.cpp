@@ -170,7 +170,7 @@ const command_kind query_command = {
     "Lists the recordings that an index file names, by time, channel and kind",
     "  kmr query Index.dat --from 2015-01-02 --to 2015-01-03\n"
     "  kmr query Index.dat --channel 3 --from 2015-01-02T22:00 --json\n",
-    [] { return std::unique_ptr<command>(std::make_unique<query>()); },
+    make_command<query>,
 };
 
 } // namespace kmr::program

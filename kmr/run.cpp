@@ -13,10 +13,8 @@
 namespace kmr::program {
 namespace {
 
-enum class color_choice : uint8_t { automatic, always, never };
-
 struct common_options {
-    color_choice color = color_choice::automatic;
+    std::string color = "auto";
     bool utc = false;
 };
 
@@ -28,14 +26,15 @@ void occupy_standard_descriptors() {
             open("/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
-// Where the caller's own caller had them ignored, a reader that is gone and Ctrl-C would go unnoticed.
-void take_signals_as_usual() {
+// Where the caller's own caller had it ignored, a reader that is gone would go unnoticed. An interrupt that is ignored
+// stays so: a shell asks for that on behalf of what runs behind its back.
+void end_with_the_reader() {
     std::signal(SIGPIPE, SIG_DFL);
 }
 
-bool is_colored(color_choice choice) {
-    if (choice != color_choice::automatic)
-        return choice == color_choice::always;
+bool is_colored(const std::string& choice) {
+    if (choice != "auto")
+        return choice == "always";
     const char* const refused = std::getenv("NO_COLOR");
     const char* const terminal = std::getenv("TERM");
     return (refused == nullptr || *refused == '\0') && isatty(STDOUT_FILENO) == 1 &&
@@ -43,12 +42,10 @@ bool is_colored(color_choice choice) {
 }
 
 void add_common_options(CLI::App& to, common_options& common) {
-    static const std::map<std::string, color_choice> choices = {
-        {"auto", color_choice::automatic}, {"always", color_choice::always}, {"never", color_choice::never}};
     to.add_option("--color", common.color,
                   "auto: where standard output is a terminal and NO_COLOR is not set; always; never")
         ->option_text("auto|always|never")
-        ->transform(CLI::CheckedTransformer(choices))
+        ->check(CLI::IsMember({"auto", "always", "never"}))
         ->group("Output");
     to.add_flag("--utc", common.utc, "Times in UTC (else in the zone of this machine)")->group("Output");
 }
@@ -57,6 +54,11 @@ struct prepared_command {
     CLI::App* arguments;
     std::unique_ptr<command> what;
 };
+
+// "--db=" has an empty value, as `--db ""` has; the parser would take the next argument for it.
+bool is_option_with_nothing(std::string_view argument) {
+    return argument.starts_with("--") && argument.find('=') == argument.size() - 1;
+}
 
 // As the parser takes them: last one first. Names that it would misread get the folder in front that they lie in: behind
 // "--" those that look like options (it would not take several there), anywhere "[a,b]" (it would take that for a list).
@@ -67,6 +69,8 @@ std::vector<std::string> arguments_of(int argc, const char* const* argv) {
         const bool bracketed = argument.starts_with('[') && argument.ends_with(']');
         if (argument == "--" && !names_only)
             names_only = true;
+        else if (!names_only && is_option_with_nothing(argument))
+            arguments.insert(arguments.end(), {argument.substr(0, argument.size() - 1), ""});
         else
             arguments.push_back((bracketed || (names_only && argument.starts_with('-')) ? "./" : "") +
                                 argument);
@@ -91,6 +95,25 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
     return all;
 }
 
+// What is wrong, where the parser's own words speak of the parser.
+std::string words_of(const CLI::App& app, const CLI::ParseError& why) {
+    const std::string words = why.what();
+    if (why.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) &&
+        app.get_subcommands().empty()) {
+        const std::vector<std::string> unknown = app.remaining();
+        if (unknown.empty())
+            return "no command is given";
+        const std::string& first = unknown.front();
+        return (first.empty() ? "\"\"" : first) +
+               (first.starts_with('-') ? ": no such option" : ": no such command");
+    }
+    const size_t place = words.find(": 1 required ");
+    if (why.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch) &&
+        place != std::string::npos)
+        return words.substr(0, place) + ": a value is missing";
+    return words;
+}
+
 // Help and version are data that were asked for; anything else is a message.
 exit_status explain(const CLI::App& app, const CLI::ParseError& why, output::standard_output& out,
                     output::messages& err) {
@@ -100,17 +123,26 @@ exit_status explain(const CLI::App& app, const CLI::ParseError& why, output::sta
         out.write(asked_for.str());
         return exit_status::sound;
     }
-    const bool no_command = why.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) &&
-                            app.get_subcommands().empty();
-    err.say(no_command ? "no command is given" : why.what());
+    err.say(words_of(app, why));
     err.say("see kmr --help, or kmr COMMAND --help");
     return exit_status::failed;
 }
+
+// Says first what comes first on the command line.
+class help_text final : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        if (app->get_parent() == nullptr)
+            return "Usage: " + name + " COMMAND [OPTION...] ...\n";
+        return CLI::Formatter::make_usage(app, std::move(name));
+    }
+};
 
 exit_status run_command(int argc, const char* const* argv, output::standard_output& out,
                         output::messages& err) {
     CLI::App app("Judges, lists and tabulates recordings of a digital video recorder", "kmr");
     common_options common;
+    app.formatter(std::make_shared<help_text>());
     app.set_version_flag("--version", "kmr " KMR_VERSION);
     app.set_help_flag("-h,--help", "Print this text");
     app.require_subcommand(1); // so that a file may have the name of a command
@@ -131,22 +163,35 @@ exit_status run_command(int argc, const char* const* argv, output::standard_outp
     return exit_status::failed;
 }
 
+// What was found before something failed is data too, and comes in front of the message.
+exit_status run_or_tell(int argc, const char* const* argv, output::standard_output& out,
+                        output::messages& err) {
+    std::string why;
+    try {
+        return run_command(argc, argv, out, err);
+    } catch (const std::bad_alloc&) {
+        why = "no memory";
+    } catch (const std::exception& failure) {
+        why = failure.what();
+    }
+    out.flush();
+    err.say(why);
+    return exit_status::failed;
+}
+
 } // namespace
 
 int run(int argc, const char* const* argv) {
     occupy_standard_descriptors();
-    take_signals_as_usual();
+    end_with_the_reader();
     output::messages err;
     auto status = exit_status::failed;
     try {
         output::standard_output out(err);
-        status = run_command(argc, argv, out, err);
+        status = run_or_tell(argc, argv, out, err);
         out.finish();
     } catch (const output::not_written& why) {
         err.say("standard output: " + std::string(std::strerror(why.error)));
-        status = exit_status::failed;
-    } catch (const std::bad_alloc&) {
-        err.say("no memory");
         status = exit_status::failed;
     } catch (const std::exception& why) {
         err.say(why.what());

@@ -50,7 +50,7 @@ const command_kind show_command = {
     "Shows what a recording is, on one screen",
     "  kmr show recording.kmr\n"
     "  kmr show --json *.kmr | jq '.bit_rate'\n",
-    [] { return std::unique_ptr<command>(std::make_unique<show>()); },
+    make_command<show>,
 };
 
 } // namespace kmr::program

@@ -35,7 +35,7 @@ void messages::say(std::string_view text) {
 }
 
 void messages::say(std::string_view path, std::string_view text) {
-    say(std::string(path).append(": ").append(text));
+    say(std::string(path.empty() ? "\"\"" : path).append(": ").append(text));
 }
 
 void messages::show_progress(std::string_view line) {

@@ -15,7 +15,7 @@ public:
     // "kmr: text". The text may hold anything; control characters are taken out.
     void say(std::string_view text);
 
-    // "kmr: path: text"
+    // "kmr: path: text", with quotation marks for an empty path
     void say(std::string_view path, std::string_view text);
 
     // A line that the next one, or a message, takes the place of; empty: none.

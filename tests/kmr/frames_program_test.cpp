@@ -82,6 +82,7 @@ TEST_F(FramesTest, ChoosesFrames) {
     place_.compose("a.kmr", {"--lose", "6:2"});
     EXPECT_EQ(numbers_of({}), "1 2 3 4 5 6 9 10 ");
     EXPECT_EQ(numbers_of({"--type", "I"}), "1 6 ");
+    EXPECT_EQ(numbers_of({"--type", "i"}), "1 6 ");
     EXPECT_EQ(numbers_of({"--type", "p", "--from", "5"}), "5 9 10 ");
     EXPECT_EQ(numbers_of({"--from", "2", "--to", "4"}), "2 3 ");
     EXPECT_EQ(numbers_of({"--from", "0:00.080", "--to", "0:00.160"}), "3 4 ");
@@ -139,9 +140,16 @@ TEST_F(FramesTest, HaveNoTimeWithoutAClock) {
 TEST_F(FramesTest, OfNoRecordingAreNone) {
     place_.folder().write_text("a.kmr", "no recording");
     const auto run = place_.kmr({"frames", "a.kmr"});
-    EXPECT_EQ(run.out, heading);
+    EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "kmr: a.kmr: not a recording\n");
     EXPECT_EQ(run.status, 1);
+}
+
+// So that a script finds its columns.
+TEST_F(FramesTest, OfWhichNoneIsWantedHaveTheirHeading) {
+    place_.compose("a.kmr");
+    EXPECT_EQ(out_of({"--gaps"}), heading);
+    EXPECT_EQ(out_of({"--gaps", "--format", "csv"}), csv_heading);
 }
 
 } // namespace

@@ -62,6 +62,27 @@ TEST(OrderedWorkTest, ThrowsOnWhatWorkThrew) {
     EXPECT_TRUE(stop);
 }
 
+TEST(OrderedWorkTest, HandsOutWhatStandsInFrontOfAFailure) {
+    for (const size_t threads : {1, 4}) {
+        std::atomic<bool> stop = false;
+        std::vector<size_t> taken;
+        const auto slow_before_it_fails = [](size_t which) {
+            if (which == 5 || which == 6)
+                throw std::runtime_error(which == 5 ? "the sixth" : "the seventh");
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            return which;
+        };
+        std::string told;
+        try {
+            run(100, threads, stop, slow_before_it_fails, [&](size_t result) { taken.push_back(result); });
+        } catch (const std::runtime_error& why) {
+            told = why.what();
+        }
+        EXPECT_EQ(taken, (std::vector<size_t>{0, 1, 2, 3, 4}));
+        EXPECT_EQ(told, "the sixth");
+    }
+}
+
 TEST(OrderedWorkTest, StopsTheOthersWhenAResultCannotBeTaken) {
     std::atomic<bool> stop = false;
     const auto work = [&](size_t which) {

@@ -69,6 +69,63 @@ TEST_F(ExitStatusTest, OfWrongUsageIs2) {
     }
 }
 
+struct wrong_usage {
+    words arguments;
+    std::string told;
+};
+
+TEST_F(ExitStatusTest, OfWrongUsageComesWithItsReason) {
+    place_.compose("sound.kmr");
+    const wrong_usage all[] = {
+        {{}, "no command is given"},
+        {{"chekc", "disk"}, "chekc: no such command"},
+        {{"help"}, "help: no such command"},
+        {{""}, "\"\": no such command"},
+        {{"--bogus"}, "--bogus: no such option"},
+        {{"check"}, "PATH is required"},
+        {{"check", "--color", "bad", "sound.kmr"}, "--color: bad not in {auto,always,never}"},
+        {{"check", "--color", "1", "sound.kmr"}, "--color: 1 not in {auto,always,never}"},
+        {{"check", "sound.kmr", "--jobs"}, "--jobs: a value is missing"},
+        {{"check", "sound.kmr", "--db"}, "--db: a value is missing"},
+        {{"check", "--db", "", "sound.kmr"}, "--db: the value is empty"},
+        {{"check", "--db=", "sound.kmr", "sound.kmr"}, "--db: the value is empty"},
+        {{"check", "--db", "a.db", "--host", "", "sound.kmr"}, "--host: the value is empty"},
+        {{"merge", "", "a.db"}, "DATABASE: the value is empty"},
+        {{"merge", "a.db", ""}, "FROM: the value is empty"},
+        {{"frames", "--type", "B", "sound.kmr"}, "--type: B not in {I,P}"},
+        {{"frames", "--format", "xml", "sound.kmr"}, "--format: xml not in {table,csv,json}"}};
+    for (const wrong_usage& each : all) {
+        const auto run = place_.kmr(each.arguments);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, "kmr: " + each.told + "\nkmr: see kmr --help, or kmr COMMAND --help\n");
+    }
+    const auto entries = std::filesystem::directory_iterator(place_.folder().path());
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1); // and nothing was made
+}
+
+// What a variable of a script leaves that was not set.
+TEST_F(ExitStatusTest, OfAnEmptyPlaceOrNameIs2) {
+    place_.compose("sound.kmr");
+    const std::string no_place =
+        "kmr: \"\": neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)\n";
+    const std::string no_file = "kmr: \"\": No such file or directory\n";
+    const wrong_usage all[] = {
+        {{"frames", "--from", "", "sound.kmr"}, no_place},
+        {{"frames", "--to", "", "sound.kmr"}, no_place},
+        {{"frames", "--from=", "sound.kmr"}, no_place},
+        {{"frames", ""}, no_file},
+        {{"check", "", "sound.kmr"}, no_file},
+        {{"show", ""}, no_file},
+        {{"ls", ""}, no_file},
+        {{"query", "sound.kmr", "--to", ""}, "kmr: \"\": not a time as 2015-01-02T03:04:05\n"}};
+    for (const wrong_usage& each : all) {
+        const auto run = place_.kmr(each.arguments);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.err, each.told);
+    }
+}
+
 TEST_F(ExitStatusTest, OfHelpAndVersionIs0) {
     const auto version = place_.kmr({"--version"});
     EXPECT_EQ(version.status, 0);
@@ -76,6 +133,7 @@ TEST_F(ExitStatusTest, OfHelpAndVersionIs0) {
     const auto help = place_.kmr({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
+    EXPECT_NE(help.out.find("\nUsage: kmr COMMAND [OPTION...] ...\n"), std::string::npos) << help.out;
     for (const std::string command : {"check", "show", "frames"}) {
         EXPECT_NE(help.out.find("\n  " + command), std::string::npos) << help.out;
         const auto more = place_.kmr({command, "--help"});
