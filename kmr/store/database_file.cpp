@@ -2,6 +2,7 @@
 
 #include "kmr/store/schema.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -145,12 +146,25 @@ void make_database(const std::string& path) {
         refuse_with_errno(path);
 }
 
+// What a check says, on one line. It may begin with a line that names the database, as SQLite does.
+std::string on_one_line(std::string words) {
+    if (words.starts_with("***"))
+        words.erase(0, words.find('\n') == std::string::npos ? 0 : words.find('\n') + 1);
+    std::replace(words.begin(), words.end(), '\n', ' ');
+    return words;
+}
+
+// SQLite takes some names for something else than a file: ":memory:", "file:..." with parameters.
+std::string as_file_name(const std::string& path) {
+    return path.starts_with('/') ? path : "./" + path;
+}
+
 } // namespace
 
 void expect_sound(const std::string& path, connection& opened, const std::string& schema) {
     const std::string found = opened.text("PRAGMA " + schema + ".quick_check(1)");
     if (found != "ok")
-        refuse(path, "damaged: " + found);
+        refuse(path, "damaged: " + on_one_line(found));
     connection ours(":memory:", connection::access::memory);
     ours.run(schema_sql);
     statement expected(ours.get(), "SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
@@ -170,7 +184,7 @@ connection open_database(const std::string& path) {
     expect_ours(path);
     const bool left_log = has_log(path);
     try {
-        connection opened(path, connection::access::read_write);
+        connection opened(as_file_name(path), connection::access::read_write);
         if (opened.read_only())
             refuse(path, "cannot be written");
         opened.leave_log_on_close(left_log);
@@ -188,7 +202,7 @@ connection open_database(const std::string& path) {
 std::string database_to_read(const std::string& path) {
     expect_ours(path);
     std::string name = "file:";
-    for (const char each : path) {
+    for (const char each : as_file_name(path)) {
         char escaped[4];
         std::snprintf(escaped, sizeof escaped, "%%%02x", static_cast<unsigned char>(each));
         name += escaped;

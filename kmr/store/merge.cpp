@@ -19,7 +19,7 @@ void take_over(connection& into) {
     into.run("INSERT INTO main.recordings (" + row_columns + ") SELECT " + row_columns +
              " FROM other.recordings WHERE id IN (SELECT theirs FROM later) "
              "ON CONFLICT (host, path) DO UPDATE SET (" +
-             row_columns + ") = (" + excluded(row_columns) + ")");
+             row_columns + ") = (" + excluded_but_channel(row_columns) + ")");
     into.run("CREATE TEMP TABLE taken AS SELECT later.theirs, ours.id AS ours "
              "FROM later JOIN main.recordings AS ours USING (host, path)");
     into.run("DELETE FROM main.findings WHERE recording IN (SELECT ours FROM taken)");

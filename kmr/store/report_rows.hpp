@@ -15,6 +15,10 @@ inline constexpr int report_column_count = 28;
 // "excluded.a, excluded.b" of "a, b": what an INSERT that met a row brought.
 std::string excluded(const std::string& columns);
 
+// The same of columns of `recordings`, but a channel that is there stays: the path seldom tells it, and somebody who
+// knows it has written it there.
+std::string excluded_but_channel(const std::string& columns);
+
 void bind_report(statement& to, const scan::report& judged);
 
 // From a row that has those columns from `first` on; without findings. False where it holds what no report can.

@@ -66,7 +66,7 @@ const std::string place_columns = "host, path, folder, name, type, channel, chec
 const std::string upsert_row = "INSERT INTO recordings (" + place_columns + report_columns + ") VALUES (" +
                                placeholders(place_column_count + report_column_count) +
                                ") ON CONFLICT (host, path) DO UPDATE SET (" + place_columns + report_columns +
-                               ", gone_ms) = (" + excluded(place_columns + report_columns) +
+                               ", gone_ms) = (" + excluded_but_channel(place_columns + report_columns) +
                                ", NULL) RETURNING id";
 
 } // namespace

@@ -129,6 +129,53 @@ TEST_F(CheckDatabaseTest, RefusesADatabaseBeforeItReads) {
     EXPECT_EQ(scratch::read_text(database()), "no database");
 }
 
+// A disk that is full for the database alone: no file may grow beyond 100 KiB, and nobody dies of trying.
+TEST_F(CheckDatabaseTest, PrintsWhatItJudgedBeforeTheDatabaseFailed) {
+    for (int i = 0; i < 40; ++i)
+        add("c/" + std::to_string(i) + ".kmr", store_test::torn_recording());
+    std::filesystem::create_directory(folder.file("empty"));
+    const std::string all = check({"rec"}, false).out;
+    for (const std::string jobs : {"1", "4"}) {
+        const std::string name = "of" + jobs + ".db";
+        const run::options how = {.directory = folder.path(), .environment = {"TZ=CET-1"}};
+        ASSERT_EQ(run::program(KMR, {"check", "--db", name, "empty"}, how).status, 0); // makes it
+        const run::result full =
+            run::program("/bin/bash",
+                         {"-c", "trap '' XFSZ; ulimit -f 100; exec \"$0\" check -j \"$1\" --db \"$2\" rec",
+                          KMR, jobs, name},
+                         how);
+        EXPECT_EQ(full.status, 2);
+        EXPECT_THAT(full.err, testing::StartsWith("kmr: " + name + ": "));
+        EXPECT_THAT(full.out, testing::EndsWith("\n"));
+        EXPECT_LT(full.out.size(), all.size());
+        EXPECT_EQ(full.out, all.substr(0, full.out.size()));
+    }
+}
+
+// SQLite would take the first for a database in memory, the second for a name with parameters.
+TEST_F(CheckDatabaseTest, TakesAnyNameForAFile) {
+    for (const std::string name : {":memory:", "file:q.db?mode=ro", "file:q.db"}) {
+        const run::result result =
+            run::program(KMR, {"check", "--db", name, "rec/a/sound.kmr"}, {.directory = folder.path()});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_GT(std::filesystem::file_size(folder.file(name)), 4096U) << name;
+        EXPECT_FALSE(std::filesystem::exists(folder.file("q.db")));
+        const run::result joined =
+            run::program(KMR, {"merge", "results.db", name}, {.directory = folder.path()});
+        EXPECT_EQ(joined.status, 0) << joined.err;
+    }
+}
+
+// Whoever knows the channel writes it there; another reading of the file does not.
+TEST_F(CheckDatabaseTest, KeepsTheChannelThatSomebodyWrote) {
+    check({"--host", "north", "rec/a"});
+    ask("UPDATE recordings SET channel = 3 WHERE name = 'sound.kmr'");
+    check({"--host", "north", "--recheck", "rec/a"});
+    EXPECT_THAT(ask("SELECT name, channel FROM recordings WHERE name <> x'' AND typeof(name) = 'text' "
+                    "ORDER BY name"),
+                ElementsAre("sound.kmr|3", "torn.kmr|-"));
+}
+
 TEST_F(CheckDatabaseTest, TakesTheNameOfTheMachine) {
     check({"--host", "recorder 7", "rec"});
     EXPECT_THAT(ask("SELECT DISTINCT host FROM recordings"), ElementsAre("recorder 7"));
