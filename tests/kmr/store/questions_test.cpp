@@ -12,12 +12,14 @@ using store_test::old_stamp;
 using store_test::usual_cap;
 using testing::ElementsAre;
 
-// The question under "-- name".
+// The block under "<!-- name -->", as it stands.
 std::string question(const std::string& name) {
     const std::string document = scratch::read_text(KMR_FLEET_DOCUMENT);
-    const size_t begin = document.find("-- " + name + "\n");
-    if (begin == document.npos)
+    const std::string lead = "<!-- " + name + " -->\n```sql\n";
+    const size_t place = document.find(lead);
+    if (place == document.npos)
         throw std::runtime_error("no question " + name);
+    const size_t begin = place + lead.size();
     return document.substr(begin, document.find("```", begin) - begin);
 }
 
@@ -47,6 +49,19 @@ int64_t hour_of_today(int hour) {
     local.tm_min = local.tm_sec = 0;
     local.tm_isdst = -1;
     return int64_t{std::mktime(&local)} * 1000;
+}
+
+// An argument of sqlite3 that begins with a dash is an option, and a shell changes some characters between quotation marks.
+TEST_F(QuestionTest, StandsBetweenQuotationMarksOfAShell) {
+    const std::string document = scratch::read_text(KMR_FLEET_DOCUMENT);
+    size_t questions = 0;
+    for (size_t at = document.find("```sql\n"); at != document.npos; at = document.find("```sql\n", at + 1)) {
+        const std::string block = document.substr(at + 7, document.find("```", at + 7) - at - 7);
+        EXPECT_THAT(block, testing::StartsWith("SELECT"));
+        EXPECT_EQ(block.find_first_of("\"$`\\!"), block.npos) << block;
+        ++questions;
+    }
+    EXPECT_EQ(questions, 7U);
 }
 
 TEST_F(QuestionTest, WhichChannelLostFramesLastNight) {
