@@ -13,7 +13,7 @@ void run(size_t count, size_t threads, std::atomic<bool>& stop, Work work, Take 
 }
 
 TEST(OrderedWorkTest, HandsResultsOutInOrder) {
-    for (const size_t threads : {1, 2, 7, 64}) {
+    for (const size_t threads : {1U, 2U, 7U, 64U}) {
         std::atomic<bool> stop = false;
         std::vector<size_t> taken;
         const auto slow_at_first = [](size_t which) {
@@ -63,7 +63,7 @@ TEST(OrderedWorkTest, ThrowsOnWhatWorkThrew) {
 }
 
 TEST(OrderedWorkTest, HandsOutWhatStandsInFrontOfAFailure) {
-    for (const size_t threads : {1, 4}) {
+    for (const size_t threads : {1U, 4U}) {
         std::atomic<bool> stop = false;
         std::vector<size_t> taken;
         const auto slow_before_it_fails = [](size_t which) {

@@ -111,7 +111,7 @@ TEST(PlanTest, FewBytesInFrontOfAFrameGoIntoTheOneBefore) {
 }
 
 TEST(PlanTest, FewBytesBehindTheFileHeaderMoveTheFirstFrame) {
-    for (const size_t length : {1, 8, 31}) {
+    for (const size_t length : {1U, 8U, 31U}) {
         SCOPED_TRACE(length);
         const bytes file = inserted(ten(), 88, length, 0x11);
         const auto plan = plan_of(file);
@@ -211,7 +211,7 @@ TEST(PlanTest, AClockThatIsSetStays) {
 
 TEST(PlanTest, StampsOfTwoRegionsWithoutAGoodFrameBetweenGoOnRising) {
     bytes file = ten();
-    for (const size_t header : {336, 432}) { // two damaged frames in a row
+    for (const size_t header : {336U, 432U}) { // two damaged frames in a row
         put_u32(file, header + 8, 2);
         put_u32(file, header + 20, 5);
     }

@@ -135,7 +135,7 @@ TEST_F(TagsTest, SixtyFourAreTheMost) {
 }
 
 TEST_F(TagsTest, WithoutAWholeIndexThereAreNone) {
-    for (const size_t size : {88, 1696, 1900, 1987}) {
+    for (const size_t size : {88U, 1696U, 1900U, 1987U}) {
         add(cut(tagged({}), size), wall_clock{start}, "x");
         EXPECT_EQ(plan_.status, tag_status::no_index) << size;
     }

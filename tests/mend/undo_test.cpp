@@ -104,7 +104,7 @@ TEST_F(UndoTest, RefusesWhereTheRecordingHasChangedSince) {
     expect_refused(undo_file, mend_status::changed_since); // by its size
     disk_.put(path, mended_, {old_dates.accessed, {1'400'000'111, 23}});
     expect_refused(undo_file, mend_status::changed_since); // by its time
-    for (const size_t place : {80, 432, 463, 776, 1160, 1371}) {
+    for (const size_t place : {80U, 432U, 463U, 776U, 1160U, 1371U}) {
         other = mended_;
         other[place] ^= 1;
         disk_.put(path, other, old_dates);

@@ -71,8 +71,8 @@ TEST_F(ViewerTest, WalksOverEverySingleHeaderThatIsGone) {
 
 TEST_F(ViewerTest, WalksOverStrayBytesOfAnyLength) {
     const bytes original = scan_test::recording_of(scan_test::sound_frames(10));
-    for (const size_t place : {88, 240, 336, 624, 776})
-        for (const size_t length : {1, 31, 32, 33, 96, 5000, 1048577}) {
+    for (const size_t place : {88U, 240U, 336U, 624U, 776U})
+        for (const size_t length : {1U, 31U, 32U, 33U, 96U, 5000U, 1048577U}) {
             SCOPED_TRACE(std::to_string(place) + "+" + std::to_string(length));
             expect_shown(inserted(original, place, length, 0x11));
         }
