@@ -205,10 +205,12 @@ class Campaign:
         for copy in self.copies[:1]:
             copy.restore()
             failed = copy.make("all")
-            bad = [failed] if failed else [test.name for test in copy.tests if copy.run(test).state != "passed"]
+            noticed_by = {each["by"].split(":")[0] for each in self.results.values()}
+            bad = [failed] if failed else [test.name for test in copy.tests
+                                           if test.name in noticed_by and copy.run(test).state != "passed"]
             if bad:
                 raise SystemExit(f"not to be trusted: without a mistake these fail too: {' '.join(bad)}")
-        print("without a mistake all tests pass again")
+        print("without a mistake all that noticed one pass again")
 
 
 def read_listed(path):

@@ -154,13 +154,14 @@ TEST(ChangedSourceTest, ThatHasShrunkIsUnreadableHoweverItWasRead) {
     EXPECT_EQ(judged.ended, scan::end_state::shrunk);
 }
 
-// Fails where the last byte is read.
-class ending_badly final : public scan::byte_source {
+// Fails where a byte in the middle is read.
+class broken_in_the_middle final : public scan::byte_source {
 public:
-    explicit ending_badly(const bytes& file) : file_(file) {}
+    explicit broken_in_the_middle(const bytes& file) : file_(file) {}
     uint64_t size() const override { return file_.size(); }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        if (offset + into.size() >= file_.size())
+        const uint64_t middle = file_.size() / 2;
+        if (offset <= middle && middle < offset + into.size())
             return {.count = 0, .error = EIO};
         return file_.read_at(offset, into);
     }
@@ -174,7 +175,7 @@ TEST(UnreadableTest, CountsNothing) {
     for (auto& each : all)
         each.video.resize(2000, 0xAA);
     const bytes file = scan_test::without_index(all);
-    ending_badly source(file);
+    broken_in_the_middle source(file);
     const scan::report judged = scan::judge(source, {});
     EXPECT_EQ(judged.judged, scan::verdict::unreadable);
     EXPECT_EQ(judged.frames.total, 0U);

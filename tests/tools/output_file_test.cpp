@@ -4,14 +4,16 @@
 #include "tests/support/scratch.hpp"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
+#include <string>
 #include <unistd.h>
 
 namespace {
 
-// Numbers of descriptors are handed out again as soon as they are free.
-TEST(OutputFileTest, IsClosedOnce) {
+// Numbers of descriptors are handed out again as soon as they are free, and so are names.
+TEST(OutputFileTest, LeavesAloneWhatCameBehindIt) {
     const scratch::folder folder;
     const int before = scratch::open_descriptors();
     std::optional<compose::output_file> file;
@@ -19,10 +21,12 @@ TEST(OutputFileTest, IsClosedOnce) {
     file->append("xyz", 3);
     file->commit();
     const int other = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const std::string of_another_run = folder.write_text("a.partial", "other");
     file.reset();
     EXPECT_EQ(scratch::open_descriptors(), before + 1);
     EXPECT_EQ(close(other), 0);
     EXPECT_EQ(scratch::read_text(folder.file("a")), "xyz");
+    EXPECT_EQ(scratch::read_text(of_another_run), "other");
 }
 
 TEST(OutputFileTest, IsGoneWhenItWasNotFinished) {
