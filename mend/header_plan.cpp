@@ -1,7 +1,5 @@
 #include "mend/header_plan.hpp"
 
-#include "file_op/common/frame_check.h"
-
 #include <algorithm>
 #include <ctime>
 
@@ -13,13 +11,6 @@ constexpr uint16_t mode_mjpeg = 41;
 constexpr uint32_t highest_rate = 60;
 
 } // namespace
-
-bool is_plausible(scan::picture_size size) {
-    kmr_file_header header = {};
-    header.Width = static_cast<uint16_t>(size.width);
-    header.Height = static_cast<uint16_t>(size.height);
-    return size.width <= UINT16_MAX && size.height <= UINT16_MAX && Common_IsValidFileHeader(&header) > 0;
-}
 
 void set_date(kmr_file_header& header, int64_t ms_since_1970) {
     const auto seconds = static_cast<std::time_t>(ms_since_1970 / 1000);
@@ -35,12 +26,11 @@ void set_date(kmr_file_header& header, int64_t ms_since_1970) {
 }
 
 std::optional<kmr_file_header> header_from(const header_proof& proof) {
-    const scan::picture_size size = is_plausible(proof.by_index) ? proof.by_index : proof.by_sets;
-    if (!is_plausible(size))
+    if (!is_plausible(proof.size))
         return {};
     kmr_file_header header = {};
-    header.Width = static_cast<uint16_t>(size.width);
-    header.Height = static_cast<uint16_t>(size.height);
+    header.Width = static_cast<uint16_t>(proof.size.width);
+    header.Height = static_cast<uint16_t>(proof.size.height);
     header.FrameRate = KMR_DEFAULT_FRAME_RATE;
     if (proof.step_ms != 0)
         header.FrameRate =

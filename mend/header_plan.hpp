@@ -10,15 +10,12 @@
 namespace kmr::mend {
 
 struct header_proof {
-    scan::picture_size by_index = {};
-    scan::picture_size by_sets = {};
+    scan::picture_size size = {};
     scan::video_codec codec = scan::video_codec::unknown;
     uint32_t step_ms = 0; // from frame to frame; 0: unknown
     std::optional<int64_t> start_ms = {};
     uint32_t frames = 0;
 };
-
-bool is_plausible(scan::picture_size size);
 
 // TotalSize is left 0. None where nothing proves a picture size that a recorder has.
 std::optional<kmr_file_header> header_from(const header_proof& proof);

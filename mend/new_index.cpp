@@ -84,8 +84,6 @@ void new_index::match(planned_record& record, uint32_t number, const kmr_index_r
     record.time_known = true;
     record.time = old.TimeNow;
     record.sign = old.Sign;
-    if (!old_size_)
-        old_size_ = scan::picture_size{old.VideoWidth, old.VideoHeight};
 }
 
 void new_index::match_by_place(old_records& old) {

@@ -45,8 +45,6 @@ public:
 
     // Wall clock at stream time 0 by the old index.
     std::optional<int64_t> start_ms() const { return start_ms_; }
-    // The size that the old index gives for the first frame that it names.
-    std::optional<scan::picture_size> old_size() const { return old_size_; }
     bool is_the_old_one() const { return same_as_old_; } // the same frames in the same order
 
     // Times that the old index does not know, and sizes that neither it nor the frames do.
@@ -86,7 +84,6 @@ private:
     std::vector<scan::tag> lost_tags_ = {};
     uint64_t tags_lost_ = 0;
     std::optional<int64_t> start_ms_ = {};
-    std::optional<scan::picture_size> old_size_ = {};
     bool same_as_old_ = false;
     bool guessed_ = false;
 };

@@ -115,8 +115,7 @@ std::optional<kmr_file_header> planner::right_header() const {
         header.FrameCount = static_cast<uint32_t>(found_.ordinary);
         return header;
     }
-    return header_from({.by_index = index_.old_size().value_or(scan::picture_size{}),
-                        .by_sets = before().picture,
+    return header_from({.size = before().proven_size,
                         .codec = found_.is_jpeg ? scan::video_codec::mjpeg : before().codec,
                         .step_ms = found_.step_ms,
                         .start_ms = index_.start_ms(),

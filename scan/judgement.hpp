@@ -55,6 +55,7 @@ private:
     verdict judge_verdict() const;
     void clear_for_no_recording();
     uint32_t damaged_between(uint32_t number) const;
+    void prove_size();
     bool repair_possible() const;
 
     byte_source& source_;

@@ -70,7 +70,10 @@ struct report {
     std::array<uint64_t, finding_code_count> found = {}; // how many of each code, listed or not
 
     video_codec codec = video_codec::unknown;
-    picture_size picture = {};  // of the first parameter sets, else the header's; 0 x 0 when neither is there
+    picture_size picture = {}; // of the first parameter sets, else the header's; 0 x 0 when neither is there
+    // Of records, else of parameter sets: what a header made anew may give. 0 x 0 where none is one that recorders have,
+    // and where the header is valid.
+    picture_size proven_size = {};
     uint64_t video_bytes = 0;   // of whole ordinary frames
     int64_t longest_gap_ms = 0; // longest step between neighbouring ordinary frames
     user_data_kinds user_data = {};

@@ -1,4 +1,6 @@
 // The end of a pass: what follows from all that was met.
+#include "file_op/common/frame_check.h"
+#include "scan/index_records.hpp"
 #include "scan/judgement.hpp"
 
 #include <algorithm>
@@ -19,6 +21,27 @@ finding differing(finding_code code, uint64_t offset, uint64_t expected, uint64_
     found.set(field_name::expected, static_cast<int64_t>(expected))
         .set(field_name::actual, static_cast<int64_t>(actual));
     return found;
+}
+
+bool names_i_frame(byte_source& source, const index_event& block, uint32_t position) {
+    kmr_frame_header header = {};
+    if (position < KMR_FILE_HEADER_SIZE || uint64_t{position} + sizeof header > block.offset)
+        return false;
+    source.read_at(position, {reinterpret_cast<uint8_t*>(&header), sizeof header});
+    return rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY && kmr_is_i_frame(&header) != 0;
+}
+
+// Records of a whole block are believed whatever they name; of a broken one, those that name an I-frame.
+picture_size size_in_records(byte_source& source, const index_event& block) {
+    const bool whole = block.state == index_state::whole;
+    const uint64_t body = block.length - std::min<uint64_t>(block.length, KMR_INDEX_HEAD_SIZE);
+    index_records records(source, block.offset, body / KMR_INDEX_RECORD_SIZE);
+    for (uint64_t i = 0; i < records.count(); ++i) {
+        const picture_size size = {records[i].VideoWidth, records[i].VideoHeight};
+        if (is_plausible(size) && (whole || names_i_frame(source, block, records[i].IPos)))
+            return size;
+    }
+    return {};
 }
 
 } // namespace
@@ -92,9 +115,17 @@ void judgement::sum_up() {
         result_.duration_ms = time_.now();
 }
 
+void judgement::prove_size() {
+    if (block_)
+        result_.proven_size = size_in_records(source_, *block_);
+    if (!result_.proven_size.known() && is_plausible(result_.picture))
+        result_.proven_size = result_.picture;
+}
+
 bool judgement::repair_possible() const {
     const bool index_can_be_written = result_.size <= four_gib;
-    const bool size_is_known = sized_by_sets_ || result_.index.records > 0;
+    if (result_.header.state != header_state::valid && !result_.proven_size.known())
+        return false; // a header cannot be made anew
     for (size_t code = 0; code < finding_code_count; ++code) {
         if (result_.found[code] == 0)
             continue;
@@ -103,11 +134,8 @@ bool judgement::repair_possible() const {
         case remedy::none:
             break;
         case remedy::frames:
-            return true;
         case remedy::header:
-            if (what != finding_code::header_implausible || size_is_known)
-                return true;
-            break;
+            return true;
         case remedy::index:
             if (index_can_be_written)
                 return true;
@@ -160,6 +188,8 @@ report judgement::finish() {
         result_.start_from_index = result_.start_ms.has_value();
         if (!result_.start_ms && result_.header.state == header_state::valid)
             result_.start_ms = header_start_ms(result_.header.header);
+        if (result_.header.state != header_state::valid)
+            prove_size();
     }
     result_.findings_left_out = findings_.left_out();
     result_.found = findings_.counts();

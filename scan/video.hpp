@@ -14,4 +14,7 @@ struct picture_size {
     bool known() const { return width != 0 && height != 0; }
 };
 
+// Whether a recorder makes pictures of this size: what a file header may hold.
+bool is_plausible(picture_size size);
+
 } // namespace kmr::scan

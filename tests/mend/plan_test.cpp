@@ -252,6 +252,7 @@ TEST(PlanTest, NoPictureSizeNoHeader) {
     bytes file = scan_test::without_index(all);
     overwrite(file, 0, 88, 0xEE);
     EXPECT_EQ(plan_of(file).status, plan_status::no_picture_size);
+    EXPECT_FALSE(plan_of(file).before.repair.possible);
 }
 
 TEST(PlanTest, CountsAloneAreSetRight) {

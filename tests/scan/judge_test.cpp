@@ -140,6 +140,87 @@ TEST(RepairTest, IsNotPossibleWhereOnlyAHeaderOfUnknownSizeIsWrong) {
     EXPECT_FALSE(judged.repair.possible);
 }
 
+// Encrypted frames tell no picture size, so a lost file header cannot be made anew: whatever else is wrong stays too.
+class RepairWithoutAHeaderTest : public testing::Test {
+protected:
+    RepairWithoutAHeaderTest() : all_(scan_test::sound_frames(10)) {
+        for (auto& each : all_)
+            each.tag = 2;
+    }
+
+    static scan::report judge_without_header(bytes file) {
+        std::fill_n(file.begin(), 88, uint8_t{0});
+        return scan_test::judge(file);
+    }
+
+    // Head at 1160, records at 1204 and 1284; the trailer's magic is gone.
+    static bytes with_torn_index(const scan_test::frames& all, const scan_test::records& index) {
+        bytes file = scan_test::recording_of(all, index);
+        file.at(1364) ^= 1;
+        return file;
+    }
+
+    scan_test::frames all_;
+};
+
+TEST_F(RepairWithoutAHeaderTest, IsNotPossibleWhereNothingTellsTheSize) {
+    bytes file = scan_test::without_index(all_);
+    file.at(432 + 3) = 0xEE;
+    const auto judged = judge_without_header(file);
+    EXPECT_THAT(scan_test::found(judged),
+                ElementsAre("header-implausible @0 +88", "encrypted @88 +0 #1 t0 frames=9",
+                            "bytes-torn @432 +96 #5 t160", "index-missing @1160 +0"));
+    EXPECT_FALSE(judged.repair.possible);
+    EXPECT_FALSE(judged.proven_size.known());
+}
+
+TEST_F(RepairWithoutAHeaderTest, IsNotPossibleWhereRecordsTellASizeThatNoRecorderHas) {
+    scan_test::records index = scan_test::records_for(all_);
+    for (auto& each : index)
+        each.width = each.height = 0;
+    EXPECT_FALSE(judge_without_header(scan_test::recording_of(all_, index)).repair.possible);
+    for (auto& each : index) {
+        each.width = 1000;
+        each.height = 500;
+    }
+    EXPECT_FALSE(judge_without_header(scan_test::recording_of(all_, index)).repair.possible);
+    index[1].width = 1280;
+    index[1].height = 720;
+    const auto judged = judge_without_header(scan_test::recording_of(all_, index));
+    EXPECT_TRUE(judged.repair.possible);
+    EXPECT_EQ(judged.proven_size, (scan::picture_size{1280, 720}));
+}
+
+TEST_F(RepairWithoutAHeaderTest, IsNotPossibleWhereParameterSetsTellASizeThatNoRecorderHas) {
+    scan_test::frames all = scan_test::sound_frames(1);
+    all[0].video = {0, 0, 0, 1};
+    recording::append(all[0].video, scan_test::h264_sequence_set(20, 20, 0)); // 320 x 320
+    recording::append(all[0].video, {0, 0, 0, 1, 0x65, 0x88, 0x84});
+    const auto judged = judge_without_header(scan_test::without_index(all));
+    EXPECT_EQ(judged.picture, (scan::picture_size{320, 320}));
+    EXPECT_FALSE(judged.repair.possible);
+    EXPECT_FALSE(judged.proven_size.known());
+}
+
+TEST_F(RepairWithoutAHeaderTest, TakesTheSizeOfATornIndexWhereItsRecordNamesAnIFrame) {
+    const scan_test::records right = scan_test::records_for(all_);
+    const auto judged = judge_without_header(with_torn_index(all_, right));
+    EXPECT_TRUE(judged.repair.possible);
+    EXPECT_EQ(judged.proven_size, (scan::picture_size{1920, 1080}));
+    // Inside of the file header, a P-frame, no frame, too close to the block, beyond it.
+    for (const uint32_t position : {0U, 240U, 100U, 1129U, 5000U}) {
+        scan_test::records index = right;
+        index[0].position = index[1].position = position;
+        EXPECT_FALSE(judge_without_header(with_torn_index(all_, index)).repair.possible) << position;
+    }
+}
+
+TEST_F(RepairWithoutAHeaderTest, FindsNoRecordInWhatIsLeftOfAHead) {
+    bytes file = scan_test::recording_of(all_);
+    file.resize(1160 + 40);
+    EXPECT_FALSE(judge_without_header(file).repair.possible);
+}
+
 TEST(VerdictTest, HasAName) {
     EXPECT_EQ(scan::name_of(scan::verdict::unreadable), "unreadable");
     EXPECT_EQ(scan::name_of(scan::verdict::not_a_recording), "not a recording");
