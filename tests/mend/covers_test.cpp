@@ -18,7 +18,7 @@ TEST(CoversTest, LongerOnesHaveSeveralAndNoneIsTooShortForItsHeader) {
     EXPECT_THAT(cover_lengths(mib + 32), ElementsAre(mib, 32));
     EXPECT_THAT(cover_lengths(mib + 1), ElementsAre(mib - 32, 33));
     EXPECT_THAT(cover_lengths(mib + 31), ElementsAre(mib - 32, 63));
-    EXPECT_THAT(cover_lengths(2 * mib), ElementsAre(mib, mib));
+    EXPECT_THAT(cover_lengths(2 * uint64_t{mib}), ElementsAre(mib, mib));
     EXPECT_THAT(cover_lengths(2 * uint64_t{mib} + 5), ElementsAre(mib, mib - 32, 37));
     EXPECT_THAT(cover_lengths(3 * uint64_t{mib} + 100), ElementsAre(mib, mib, mib, 100));
 }

@@ -79,7 +79,7 @@ TEST(IndexTimesTest, OfVeryManyRecords) {
     EXPECT_THAT(found(recording_of(all, index)),
                 ElementsAre("index-entry-wrong @" + std::to_string(first_record + 800) +
                                 " +80 #11 t400 record=10 field=time actual=" + time(10),
-                            "index-entry-wrong @" + std::to_string(first_record + 80 * 16'390) +
+                            "index-entry-wrong @" + std::to_string(first_record + uint64_t{80} * 16'390) +
                                 " +80 #16391 t655600 record=16390 field=time actual=" + time(16'390)));
 }
 

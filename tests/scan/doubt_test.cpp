@@ -36,8 +36,8 @@ TEST(DoubtTest, DoesNotHideAMissingRecordThere) {
 }
 
 TEST(DoubtTest, BecomesAFindingWithTheFirstPictureHoweverLate) {
-    frames all = without_pictures(151 * 5);
-    all[150 * 5].video = scan_test::i_video();
+    frames all = without_pictures(size_t{151} * 5);
+    all[size_t{150} * 5].video = scan_test::i_video();
     const auto judged = scan_test::judge(recording_of(all));
     EXPECT_EQ(judged.found[static_cast<size_t>(finding_code::kind_wrong)], 150U);
     EXPECT_EQ(judged.findings.size(), 100U);

@@ -136,7 +136,7 @@ TEST(IndexStretchTest, ShiftedAndBackAgain) {
 TEST(IndexStretchTest, OfVeryManyLostFrames) {
     // 700 of 800 I-frames in one torn region, more than the check holds of the records.
     bytes file = recording_of(sound_frames(4000));
-    std::fill(file.begin() + 88 + 536 * 5, file.begin() + 88 + 536 * 705, uint8_t{0});
+    std::fill(file.begin() + 88 + 536L * 5, file.begin() + 88 + 536L * 705, uint8_t{0});
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @2768 +375200 #3526 t141000"));
 }
 

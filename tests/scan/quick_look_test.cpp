@@ -69,7 +69,7 @@ TEST(QuickLookTest, OfAnIndexWithoutRecordsTakesTheHeader) {
 }
 
 TEST(QuickLookTest, ListsTheFirst64OfTheTags) {
-    const auto frames = scan_test::sound_frames(70 * 5);
+    const auto frames = scan_test::sound_frames(size_t{70} * 5);
     auto index = scan_test::records_for(frames);
     for (auto& each : index)
         each.tag = "door";

@@ -8,7 +8,6 @@
 namespace {
 
 using kmr::scan::finding_code;
-using kmr::scan::verdict;
 using recording::put_u32;
 using scan_test::bytes;
 using scan_test::found;
