@@ -2,6 +2,8 @@
 
 #include "kmr/output/numbers.hpp"
 
+#include <cmath>
+
 namespace kmr::output {
 namespace {
 
@@ -26,13 +28,13 @@ const byte_unit& unit_for(double bytes) {
 }
 
 void append_tenths(std::string& to, double value) {
-    const auto all = static_cast<uint64_t>(value * tenths + 0.5);
+    const auto all = static_cast<uint64_t>(std::llround(value * tenths));
     append_number(to, all / 10);
     append_number(to += '.', all % 10);
 }
 
 void append_minutes(std::string& to, double seconds) {
-    const auto all = static_cast<uint64_t>(seconds + 0.5);
+    const auto all = static_cast<uint64_t>(std::llround(seconds));
     append_number(to, all / 60);
     append_digits(to += ':', all % 60, 2);
 }
