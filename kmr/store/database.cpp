@@ -173,7 +173,7 @@ namespace {
 struct utf8_lead {
     uint8_t from;
     uint8_t to;
-    size_t following;
+    uint8_t following;
     uint8_t
         second_from; // what the second byte may be, so that nothing has two spellings and no half of a pair stands alone
     uint8_t second_to;

@@ -94,9 +94,7 @@ TEST_F(FramesTest, ChoosesFrames) {
 TEST_F(FramesTest, ShowsUserData) {
     place_.compose("a.kmr", {"--user-data", "5", "--segment", "osd=DOOR \"1\"", "--segment",
                              "vca_size=352,288", "--segment", "vca_target=12,7", "--segment",
-                             "user_define=a\x1b"
-                             "b",
-                             "--segment", "0x1234=00ff"});
+                             "user_define=a\033b", "--segment", "0x1234=00ff"});
     const std::string table = out_of({"--user-data", "--type", "I"});
     EXPECT_NE(
         table.find(

@@ -10,9 +10,7 @@
 
 namespace {
 
-using store_test::usual_cap;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 using arguments = std::vector<std::string>;
 

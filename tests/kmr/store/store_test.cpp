@@ -19,7 +19,6 @@ using store_test::old_stamp;
 using store_test::told_by;
 using store_test::usual_cap;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 class StoreTest : public testing::Test, protected store_test::folder_with_database {
