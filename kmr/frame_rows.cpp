@@ -38,7 +38,7 @@ char* put_before(char* end, uint64_t value, int least = 1) {
     return end;
 }
 
-constexpr auto powers_of_ten = [] {
+constexpr auto powers_of_ten = []() {
     std::array<uint64_t, output::longest_number> powers = {1};
     for (size_t i = 1; i < powers.size(); ++i)
         powers[i] = powers[i - 1] * 10;

@@ -97,7 +97,7 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
 
 // What is wrong, where the parser's own words speak of the parser.
 std::string words_of(const CLI::App& app, const CLI::ParseError& why) {
-    const std::string words = why.what();
+    std::string words = why.what();
     if (why.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) &&
         app.get_subcommands().empty()) {
         const std::vector<std::string> unknown = app.remaining();

@@ -29,7 +29,7 @@ constexpr named_kind names[] = {
     {0, "unknown"},
 };
 static_assert(std::size(names) == scan::unknown_user_data + 1);
-static_assert([] {
+static_assert([]() {
     for (size_t kind = 0; kind < std::size(segment_kinds); ++kind)
         if (segment_kinds[kind].flag != names[kind].flag)
             return false;
