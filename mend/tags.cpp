@@ -1,5 +1,6 @@
 #include "mend/tags.hpp"
 
+#include "base/utf8.hpp"
 #include "scan/index_place.hpp"
 #include "scan/index_records.hpp"
 #include "scan/window.hpp"
@@ -26,43 +27,6 @@ tag_field field_of(std::string_view text) {
 
 std::string text_of(const kmr_index_record& record) {
     return {record.TagName, strnlen(record.TagName, sizeof record.TagName)};
-}
-
-struct lead_byte {
-    size_t length;  // of the character
-    uint32_t bits;  // that the lead byte has of it
-    uint32_t least; // anything below would have fitted into fewer bytes
-};
-
-std::optional<lead_byte> lead_of(uint8_t byte) {
-    if (byte < 0x80)
-        return lead_byte{1, byte, 0};
-    if ((byte & 0xE0) == 0xC0)
-        return lead_byte{2, byte & 0x1FU, 0x80};
-    if ((byte & 0xF0) == 0xE0)
-        return lead_byte{3, byte & 0x0FU, 0x800};
-    if ((byte & 0xF8) == 0xF0)
-        return lead_byte{4, byte & 0x07U, 0x10000};
-    return {};
-}
-
-// Takes one character off the front; none where the bytes are no UTF-8.
-std::optional<uint32_t> take_character(std::string_view& text) {
-    const auto lead = lead_of(static_cast<uint8_t>(text.front()));
-    if (!lead || lead->length > text.size())
-        return {};
-    uint32_t character = lead->bits;
-    for (size_t i = 1; i < lead->length; ++i) {
-        const auto byte = static_cast<uint8_t>(text[i]);
-        if ((byte & 0xC0) != 0x80)
-            return {};
-        character = character << 6 | (byte & 0x3FU);
-    }
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (character < lead->least || character > 0x10FFFF || surrogate)
-        return {};
-    text.remove_prefix(lead->length);
-    return character;
 }
 
 bool is_control(uint32_t character) {
@@ -176,11 +140,12 @@ tag_status check_tag_text(std::string_view text) {
     if (text.size() > most_text)
         return tag_status::text_too_long;
     while (!text.empty()) {
-        const auto character = take_character(text);
-        if (!character)
+        const utf8_character next = first_utf8_character(text);
+        if (!next.valid)
             return tag_status::text_no_utf8;
-        if (is_control(*character))
+        if (is_control(next.code))
             return tag_status::text_with_control_characters;
+        text.remove_prefix(next.length);
     }
     return tag_status::ready;
 }

@@ -1,5 +1,7 @@
 #include "kmr/output/text.hpp"
 
+#include "base/utf8.hpp"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -8,40 +10,6 @@ namespace kmr::output {
 namespace {
 
 constexpr char hex_digits[] = "0123456789abcdef";
-
-// What stands at the beginning of some text.
-struct piece {
-    size_t length = 1;
-    uint32_t code = 0;
-    bool valid = false; // UTF-8, in its shortest form, and a character at all
-};
-
-piece first_piece(std::string_view from) {
-    const auto byte = [&](size_t at) { return static_cast<uint8_t>(from[at]); };
-    const uint8_t first = byte(0);
-    if (first < 0x80)
-        return {1, first, true};
-    struct form {
-        uint8_t mask, mark;
-        size_t length;
-        uint32_t least;
-    };
-    constexpr form forms[] = {{0xE0, 0xC0, 2, 0x80}, {0xF0, 0xE0, 3, 0x800}, {0xF8, 0xF0, 4, 0x10000}};
-    const auto* const of = std::find_if(std::begin(forms), std::end(forms),
-                                        [&](const form& f) { return (first & f.mask) == f.mark; });
-    if (of == std::end(forms) || from.size() < of->length)
-        return {};
-    uint32_t code = first & static_cast<uint8_t>(~of->mask);
-    for (size_t i = 1; i < of->length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return {};
-        code = code << 6 | (byte(i) & 0x3F);
-    }
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (code < of->least || code > 0x10FFFF || surrogate)
-        return {};
-    return {of->length, code, true};
-}
 
 bool is_control(uint32_t code) {
     const bool c0_or_c1 = code < 0x20 || (code >= 0x7F && code < 0xA0);
@@ -66,11 +34,11 @@ bool is_plain(std::string_view from, std::string_view special) {
     });
 }
 
-// Hands out every piece of the text: take(piece, its bytes).
+// Hands out every character of the text, and every byte that is none: take(character, its bytes).
 template <typename Take>
-void for_each_piece(std::string_view from, Take take) {
+void for_each_character(std::string_view from, Take take) {
     while (!from.empty()) {
-        const piece next = first_piece(from);
+        const utf8_character next = first_utf8_character(from);
         take(next, from.substr(0, next.length));
         from.remove_prefix(next.length);
     }
@@ -89,7 +57,7 @@ void append_text(std::string& to, std::string_view from) {
         to += from;
         return;
     }
-    for_each_piece(from, [&](const piece& each, std::string_view bytes) {
+    for_each_character(from, [&](const utf8_character& each, std::string_view bytes) {
         if (each.valid && !is_control(each.code))
             to += bytes;
         else
@@ -117,7 +85,7 @@ void append_json(std::string& to, std::string_view from) {
     if (is_plain(from, "\"\\"))
         to += from;
     else
-        for_each_piece(from, [&](const piece& each, std::string_view bytes) {
+        for_each_character(from, [&](const utf8_character& each, std::string_view bytes) {
             if (!each.valid)
                 append_bytes(to, bytes, "\\\\x");
             else if (is_control(each.code))

@@ -1,5 +1,7 @@
 #include "kmr/store/database.hpp"
 
+#include "base/utf8.hpp"
+
 #include <sqlite3.h>
 
 namespace kmr::store {
@@ -166,54 +168,6 @@ transaction::~transaction() {
 void transaction::commit() {
     in_.run("COMMIT");
     done_ = true;
-}
-
-namespace {
-
-struct utf8_lead {
-    uint8_t from;
-    uint8_t to;
-    uint8_t following;
-    uint8_t
-        second_from; // what the second byte may be, so that nothing has two spellings and no half of a pair stands alone
-    uint8_t second_to;
-};
-
-constexpr utf8_lead utf8_leads[] = {
-    {0x00, 0x7F, 0, 0, 0},       {0xC2, 0xDF, 1, 0x80, 0xBF}, {0xE0, 0xE0, 2, 0xA0, 0xBF},
-    {0xE1, 0xEC, 2, 0x80, 0xBF}, {0xED, 0xED, 2, 0x80, 0x9F}, {0xEE, 0xEF, 2, 0x80, 0xBF},
-    {0xF0, 0xF0, 3, 0x90, 0xBF}, {0xF1, 0xF3, 3, 0x80, 0xBF}, {0xF4, 0xF4, 3, 0x80, 0x8F},
-};
-
-// Length of the character at the beginning, 0 where none is.
-size_t character_length(std::string_view text) {
-    const auto at = [&](size_t place) { return static_cast<uint8_t>(text[place]); };
-    for (const utf8_lead& lead : utf8_leads) {
-        if (at(0) < lead.from || at(0) > lead.to)
-            continue;
-        if (text.size() <= lead.following)
-            return 0;
-        for (size_t place = 1; place <= lead.following; ++place) {
-            const uint8_t least = place == 1 ? lead.second_from : 0x80;
-            const uint8_t most = place == 1 ? lead.second_to : 0xBF;
-            if (at(place) < least || at(place) > most)
-                return 0;
-        }
-        return lead.following + 1;
-    }
-    return 0;
-}
-
-} // namespace
-
-bool is_utf8(std::string_view text) {
-    while (!text.empty()) {
-        const size_t length = character_length(text);
-        if (length == 0)
-            return false;
-        text.remove_prefix(length);
-    }
-    return true;
 }
 
 } // namespace kmr::store

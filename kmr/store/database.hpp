@@ -89,6 +89,4 @@ private:
     bool done_ = false;
 };
 
-bool is_utf8(std::string_view text);
-
 } // namespace kmr::store

@@ -1,5 +1,6 @@
 #include "kmr/store/result_store.hpp"
 
+#include "base/utf8.hpp"
 #include "kmr/store/database_file.hpp"
 #include "kmr/store/recording_name.hpp"
 #include "kmr/store/report_rows.hpp"
