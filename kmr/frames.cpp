@@ -5,6 +5,7 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/scan_follower.hpp"
 #include "scan/quick_look.hpp"
+#include "scan/scanner.hpp"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -78,6 +79,18 @@ scan::report judge_and_tell(scan::byte_source& source, file_progress& watching) 
     return scan::judge(followed, {.most_per_code = 0}, &watching);
 }
 
+// Whether frames lead to an index that nothing at the end of the file speaks of.
+bool leads_to_index(scan::byte_source& source) {
+    scan::scanner events(source);
+    for (;;) {
+        const scan::event seen = events.next();
+        if (const auto* const index = std::get_if<scan::index_event>(&seen))
+            return index->state == scan::index_state::whole;
+        if (std::holds_alternative<scan::end_event>(seen))
+            return false;
+    }
+}
+
 // The wall clock at stream time 0. Where header and index leave it open whether the clock ran on, the whole recording is
 // asked for it before the first row is written.
 std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
@@ -85,7 +98,10 @@ std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
     if (look.start_certain)
         return look.start_ms;
     file_progress watching(with.err, source.size());
-    return judge_and_tell(source, watching).start_ms;
+    followed_source followed(source, watching);
+    if (!look.index.present && !leads_to_index(followed))
+        return look.start_ms;
+    return scan::judge(followed, {.most_per_code = 0, .payloads = false}, &watching).start_ms;
 }
 
 class frames final : public command {

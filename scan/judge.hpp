@@ -9,6 +9,7 @@ namespace kmr::scan {
 
 struct judge_options {
     size_t most_per_code = 100; // findings of one code that are listed; SIZE_MAX: all of them
+    bool payloads = true; // false: they are not looked into; of the report only the times are to be used
 };
 
 // A frame as the judge sees it.

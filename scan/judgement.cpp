@@ -69,7 +69,7 @@ void judgement::take(const frame_event& frame) {
 }
 
 payload_outcome judgement::look_into(const frame_event& frame, bool encrypted, int64_t stream_ms) {
-    if (encrypted || result_.codec == video_codec::mjpeg)
+    if (encrypted || !looks_into_payloads_ || result_.codec == video_codec::mjpeg)
         return {};
     payload_outcome outcome = payloads_.take(frame, stream_ms);
     result_.user_data |= outcome.user_data.kinds;

@@ -15,7 +15,8 @@ namespace kmr::scan {
 class judgement {
 public:
     judgement(byte_source& source, const judge_options& options, observer& watching)
-        : source_(source), watching_(watching), findings_(options.most_per_code), payloads_(findings_) {
+        : source_(source), watching_(watching), looks_into_payloads_(options.payloads),
+          findings_(options.most_per_code), payloads_(findings_) {
         result_.size = source.size();
     }
 
@@ -60,6 +61,7 @@ private:
 
     byte_source& source_;
     observer& watching_;
+    const bool looks_into_payloads_;
     finding_list findings_;
     payload_checks payloads_;
     std::optional<frame_steps> steps_ = {};

@@ -61,14 +61,18 @@ video_codec codec_of(uint8_t first, uint8_t second) {
     return h264_kind(first) == unit_kind::other ? video_codec::unknown : video_codec::h264;
 }
 
-// The byte behind the next start code, `bytes.size()` when there is none.
+// The byte behind the next start code, `bytes.size()` when there is none. Its last byte is the one that is looked for:
+// zeros are frequent.
 size_t next_unit(std::span<const uint8_t> bytes, size_t from) {
-    if (from >= bytes.size())
-        return bytes.size();
-    const void* hit = memmem(bytes.data() + from, bytes.size() - from, short_start, sizeof short_start);
-    return hit == nullptr
-               ? bytes.size()
-               : static_cast<size_t>(static_cast<const uint8_t*>(hit) - bytes.data()) + sizeof short_start;
+    for (size_t at = from + sizeof short_start - 1; at < bytes.size(); ++at) {
+        const void* const one = std::memchr(bytes.data() + at, short_start[2], bytes.size() - at);
+        if (one == nullptr)
+            break;
+        at = static_cast<size_t>(static_cast<const uint8_t*>(one) - bytes.data());
+        if (bytes[at - 1] == 0 && bytes[at - 2] == 0)
+            return at + 1;
+    }
+    return bytes.size();
 }
 
 bool starts_with_unit(std::span<const uint8_t> payload) {

@@ -128,6 +128,15 @@ TEST_F(FramesTest, CountTimeFromTheStartThatCheckTells) {
     EXPECT_NE(start.find("," + time + ","), std::string::npos) << start << checked;
 }
 
+// 1420167900 is 03:05:00, 55 s behind what the header says. Nothing at the end of the file leads to the index.
+TEST_F(FramesTest, CountTimeFromAnIndexThatStandsInFrontOfOtherBytes) {
+    place_.compose("a.kmr", {"--start-epoch", "1420167900"});
+    ASSERT_EQ(place_.shell("printf 'something else' >>a.kmr").status, 0);
+    EXPECT_NE(out_of({"--format", "csv"}).find(",2015-01-02T03:05:00.000+00:00,"), std::string::npos);
+    place_.compose("a.kmr", {"--start-epoch", "1420167900", "--no-index"});
+    EXPECT_NE(out_of({"--format", "csv"}).find(",2015-01-02T03:04:05.000+00:00,"), std::string::npos);
+}
+
 TEST_F(FramesTest, HaveNoTimeWithoutAClock) {
     place_.compose("a.kmr", {"--no-index", "--header", "Month=13", "--frames", "1"});
     EXPECT_NE(out_of({"--format", "csv"}).find(",0,0,0,,ordinary\n"), std::string::npos);
