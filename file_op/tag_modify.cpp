@@ -12,7 +12,7 @@ namespace {
 struct tag_change {
     rec_index_context query;
     rec_index_header index;
-    bool writes_count; // an exchange of texts leaves the count as it is
+    bool writes_count = true; // an exchange of texts leaves the count as it is
 };
 
 int32_t choose_for_add(const char* name, tag_change& change) {
@@ -20,7 +20,6 @@ int32_t choose_for_add(const char* name, tag_change& change) {
         rec_IndexQuery(name, REC_INDEX_BY_TIME, _rec_TimeCompare, &change.query, &change.index);
     if (result == REC_INDEX_MISSING)
         return REC_TAG_NO_INDEX;
-    change.writes_count = true;
     if (result == REC_INDEX_SUCCEEDED) // the record that was chosen has a tag already
         return REC_TAG_DONE;
     if (change.index.Frame.FrameNo >= KMR_MAX_TAGS)
@@ -32,7 +31,6 @@ int32_t choose_for_add(const char* name, tag_change& change) {
 int32_t choose_for_remove(const char* name, tag_change& change) {
     const int32_t result =
         rec_IndexQuery(name, REC_INDEX_REMOVE, _rec_WholeCompare, &change.query, &change.index);
-    change.writes_count = true;
     if (result == REC_INDEX_ENDED && change.index.Frame.FrameNo > 0)
         --change.index.Frame.FrameNo;
     return REC_TAG_DONE;

@@ -411,6 +411,7 @@ TEST(IndexCallbackTest, TimeFallsBehindTheLastRecordBelowIt) {
     EXPECT_EQ(context.iPosition, 160);
     EXPECT_EQ(context.iTime, 200);
     EXPECT_STREQ(context.cTagName, "two");
+    EXPECT_EQ(_rec_TimeCompare(&records[2], 80, 320, &context), -1); // decided once and for all
 }
 
 TEST(IndexCallbackTest, ChosenRecordWithoutTagStopsTheWalk) {

@@ -14,6 +14,7 @@
 namespace {
 
 bool has_proc = true;
+std::string listed_instead;                         // a folder in place of the one that lists the descriptors
 std::vector<std::string> calls_before_first_fclose; // since it was emptied
 
 } // namespace
@@ -21,7 +22,7 @@ std::vector<std::string> calls_before_first_fclose; // since it was emptied
 // The linker leads the program's calls of these here.
 extern "C" DIR* __real_opendir(const char* path);
 extern "C" DIR* __wrap_opendir(const char* path) {
-    return has_proc ? __real_opendir(path) : nullptr;
+    return has_proc ? __real_opendir(listed_instead.empty() ? path : listed_instead.c_str()) : nullptr;
 }
 extern "C" int __real_fclose(std::FILE* file);
 extern "C" int __wrap_fclose(std::FILE* file) {
@@ -172,6 +173,16 @@ TEST_F(CopyOutTest, RefusesTheRecordingItselfUnderEveryName) {
     fs::create_hard_link(in, place.file("hardlink"));
     for (const char* name : {"in.kmr", "./in.kmr", "symlink", "hardlink"})
         expect_refused((place.path() / name).string());
+}
+
+// A module of the system's own kernel holds no descriptor.
+TEST_F(CopyOutTest, RefusesTheRecordingItselfAlsoWhereNobodyHoldsIt) {
+    fs::create_directory(place.file("nothing"));
+    fs::create_hard_link(in, place.file("hardlink"));
+    listed_instead = place.file("nothing");
+    expect_refused(place.file("hardlink"));
+    EXPECT_EQ(printed(), "file size=10000\n"); // onto any other
+    listed_instead.clear();
 }
 
 TEST_F(CopyOutTest, RefusesAnyRegularFileThatIsHeldOpen) {
