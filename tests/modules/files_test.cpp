@@ -54,6 +54,12 @@ TEST_P(PlainFilesTest, APipeIsRefusedAtOnce) {
     EXPECT_EQ(module.open(file("pipe"), O_RDWR), -1);
 }
 
+TEST_P(PlainFilesTest, ADeviceThatHasPositionsIsAFile) {
+    const int32_t number = module.open("/dev/zero");
+    ASSERT_GE(number, 3);
+    EXPECT_EQ(read_text(number, 3), std::string(3, '\0'));
+}
+
 TEST_P(PlainFilesTest, NewFilesGetMode666LessTheUmask) {
     write_file("x", "");
     const mode_t before = umask(027);
@@ -97,6 +103,14 @@ TEST_P(PlainFilesTest, WriteMovesThePosition) {
     EXPECT_EQ(module.write(number, "", 0), 0);
     EXPECT_EQ(module.close(number), 0);
     EXPECT_EQ(scratch::read_text(file("x")), "01AB456789");
+}
+
+TEST_P(PlainFilesTest, AWriteOfOneByteMovesThePosition) {
+    const auto path = write_file("x", "abc");
+    const int32_t number = module.open(path, O_RDWR);
+    EXPECT_EQ(module.write(number, "1", 1), 1);
+    EXPECT_EQ(module.write(number, "2", 1), 1);
+    EXPECT_EQ(read_text(number, 9), "c");
 }
 
 TEST_P(PlainFilesTest, AppendedBytesGoToTheEndAndThePositionFollows) {
