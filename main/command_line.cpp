@@ -26,8 +26,8 @@ int next_option(int argc, char** argv) {
 
 // The complaint about `optopt`, which getopt does not print itself: its words differ between libcs.
 void complain(const char* program) {
-    const char* known = std::strchr(option_letters, optopt);
-    const bool lacks_argument = known != nullptr && known[0] != ':' && known[1] == ':';
+    const char* known = std::strchr(option_letters, optopt); // then nothing but its argument is wrong
+    const bool lacks_argument = known != nullptr && known[0] != ':';
     std::fprintf(stderr, "%s: %s -- '%c'\n", program,
                  lacks_argument ? "option requires an argument" : "invalid option", optopt);
 }
@@ -89,11 +89,10 @@ job take_option(command_line& command, int option) {
         return job::analysis;
     case 'q':
         return take_query(command, optarg);
-    default: {
+    default:
         const uint32_t bit = option_bit(option);
         command.option_word |= bit;
         return bit != 0 ? job::analysis : job::help;
-    }
     }
 }
 

@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     kmr::command_line command;
     kmr::parse_command_line(argc, argv, command);
 
-    switch (command.what) { // uncovered: every value has its case
+    switch (command.what) {
     case kmr::job::help:
         PromptInfo(argv[0]);
         break;

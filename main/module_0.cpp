@@ -17,13 +17,14 @@ constexpr char library_name[] = "libznfs.so";
 
 using path_text = std::array<char, PATH_MAX>;
 
-bool join(path_text& to, const char* front, const char* between, const char* back) {
+template <size_t Size>
+bool join(std::array<char, Size>& to, const char* front, const char* between, const char* back) {
     const int length = std::snprintf(to.data(), to.size(), "%s%s%s", front, between, back);
     return length > 0 && static_cast<size_t>(length) < to.size();
 }
 
-bool has_library(const char* folder) {
-    path_text library;
+// `library` is then its name.
+bool has_library(const char* folder, path_text& library) {
     return join(library, folder, "/", library_name) && access(library.data(), R_OK) == 0;
 }
 
@@ -45,23 +46,20 @@ bool find_program(path_text& program) {
 constexpr const char* own_folders[] = {"/lib", "", KMR_MODULES_FROM_PROGRAM};
 
 // The folder that module 0 belongs to: ./lib of the working directory, or the first of our own that has one.
-bool find_folder(const path_text& program, path_text& folder) {
-    if (has_library("./lib"))
+bool find_folder(const path_text& program, path_text& folder, path_text& library) {
+    if (has_library("./lib", library))
         return join(folder, "./lib", "", "");
     path_text beside = program;
-    if (char* slash = std::strrchr(beside.data(), '/'))
+    if (char* slash = std::strrchr(beside.data(), '/')) // uncovered: the system tells whole paths
         *slash = '\0';
     for (const char* own : own_folders)
-        if (join(folder, beside.data(), own, "") && has_library(folder.data()))
+        if (join(folder, beside.data(), own, "") && has_library(folder.data(), library))
             return true;
     return false;
 }
 
 // The loader compares files, not names: a library that is in use already is found under every path.
-bool is_in_use(const path_text& folder) {
-    path_text library;
-    if (!join(library, folder.data(), "/", library_name))
-        return true;
+bool is_in_use(const path_text& library) {
     void* const handle = dlopen(library.data(), RTLD_NOW | RTLD_NOLOAD);
     if (handle == nullptr)
         return false;
@@ -78,11 +76,8 @@ bool leads_there_first(const char* folders, const path_text& folder) {
 
 void start_anew(const path_text& program, char** argv, const path_text& folder, const char* folders) {
     std::array<char, size_t{2} * PATH_MAX> all;
-    const int length = std::snprintf(all.data(), all.size(), "%s:%s", folder.data(), folders);
-    if (length < 0 || static_cast<size_t>(length) >= all.size() ||
-        setenv(search_variable, all.data(), 1) != 0)
-        return;
-    execv(program.data(), argv);
+    if (join(all, folder.data(), ":", folders) && setenv(search_variable, all.data(), 1) == 0)
+        execv(program.data(), argv);
 }
 
 } // namespace
@@ -91,8 +86,9 @@ void use_own_module_0(char** argv) {
     const char* const folders = std::getenv(search_variable);
     path_text program;
     path_text folder;
+    path_text library;
     if (folders == nullptr || *folders == '\0' || !was_started_itself() || !find_program(program) ||
-        !find_folder(program, folder) || is_in_use(folder) || leads_there_first(folders, folder))
+        !find_folder(program, folder, library) || is_in_use(library) || leads_there_first(folders, folder))
         return;
     start_anew(program, argv, folder, folders);
     std::fprintf(stderr, "%s: %s leads to another %s than %s\n", argv[0], search_variable, library_name,

@@ -8,9 +8,9 @@ namespace {
 
 // A node without neighbours; null without memory.
 adt_dlist_node* make_node(size_t element_size, const void* element) {
-    if (element_size >
-        SIZE_MAX - sizeof(adt_dlist_node)) // uncovered: the sum fits where a size_t has 64 bits
-        return nullptr;                    // uncovered: the sum fits where a size_t has 64 bits
+    constexpr size_t most = SIZE_MAX - sizeof(adt_dlist_node);
+    if (element_size > most) // uncovered: the sum fits where a size_t has 64 bits
+        return nullptr;      // uncovered: the sum fits where a size_t has 64 bits
     auto* node = static_cast<adt_dlist_node*>(std::malloc(sizeof(adt_dlist_node) + element_size));
     if (node == nullptr)
         return nullptr;
