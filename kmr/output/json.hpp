@@ -36,7 +36,7 @@ public:
     }
     template <typename Number>
     requires std::is_integral_v<Number> json_writer& value(Number what) {
-        if constexpr (std::is_signed_v<Number>)
+        if constexpr (std::is_signed_v<Number>) // uncovered: decided by the compiler
             return done(writer_.Int64(what));
         else
             return done(writer_.Uint64(what));

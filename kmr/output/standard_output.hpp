@@ -33,7 +33,6 @@ public:
             flush();
     }
 
-    bool holds_any() const { return !buffer_.empty(); }
     void flush();
 
     // Once, at the end: some file systems tell only on closing that there was no room.

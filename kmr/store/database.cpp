@@ -79,8 +79,7 @@ bool statement::step() {
 }
 
 void statement::run() {
-    while (step()) {
-    }
+    step();
 }
 
 void statement::reset() {
@@ -139,7 +138,8 @@ void connection::run(const std::string& sql) {
 
 int64_t connection::number(std::string_view sql) {
     statement asked(get(), sql);
-    return asked.step() ? asked.number(0) : 0;
+    asked.step();
+    return asked.number(0);
 }
 
 std::string connection::text(std::string_view sql) {

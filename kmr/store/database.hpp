@@ -36,7 +36,7 @@ public:
     statement& bind_bytes(std::string_view text); // a blob
 
     bool step(); // true: a row is there. Begins anew, with nothing bound, when the last row has gone by.
-    void run();  // a statement without rows, or whose rows do not matter
+    void run();  // a statement without rows, or the end of one whose only row was taken
     void reset();
 
     bool is_null(int column) const;

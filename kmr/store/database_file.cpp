@@ -149,7 +149,7 @@ void make_database(const std::string& path) {
 // What a check says, on one line. It may begin with a line that names the database, as SQLite does.
 std::string on_one_line(std::string words) {
     if (words.starts_with("***"))
-        words.erase(0, words.find('\n') == std::string::npos ? 0 : words.find('\n') + 1);
+        words.erase(0, words.find('\n') + 1); // nothing where it is the only line
     std::replace(words.begin(), words.end(), '\n', ' ');
     return words;
 }

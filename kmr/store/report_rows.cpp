@@ -89,10 +89,8 @@ std::string excluded(const std::string& columns) {
 std::string excluded_but_channel(const std::string& columns) {
     constexpr std::string_view brought = "excluded.channel";
     std::string result = excluded(columns);
-    const size_t place = result.find(brought);
-    return place == result.npos
-               ? result
-               : result.replace(place, brought.size(), "coalesce(recordings.channel, excluded.channel)");
+    return result.replace(result.find(brought), brought.size(),
+                          "coalesce(recordings.channel, excluded.channel)");
 }
 
 void bind_report(statement& to, const scan::report& judged) {
