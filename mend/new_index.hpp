@@ -60,7 +60,6 @@ public:
     void copy(uint64_t from, std::span<uint8_t> into) const; // of the block as it will stand
 
     // For a copy of a part: everything but what `keep` wants goes, and offsets, stream times and clock move.
-    const std::deque<planned_record>& records() const { return records_; }
     std::deque<planned_record>& records() { return records_; }
     void set_tag(planned_record& record, const std::array<char, KMR_TAG_SIZE>& text);
 

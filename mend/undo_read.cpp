@@ -82,7 +82,7 @@ int check_places(undo_reader& reader, const undo_head& head) {
     }
     if (more < 0)
         return -more;
-    return tail == head.old_size || head.new_size >= head.old_size ? 0 : EBADMSG;
+    return tail == head.old_size ? 0 : EBADMSG;
 }
 
 checked_undo refused(int error) {
