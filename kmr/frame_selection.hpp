@@ -28,8 +28,6 @@ struct frame_selection {
     std::optional<frame_place> to = {};   // this one not
     bool gaps = false;                    // only frames before which numbers are missing
 
-    bool needs_wall_time() const;
-
     // `start_ms` is the wall clock at stream time 0. A frame without a time is outside of every range of times.
     bool takes(const scan::seen_frame& frame, const std::optional<int64_t>& start_ms) const;
 };

@@ -12,15 +12,7 @@ std::string words_of(int error) {
 }
 
 std::string problem_of(const scan::opened_file& opened) {
-    switch (opened.status) {
-    case scan::open_status::opened:
-        break;
-    case scan::open_status::failed:
-        return words_of(opened.error);
-    case scan::open_status::not_a_file:
-        return "not a regular file";
-    }
-    return {};
+    return opened.status == scan::open_status::failed ? words_of(opened.error) : "not a regular file";
 }
 
 std::string problem_of(const scan::report& judged) {

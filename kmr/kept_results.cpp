@@ -7,8 +7,7 @@ namespace kmr::program {
 namespace {
 
 std::string_view name_of(std::string_view path) {
-    const size_t slash = path.rfind('/');
-    return slash == path.npos ? path : path.substr(slash + 1);
+    return path.substr(path.rfind('/') + 1); // all of it where there is no folder
 }
 
 std::string resolved(const std::string& path) {

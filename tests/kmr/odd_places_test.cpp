@@ -1,0 +1,140 @@
+// Names, folders, descriptors and terminals that are out of the ordinary.
+#include "tests/kmr/program.hpp"
+
+#include <climits>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using kmr_test::words;
+using kmr_test::workplace;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class OddPlacesTest : public testing::Test {
+protected:
+    workplace place_;
+};
+
+TEST_F(OddPlacesTest, AFolderMayEndInASlash) {
+    place_.compose("d/a.kmr");
+    EXPECT_THAT(place_.kmr({"check", "d/"}).out, HasSubstr("  d/a.kmr\n"));
+}
+
+// Behind "--" there are names alone, "--" and "--db=" among them.
+TEST_F(OddPlacesTest, NamesThatLookLikeOptions) {
+    place_.compose("--");
+    place_.compose("--db=");
+    place_.compose("[ab");
+    const auto run = place_.kmr({"check", "[ab", "--", "--", "--db="});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("3 files: 3 sound"));
+}
+
+// The path of a folder so deep below is longer than any may be: it stands in the list as what cannot be read.
+TEST_F(OddPlacesTest, AFolderBelowAPathThatIsTooLong) {
+    place_.compose("d/a.kmr");
+    int at = open(place_.folder().file("d").c_str(), O_DIRECTORY | O_RDONLY);
+    const std::string name(200, 'x');
+    for (int depth = 0; depth < PATH_MAX / 200 + 1; ++depth) {
+        ASSERT_EQ(mkdirat(at, name.c_str(), 0755), 0);
+        const int next = openat(at, name.c_str(), O_DIRECTORY | O_RDONLY);
+        close(at);
+        at = next;
+    }
+    close(at);
+    const auto run = place_.kmr({"check", place_.folder().file("d")});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, EndsWith("x: File name too long\n"));
+    EXPECT_THAT(run.out, HasSubstr("2 files: 1 sound, 1 unreadable"));
+}
+
+TEST_F(OddPlacesTest, AClosedStandardInputIsNobodys) {
+    place_.compose("a.kmr");
+    EXPECT_EQ(place_.shell("\"$1\" check a.kmr <&-").status, 0);
+    EXPECT_EQ(place_.shell("\"$1\" check a.kmr 2>&-").status, 0);
+}
+
+TEST_F(OddPlacesTest, AFrameThatTheFileEndsInIsARow) {
+    place_.compose("a.kmr", {"--no-index"});
+    const auto size = std::filesystem::file_size(place_.folder().path() / "a.kmr");
+    std::filesystem::resize_file(place_.folder().path() / "a.kmr", size - 10);
+    const auto torn = place_.kmr({"frames", "--format", "csv", "a.kmr"});
+    EXPECT_THAT(torn.out, HasSubstr("\n10,"));
+    EXPECT_THAT(torn.out, EndsWith(",damaged\n"));
+    std::filesystem::resize_file(place_.folder().path() / "a.kmr", size - 60); // of the header of 32 too
+    EXPECT_THAT(place_.kmr({"frames", "--format", "csv", "a.kmr"}).out, EndsWith(",ordinary\n"));
+}
+
+TEST_F(OddPlacesTest, AMergeTellsOfEachThatIsNone) {
+    place_.compose("a.kmr");
+    ASSERT_EQ(place_.kmr({"check", "--db", "good.db", "a.kmr"}).status, 0);
+    place_.folder().write_text("none.db", "no database");
+    const auto run = place_.kmr({"merge", "all.db", "none.db", "good.db"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err, "kmr: none.db: not a database\n");
+    EXPECT_EQ(run.out, "good.db: 1 taken over\n");
+}
+
+// --- a terminal for standard error, or for both ---
+
+class terminal {
+public:
+    terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+        if (grantpt(master_) == 0 && unlockpt(master_) == 0)
+            slave_ =
+                open(ptsname(master_), O_RDWR | O_NOCTTY); // what is written stays there until it is read
+    }
+    ~terminal() {
+        close(slave_);
+        close(master_);
+    }
+    terminal(const terminal&) = delete;
+    terminal& operator=(const terminal&) = delete;
+
+    std::string name() const { return ptsname(master_); }
+    std::string shown() const {
+        fcntl(master_, F_SETFL, O_NONBLOCK);
+        char text[4096];
+        const ssize_t count = read(master_, text, sizeof text);
+        return count < 0 ? "" : std::string(text, static_cast<size_t>(count));
+    }
+
+private:
+    int master_;
+    int slave_ = -1;
+};
+
+TEST_F(OddPlacesTest, SomebodyWatchesTheMessages) {
+    place_.compose("a.kmr");
+    const terminal watched;
+    for (const std::string command : {"check", "show"}) {
+        const auto run =
+            place_.shell("\"$1\" \"$2\" a.kmr missing.kmr /dev/null 2>\"$3\"", {command, watched.name()});
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(watched.shown(), "kmr: missing.kmr: No such file or directory\r\n"
+                                   "kmr: /dev/null: not a regular file\r\n");
+    }
+}
+
+TEST_F(OddPlacesTest, ATerminalHasColorsUnlessItIsDumb) {
+    place_.compose("a.kmr");
+    const terminal watched;
+    const auto first_word = [&](const std::string& before) {
+        place_.shell(before + " \"$1\" check a.kmr >\"$2\"", {watched.name()});
+        const std::string text = watched.shown();
+        return text.substr(0, text.find(' '));
+    };
+    EXPECT_EQ(first_word("env -u NO_COLOR TERM=dumb"), "sound");
+    EXPECT_EQ(first_word("env -u NO_COLOR TERM=xterm"), "\x1b[32msound\x1b[0m");
+    EXPECT_EQ(first_word("env -u NO_COLOR -u TERM"), "\x1b[32msound\x1b[0m");
+    EXPECT_EQ(first_word("env NO_COLOR=1 TERM=xterm"), "sound");
+}
+
+} // namespace
