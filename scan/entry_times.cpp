@@ -11,6 +11,10 @@ constexpr int64_t tolerance_ms = 2000;
 
 } // namespace
 
+bool entry_times::agree(int64_t start_ms, uint32_t time_now, int64_t stream_ms) {
+    return std::abs(int64_t{time_now} * 1000 - stream_ms - start_ms) <= tolerance_ms;
+}
+
 void entry_times::add(const entry& of) {
     if (of.clock_run != run_) {
         judge_run();
@@ -48,7 +52,7 @@ void entry_times::judge_run() {
 }
 
 void entry_times::judge(const entry& of) {
-    if (std::abs(of.offset_ms() - *median_) <= tolerance_ms)
+    if (agree(*median_, of.time_now, of.stream_ms))
         return;
     finding found = {.code = finding_code::index_entry_wrong,
                      .offset = of.record_offset,

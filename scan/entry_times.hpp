@@ -26,6 +26,9 @@ public:
 
     explicit entry_times(finding_list& findings) : findings_(findings) {}
 
+    // Whether a record's time is that of its frame, when the wall clock was `start_ms` at stream time 0.
+    static bool agree(int64_t start_ms, uint32_t time_now, int64_t stream_ms);
+
     void add(const entry& of);
     void finish() { judge_run(); }
 

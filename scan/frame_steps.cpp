@@ -97,14 +97,17 @@ bool frame_steps::judge(const step_frame& frame, int64_t numbers, int64_t step, 
     if (!frame.behind_damage && numbers == 1 && step > 0)
         drop_first_leap(step);
     report_pending();
-    if (frame.behind_damage) // nothing is said of the step, but index times count anew where they deny it
-        return step < 0 || (step > longest_usual_step() && index_contradicts(frame));
+    // Nothing is said of the clock where frames are missing, but index times count anew where they deny the step.
+    const bool denied =
+        (frame.behind_damage || numbers != 1) && step > longest_usual_step() && index_contradicts(frame);
+    if (frame.behind_damage)
+        return step < 0 || denied;
     const bool broken = numbers == 1 && judge_stamps(frame, step);
     if (numbers != 1)
         judge_numbers(frame, numbers);
     if (step > 0)
         last_step_ = step / std::max<int64_t>(1, numbers);
-    return broken || step < 0;
+    return broken || denied || step < 0;
 }
 
 step_outcome frame_steps::step_to(const step_frame& frame) {
@@ -112,6 +115,7 @@ step_outcome frame_steps::step_to(const step_frame& frame) {
     const int64_t step = wrapped_distance(previous_->stamp, frame.stamp);
     step_outcome outcome;
     outcome.delay_ms = step;
+    outcome.goes_on = numbers == 1;
     const bool back_in_line = is_back_in_line(frame);
     outcome.clock_broken = judge(frame, numbers, step, back_in_line);
     longest_ms_ = std::max(longest_ms_, step);

@@ -25,6 +25,7 @@ struct step_frame {
 struct step_outcome {
     int64_t delay_ms = 0;
     uint32_t gap = 0;          // numbers missing before the frame
+    bool goes_on = false;      // its number is the next one
     bool clock_broken = false; // index times and stamps may differ otherwise from here on
 };
 

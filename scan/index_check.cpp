@@ -10,20 +10,12 @@
 namespace kmr::scan {
 namespace {
 
-constexpr size_t most_waiting = 8;      // frames, and records looked ahead
-constexpr size_t most_regions = 4096;   // torn regions that are remembered
-constexpr size_t most_remembered = 128; // frames out of order that are remembered
+constexpr size_t most_waiting = shift_search::most_ahead; // frames, and records looked ahead
+constexpr size_t most_regions = 4096;                     // torn regions that are remembered
+constexpr size_t most_remembered = 128;                   // frames out of order that are remembered
 
 uint32_t as_in_a_record(uint64_t offset) {
     return static_cast<uint32_t>(offset); // beyond 4 GiB the index names offsets modulo 2^32
-}
-
-bool take_out(std::vector<uint32_t>& from, uint32_t value) {
-    const auto found = std::find(from.begin(), from.end(), value);
-    if (found == from.end())
-        return false;
-    from.erase(found);
-    return true;
 }
 
 } // namespace
@@ -31,7 +23,7 @@ bool take_out(std::vector<uint32_t>& from, uint32_t value) {
 index_check::index_check(byte_source& source, const index_event& block, picture_size header_size,
                          finding_list& findings)
     : source_(source), block_(block), records_(source, block.offset, block.head.RecordCount),
-      header_size_(header_size), findings_(findings), times_(findings) {}
+      header_size_(header_size), findings_(findings), times_(findings), shifts_(source, block) {}
 
 std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
     const uint32_t sought = as_in_a_record(frame_offset) + shift_;
@@ -47,7 +39,12 @@ std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
 }
 
 void index_check::take(const indexed_frame& frame) {
-    waiting_.push_back(frame);
+    indexed_frame& added = waiting_.emplace_back(frame);
+    added.repeated = newest_ && wrapped_distance(newest_->number, frame.number) <= 0 &&
+                     wrapped_distance(newest_->stamp, frame.stamp) <= 0;
+    added.behind_break = added.behind_break || added.repeated;
+    if (!added.repeated)
+        newest_ = {frame.number, frame.stamp};
     if (waiting_.size() > most_waiting)
         settle_front();
 }
@@ -77,38 +74,44 @@ size_t index_check::frames_until(uint64_t record) {
     return 0;
 }
 
-// Whether records and frames agree again a little further on.
+// Whether records and frames agree again a little further on. Behind the next break nothing is told of those in front
+// of it, unless the front frame stands alone there.
 bool index_check::falls_in_step() {
-    for (size_t ahead = 1; ahead < waiting_.size(); ++ahead)
+    for (size_t ahead = 1; ahead < waiting_.size(); ++ahead) {
+        if (ahead > 1 && waiting_[ahead].begins_anew() && !waiting_[1].begins_anew())
+            break;
         for (size_t skipped = 1; skipped <= most_waiting; ++skipped)
             if (names(record_ + skipped, waiting_[ahead]))
                 return true;
+    }
     return false;
 }
 
-// Finds the one distance by which the records from here on miss their frames. Two or three neighbours bear it out;
-// where frames follow each other at one distance, so that any of them would do, a record that names one is not shifted.
-bool index_check::follows_shift() {
-    const size_t wanted = std::min<size_t>(3, waiting_.size());
-    const auto header = frame_at(records_[record_].IPos);
-    if (wanted < 2 || (header && kmr_is_i_frame(&*header)))
+// Takes the one distance by which the records from here on miss their frames, if there is one.
+bool index_check::follows_shift(std::optional<int64_t> start_ms) {
+    const auto found = shifts_.find(
+        {.frames = waiting_, .record = record_, .behind_torn = behind_torn(), .start_ms = start_ms});
+    if (!found)
         return false;
-    for (uint64_t first = record_; first <= record_ + most_waiting && first + wanted <= records_.count();
-         ++first) {
-        const uint32_t shift = records_[first].IPos - as_in_a_record(waiting_[0].offset);
-        bool all = true;
-        for (size_t i = 1; i < wanted && all; ++i)
-            all = records_[first + i].IPos - as_in_a_record(waiting_[i].offset) == shift;
-        if (!all)
-            continue;
-        if (shift != 0)
-            report_wrong_place(record_);
-        shift_ = shift;
-        while (record_ < first)
-            next_record(); // of frames that are lost
-        return true;
-    }
-    return false;
+    for (size_t i = 0; i < found->frame; ++i)
+        miss_front();
+    while (record_ < found->record && is_in_torn_region(place_of(record_)))
+        next_record();
+    if (found->shift != 0 && found->shift != shift_)
+        report_wrong_place(first_astray(found->record));
+    shift_ = found->shift;
+    while (record_ < found->record)
+        next_record(); // of frames that are lost
+    return true;
+}
+
+// By chance a record may name another I-frame than its own.
+uint64_t index_check::first_astray(uint64_t last) {
+    const uint64_t end = std::min(last + 2, records_.count());
+    for (uint64_t record = record_; record < end; ++record)
+        if (!is_i_frame_at(records_[record].IPos))
+            return record;
+    return record_;
 }
 
 void index_check::settle_front() {
@@ -117,7 +120,8 @@ void index_check::settle_front() {
         return;
     }
     if (names(record_, waiting_.front())) {
-        match_front();
+        if (!settle_chance())
+            match_front();
         return;
     }
     if (waiting_.front().record_optional) {
@@ -127,39 +131,81 @@ void index_check::settle_front() {
     const size_t records = records_until(waiting_.front());
     const size_t frames = frames_until(record_);
     if (records > 0 && (frames == 0 || records <= frames))
-        stray_record();
+        stray_record(true);
     else if (frames > 0)
         miss_front();
     else
         settle_apart();
 }
 
+// Where bytes came or went, the first frame behind may stand where a lost one stood, or a copy where the frame stood
+// that is the next: the record is not its own then, and the neighbours tell.
+bool index_check::settle_chance() {
+    if (!waiting_.front().behind_break || waiting_.size() < 2 || waiting_[1].begins_anew() ||
+        record_ + 1 >= records_.count())
+        return false;
+    if (falls_in_step())
+        return is_out_of_time() && follows_shift(latest_[0]->start_ms);
+    if (follows_shift({}))
+        return true;
+    if (waiting_.front().repeated)
+        miss_front();
+    else
+        match_front();
+    return true;
+}
+
+// Where frames follow each other at one distance, the time alone tells that the record and the next one are others'.
+bool index_check::is_out_of_time() {
+    const auto disagrees = [&](const std::optional<entry_offset>& before, size_t i) {
+        return before && before->clock_run == waiting_[i].clock_run &&
+               !entry_times::agree(before->start_ms, records_[record_ + i].TimeNow, waiting_[i].stream_ms);
+    };
+    return std::all_of(latest_.begin(), latest_.end(),
+                       [&](const auto& before) { return disagrees(before, 0) && disagrees(before, 1); });
+}
+
 // Record and frame are nowhere near each other.
 void index_check::settle_apart() {
     if (skip_lost_frames())
         return;
-    if (names_a_later_frame())
+    if (names_a_later_frame()) {
         miss_front();
-    else if (falls_in_step() || !follows_shift())
+        return;
+    }
+    // Where frames follow each other at one distance any would do, so a record that names one is not shifted. Of a copy's
+    // record nothing is expected.
+    const bool repeated = waiting_.front().repeated;
+    if (falls_in_step() || (!repeated && is_i_frame_at(place_of(record_))))
         replace_front();
+    else if (follows_shift({}))
+        return;
+    else if (repeated)
+        miss_front();
+    else
+        replace_front();
+}
+
+uint64_t index_check::behind_torn() {
+    behind_torn_ = std::max(behind_torn_, record_);
+    while (behind_torn_ < records_.count() && is_in_torn_region(place_of(behind_torn_)))
+        ++behind_torn_;
+    return behind_torn_;
 }
 
 // Many I-frames are gone in one torn region: their records go with them if the one behind is the front frame's.
 bool index_check::skip_lost_frames() {
-    behind_torn_ = std::max(behind_torn_, record_);
-    while (behind_torn_ < records_.count() && is_in_torn_region(records_[behind_torn_].IPos))
-        ++behind_torn_;
-    if (behind_torn_ == record_ || !names(behind_torn_, waiting_.front()))
+    const uint64_t behind = behind_torn();
+    if (behind == record_ || !names(behind, waiting_.front()))
         return false;
-    while (record_ < behind_torn_)
+    while (record_ < behind)
         next_record();
     return true;
 }
 
 bool index_check::names_a_later_frame() {
-    const uint32_t position = records_[record_].IPos;
-    const auto header = frame_at(position);
-    return header && kmr_is_i_frame(&*header) && position > as_in_a_record(waiting_.back().offset);
+    const uint32_t position = place_of(record_);
+    return position > as_in_a_record(waiting_.back().offset) && is_i_frame_at(position);
 }
 
 void index_check::match_front() {
@@ -171,36 +217,34 @@ void index_check::match_front() {
                 .number = frame.number,
                 .stream_ms = frame.stream_ms,
                 .clock_run = frame.clock_run});
+    latest_[1] =
+        std::exchange(latest_[0], entry_offset{int64_t{records_[record].TimeNow} * 1000 - frame.stream_ms,
+                                               frame.clock_run});
     check_size(frame);
     waiting_.pop_front();
     next_record();
 }
 
 void index_check::miss_front() {
-    const indexed_frame frame = waiting_.front();
+    if (!waiting_.front().record_optional)
+        absent_.add(waiting_.front());
     waiting_.pop_front();
-    if (frame.record_optional || take_out(named_ahead_, as_in_a_record(frame.offset)))
-        return;
-    ++absent_count_;
-    doubtful_count_ += frame.doubtful ? 1 : 0;
-    if (absent_.size() < most_remembered)
-        absent_.push_back({frame.offset, frame.number, frame.stream_ms, frame.doubtful});
 }
 
-// The record ought to have been the front frame's. A wrong record is not also a missing one.
+// The record ought to have been the front frame's. A wrong record is not also a missing one. Where no number is missing
+// in front of the frame, none was lost in torn bytes that the record may name.
 void index_check::replace_front() {
-    if (stray_record() == stray::wrong)
+    if (stray_record(waiting_.front().frames_missing) == stray::wrong)
         waiting_.pop_front();
 }
 
 // A record that is nobody's whose turn it is.
-index_check::stray index_check::stray_record() {
+index_check::stray index_check::stray_record(bool frames_missing) {
     const uint64_t record = record_;
-    const uint32_t position = records_[record].IPos;
     stray what = stray::wrong;
-    if (record > 0 && records_[record - 1].IPos == position)
+    if (record > 0 && records_[record - 1].IPos == records_[record].IPos)
         report_order(record);
-    else if (is_in_torn_region(position))
+    else if (frames_missing && is_in_torn_region(place_of(record)))
         what = stray::lost_with_its_frame;
     else if (take_as_misplaced(record))
         what = stray::misplaced;
@@ -235,23 +279,19 @@ std::optional<kmr_frame_header> index_check::frame_at(uint64_t position) {
     return is_frame ? std::optional(header) : std::nullopt;
 }
 
+bool index_check::is_i_frame_at(uint64_t position) {
+    const auto header = frame_at(position);
+    return header && kmr_is_i_frame(&*header);
+}
+
 // An I-frame that is not the one whose turn it is: the record stands in the wrong place.
 bool index_check::take_as_misplaced(uint64_t record) {
-    const uint32_t position = records_[record].IPos;
-    const auto absent = std::find_if(absent_.begin(), absent_.end(), [&](const absent_frame& each) {
-        return as_in_a_record(each.offset) == position;
-    });
-    if (absent != absent_.end()) {
-        --absent_count_;
-        doubtful_count_ -= absent->doubtful ? 1 : 0;
-        absent_.erase(absent);
-    } else {
-        const auto header = frame_at(position);
-        if (!header || !kmr_is_i_frame(&*header))
+    const uint32_t position = place_of(record);
+    if (!absent_.found_late(position)) {
+        if (!is_i_frame_at(position))
             return false;
-        const bool ahead = !waiting_.empty() && position >= as_in_a_record(waiting_.front().offset);
-        if (ahead && named_ahead_.size() < most_remembered)
-            named_ahead_.push_back(position);
+        if (!waiting_.empty() && position >= as_in_a_record(waiting_.front().offset))
+            absent_.name_ahead(position);
     }
     // The one that runs back: this one, or the next where there is one.
     const bool is_last = record + 1 == records_.count();
@@ -273,11 +313,11 @@ finding index_check::entry_finding(uint64_t record, index_field field, int64_t a
     return found;
 }
 
-// The record names a P-frame, or nothing at all.
+// The record names a P-frame, or nothing at all, or by chance an I-frame that is not its own.
 void index_check::report_wrong_place(uint64_t record) {
     const uint32_t position = records_[record].IPos;
     const auto header = frame_at(position);
-    if (!header) {
+    if (!header || kmr_is_i_frame(&*header)) {
         findings_.add(entry_finding(record, index_field::offset, position));
         return;
     }
@@ -327,27 +367,31 @@ void index_check::next_record() {
 void index_check::finish(bool pictures_known) {
     while (!waiting_.empty())
         settle_front();
-    while (record_ < records_.count())
-        stray_record();
+    settle_tail();
     times_.finish();
-    report_incomplete(pictures_known);
+    if (auto incomplete = absent_.told(pictures_known)) {
+        incomplete->offset = block_.offset;
+        incomplete->length = block_.length;
+        findings_.add(*incomplete);
+    }
 }
 
-void index_check::report_incomplete(bool pictures_known) {
-    const uint64_t missing = absent_count_ - (pictures_known ? doubtful_count_ : 0);
-    if (missing == 0)
-        return;
-    const auto first = std::find_if(absent_.begin(), absent_.end(), [&](const absent_frame& each) {
-        return !pictures_known || !each.doubtful;
-    });
-    finding found = {
-        .code = finding_code::index_incomplete, .offset = block_.offset, .length = block_.length};
-    if (first != absent_.end()) {
-        found.frame = first->number;
-        found.time_ms = first->stream_ms;
+// What is left of the records has no frame. Where the frames end early, one finding stands for those that name what is
+// gone.
+void index_check::settle_tail() {
+    bool told = false;
+    while (record_ < records_.count()) {
+        const bool behind_frames = lies_behind_frames(record_);
+        if (behind_frames && told)
+            next_record();
+        else
+            told = (stray_record(true) == stray::wrong && behind_frames) || told;
     }
-    found.set(field_name::missing, static_cast<int64_t>(missing));
-    findings_.add(found);
+}
+
+// Beyond 4 GiB the index names offsets modulo 2^32, which do not tell.
+bool index_check::lies_behind_frames(uint64_t record) {
+    return block_.offset <= UINT32_MAX && place_of(record) >= block_.offset;
 }
 
 } // namespace kmr::scan

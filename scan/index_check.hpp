@@ -3,31 +3,21 @@
 // wrong and one in the wrong place look alike at first.
 #pragma once
 
+#include "scan/absent_frames.hpp"
 #include "scan/entry_times.hpp"
 #include "scan/events.hpp"
 #include "scan/finding_list.hpp"
 #include "scan/index_records.hpp"
+#include "scan/indexed_frame.hpp"
 #include "scan/report.hpp"
+#include "scan/shift_search.hpp"
 
+#include <array>
 #include <deque>
 #include <optional>
 #include <vector>
 
 namespace kmr::scan {
-
-// A frame that an index record ought to name.
-struct indexed_frame {
-    uint64_t offset = 0;
-    uint32_t number = 0;
-    uint32_t stamp = 0;
-    int64_t stream_ms = 0;
-    uint32_t clock_run = 0;
-    picture_size own_size = {}; // of its parameter sets, where it has some
-    // Its header says something else than its picture: with a record or without, the finding on it covers both.
-    bool record_optional = false;
-    // No picture of an I-frame is behind it, which is a finding only if the recording has such pictures elsewhere.
-    bool doubtful = false;
-};
 
 class index_check {
 public:
@@ -53,37 +43,37 @@ private:
         uint64_t begin = 0;
         uint64_t end = 0;
     };
-    struct absent_frame {
-        uint64_t offset = 0;
-        uint32_t number = 0;
-        int64_t stream_ms = 0;
-        bool doubtful = false;
-    };
-
     void settle_front();
     void settle_apart();
+    bool settle_chance();
+    bool is_out_of_time();
+    uint64_t behind_torn();
     bool skip_lost_frames();
     bool names_a_later_frame();
     bool names(uint64_t record, const indexed_frame& frame);
     size_t records_until(const indexed_frame& frame);
     size_t frames_until(uint64_t record);
     bool falls_in_step();
-    bool follows_shift();
+    bool follows_shift(std::optional<int64_t> start_ms);
+    uint64_t first_astray(uint64_t last);
     void match_front();
     void miss_front();
     void replace_front();
     enum class stray : uint8_t { wrong, misplaced, lost_with_its_frame };
-    stray stray_record();
+    stray stray_record(bool frames_missing);
+    uint32_t place_of(uint64_t record) { return records_[record].IPos - shift_; }
     bool is_in_torn_region(uint32_t position) const;
+    bool lies_behind_frames(uint64_t record);
     std::optional<kmr_frame_header> frame_at(uint64_t position);
+    bool is_i_frame_at(uint64_t position);
     bool take_as_misplaced(uint64_t record);
     bool runs_back(uint64_t record);
     void report_wrong_place(uint64_t record);
     void report_order(uint64_t record);
     void check_size(const indexed_frame& frame);
     void next_record();
+    void settle_tail();
     finding entry_finding(uint64_t record, index_field field, int64_t actual) const;
-    void report_incomplete(bool pictures_known);
 
     byte_source& source_;
     index_event block_;
@@ -92,15 +82,25 @@ private:
     finding_list& findings_;
     entry_times times_;
 
+    shift_search shifts_;
+
+    struct moment {
+        uint32_t number = 0;
+        uint32_t stamp = 0;
+    };
+    std::optional<moment> newest_ = {};
+    struct entry_offset {
+        int64_t start_ms = 0; // wall clock at stream time 0
+        uint32_t clock_run = 0;
+    };
+    std::array<std::optional<entry_offset>, 2> latest_ = {}; // of the records that were matched last
+
     uint64_t record_ = 0; // the next one to be settled
     std::deque<indexed_frame> waiting_ = {};
-    uint32_t shift_ = 0;                     // all records name offsets that lie this much too high
-    std::deque<region> torn_ = {};           // in the order of the file
-    uint64_t behind_torn_ = 0;               // records up to here lie in torn regions
-    std::vector<absent_frame> absent_ = {};  // frames without a record so far, the first of them
-    std::vector<uint32_t> named_ahead_ = {}; // frames that a record named before its turn
-    uint64_t absent_count_ = 0;
-    uint64_t doubtful_count_ = 0; // among the absent
+    uint32_t shift_ = 0;           // all records name offsets that lie this much too high
+    std::deque<region> torn_ = {}; // in the order of the file
+    uint64_t behind_torn_ = 0;     // records up to here lie in torn regions
+    absent_frames absent_ = {};
     bool order_reported_ = false;
     uint64_t time_record_ = 0;
     uint64_t tag_count_ = 0;

@@ -1,6 +1,7 @@
 #include "scan/judgement.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace kmr::scan {
 namespace {
@@ -101,6 +102,8 @@ step_outcome judgement::take_step(const frame_event& frame, int64_t stream_ms) {
         step.index_time = index_->time_of(frame.offset);
     const step_outcome outcome = steps_->take(step);
     clock_run_ += outcome.clock_broken ? 1 : 0;
+    broken_since_i_ = broken_since_i_ || behind_damage_ || !outcome.goes_on;
+    missing_since_i_ = missing_since_i_ || outcome.gap > 0;
     last_number_ = frame.header.FrameNo;
     behind_damage_ = false;
     damaged_numbers_.clear();
@@ -118,7 +121,9 @@ void judgement::hold_against_index(const frame_event& frame, const payload_outco
                   .clock_run = clock_run_,
                   .own_size = payload.look.size,
                   .record_optional = payload.kind_is_wrong,
-                  .doubtful = payload.kind_is_doubtful});
+                  .doubtful = payload.kind_is_doubtful,
+                  .behind_break = std::exchange(broken_since_i_, false),
+                  .frames_missing = std::exchange(missing_since_i_, false)});
 }
 
 void judgement::take_ordinary(const frame_event& frame) {

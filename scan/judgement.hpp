@@ -74,6 +74,9 @@ private:
     bool torn_ = false;                     // any bytes that are no whole frame
     bool torn_to_end_ = false;
     bool behind_damage_ = false;
+    bool broken_since_i_ =
+        true; // damage, or numbers that do not go on; nothing is known in front of the first
+    bool missing_since_i_ = false;
     std::vector<uint32_t> damaged_numbers_ = {}; // since the last ordinary frame, the first of them
     uint32_t last_number_ = 0;                   // of the last ordinary frame
     bool sized_by_sets_ = false;

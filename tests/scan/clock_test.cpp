@@ -107,6 +107,18 @@ TEST(IndexTimesTest, OfAFrameWithAWrongStampBehindTornBytes) {
                                          "clock-back @1312 +0 #12 t440 leap_ms=-8999960"));
 }
 
+// The same behind numbers that leap: where the index denies that time passed, its times count anew.
+TEST(IndexTimesTest, BehindNumbersAndStampsThatLeapAlone) {
+    frames all = sound_frames(40);
+    const records index = records_for(all);
+    for (size_t i = 20; i < all.size(); ++i) {
+        all[i].number += 10;
+        all[i].time_stamp += 400'000;
+    }
+    // The I-frame 4 stands at 88 + 4 x 536.
+    EXPECT_THAT(found(recording_of(all, index)), ElementsAre("frames-lost @2232 +0 #31 t400800 lost=10"));
+}
+
 // A long region whose records are right: the step over it is no break, and a wrong record behind it is still one.
 TEST(IndexTimesTest, AreHeldOnAcrossALongTornRegion) {
     frames all = sound_frames(15);

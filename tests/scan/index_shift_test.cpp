@@ -1,0 +1,246 @@
+// Records behind bytes that came into a recording or went out of it. No two I-frames of these recordings stand equally
+// far apart: the I-frame k, of 40, has k x k bytes more than others and stands at 88 + 536 k + 0 + 1 + 4 + ... + (k-1)
+// squared; its number is 5 k + 1, its stream time 200 k.
+#include "tests/scan/compose.hpp"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using recording::put_u32;
+using scan_test::bytes;
+using scan_test::found;
+using scan_test::frames;
+using scan_test::recording_of;
+using scan_test::sound_frames;
+using testing::ElementsAre;
+
+constexpr size_t i_frames = 40;
+
+constexpr size_t place(size_t k) {
+    return 88 + 536 * k + (k == 0 ? 0 : (k - 1) * k * (2 * k - 1) / 6);
+}
+static_assert(place(3) == 88 + 536 * 3 + 1 + 4);
+
+bytes varied() {
+    frames all = sound_frames(5 * i_frames);
+    for (size_t k = 0; k < i_frames; ++k)
+        all[5 * k].video = scan_test::i_video(120 + k * k);
+    return recording_of(all);
+}
+
+void cut(bytes& file, size_t from, size_t to) {
+    file.erase(file.begin() + static_cast<std::ptrdiff_t>(from),
+               file.begin() + static_cast<std::ptrdiff_t>(to));
+}
+
+// A copy of the bytes in front of `to`, from `from` on, behind them.
+void twice(bytes& file, size_t from, size_t to) {
+    const bytes copy(file.begin() + static_cast<std::ptrdiff_t>(from),
+                     file.begin() + static_cast<std::ptrdiff_t>(to));
+    file.insert(file.begin() + static_cast<std::ptrdiff_t>(to), copy.begin(), copy.end());
+}
+
+void set_counts(bytes& file, uint32_t frame_count) {
+    put_u32(file, 84, frame_count);
+    scan_test::set_total_size(file);
+}
+
+std::string text(uint64_t number) {
+    return std::to_string(number);
+}
+
+size_t block_of(const bytes& file, size_t records = i_frames) {
+    return file.size() - 52 - 80 * records;
+}
+
+// The record `record` still names the old place of its frame.
+std::string astray(const bytes& file, size_t record) {
+    return "index-entry-wrong @" + text(block_of(file) + 44 + 80 * record) + " +80 record=" + text(record) +
+           " field=offset actual=" + text(place(record));
+}
+
+TEST(IndexShiftTest, TheRecordingsAreSound) {
+    EXPECT_THAT(found(varied()), testing::IsEmpty());
+    EXPECT_EQ(block_of(varied()), place(40));
+}
+
+TEST(IndexShiftTest, BehindManyThatAreCutOut) {
+    // The I-frame 20 stands where the I-frame 10 stood, so record 10 names one by chance; record 11 names nothing.
+    bytes file = varied();
+    cut(file, place(10), place(20));
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50", astray(file, 11)));
+}
+
+TEST(IndexShiftTest, BehindManyThatAreCutOutWithinFrames) {
+    // The header of the I-frame 10 stays and takes 252 bytes; of the I-frame 20, which has 552, the last 300 are torn.
+    bytes file = varied();
+    cut(file, place(10) + 252, place(20) + 252);
+    EXPECT_THAT(found(file),
+                ElementsAre("bytes-torn @" + text(place(10) + 252) + " +300 #102 t4040", astray(file, 11)));
+    EXPECT_EQ(scan_test::judge(file).frames.lost, 50U);
+}
+
+TEST(IndexShiftTest, BehindManyThatAreCutOutAtTheFront) {
+    bytes file = varied();
+    cut(file, 88, place(12));
+    set_counts(file, 140);
+    EXPECT_THAT(found(file), ElementsAre(astray(file, 1)));
+}
+
+TEST(IndexShiftTest, InFrontOfTheLastTwo) {
+    bytes file = varied();
+    cut(file, place(4), place(38));
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-lost @" + text(place(4)) + " +0 #191 t7600 lost=170", astray(file, 5)));
+}
+
+TEST(IndexShiftTest, BehindTwoCuts) {
+    bytes file = varied();
+    cut(file, place(30), place(36));
+    cut(file, place(4), place(16));
+    const size_t second = place(30) - (place(16) - place(4));
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @" + text(place(4)) + " +0 #81 t3200 lost=60",
+                                         "frames-lost @" + text(second) + " +0 #181 t7200 lost=30",
+                                         astray(file, 5), astray(file, 30)));
+}
+
+TEST(IndexShiftTest, BehindBytesThatCameThreeTimesInAShortWhile) {
+    // In front of the I-frames 3, 5 and 7: between them two I-frames each.
+    bytes file = varied();
+    for (const size_t k : {7U, 5U, 3U})
+        file.insert(file.begin() + static_cast<std::ptrdiff_t>(place(k)), 10 * k, uint8_t{0x77});
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @" + text(place(3)) + " +30 #16 t600",
+                                         "bytes-torn @" + text(place(5) + 30) + " +50 #26 t1000",
+                                         "bytes-torn @" + text(place(7) + 80) + " +70 #36 t1400",
+                                         astray(file, 3), astray(file, 5), astray(file, 7)));
+}
+
+TEST(IndexShiftTest, BehindBytesThatMovedUp) {
+    // What stood at the I-frames 9 to 12 has gone behind the I-frame 16: records 9 to 12 name nothing, 13 to 16 miss
+    // their frames by one distance, the others have theirs. The older frames behind the cut are repeated.
+    bytes file = varied();
+    const size_t length = place(13) - place(9);
+    std::rotate(file.begin() + static_cast<std::ptrdiff_t>(place(9)),
+                file.begin() + static_cast<std::ptrdiff_t>(place(13)),
+                file.begin() + static_cast<std::ptrdiff_t>(place(17)));
+    const size_t moved = place(17) - length;
+    file.at(moved + 3) = 9; // no header: all of it is older than what is in front
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @" + text(place(9)) + " +0 #66 t2600 lost=20",
+                                         "bytes-torn @" + text(moved) + " +" + text(length) + " #86 t3400",
+                                         astray(file, 10)));
+}
+
+TEST(IndexShiftTest, BehindFramesThatStandThereTwice) {
+    bytes file = varied();
+    twice(file, place(10), place(11));
+    set_counts(file, 205);
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-repeated @" + text(place(11)) + " +0 #51 t2000 previous=55",
+                            "index-incomplete @" + text(block_of(file)) + " +3252 #51 t2000 missing=1",
+                            astray(file, 12)));
+    file = varied();
+    twice(file, place(10), place(12));
+    set_counts(file, 210);
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-repeated @" + text(place(12)) + " +0 #51 t2000 previous=60",
+                            "index-incomplete @" + text(block_of(file)) + " +3252 #51 t2000 missing=2",
+                            astray(file, 13)));
+}
+
+TEST(IndexShiftTest, BehindManyFramesThatStandThereTwice) {
+    bytes file = varied();
+    twice(file, place(10), place(22));
+    set_counts(file, 260);
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-repeated @" + text(place(22)) + " +0 #51 t2000 previous=110",
+                            "index-incomplete @" + text(block_of(file)) + " +3252 #51 t2000 missing=12",
+                            astray(file, 23)));
+}
+
+TEST(IndexShiftTest, OfRecordsWhoseFramesAreCutOffInFrontOfTheIndex) {
+    scan_test::records index;
+    frames all = sound_frames(5 * i_frames);
+    for (size_t k = 0; k < i_frames; ++k)
+        all[5 * k].video = scan_test::i_video(120 + k * k);
+    index = scan_test::records_for(all);
+    index[30].tag = "gate";
+    bytes file = recording_of(all, index);
+    cut(file, place(25), place(40));
+    set_counts(file, 125);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre(astray(file, 25)));
+    EXPECT_EQ(judged.index.tags, 1U);
+}
+
+TEST(IndexShiftTest, OfWhichTheLastFramesAreCutOffToo) {
+    // Two cuts: the records behind the first are shifted, of the others one stands for all.
+    bytes file = varied();
+    cut(file, place(30), place(40));
+    cut(file, place(10), place(20));
+    set_counts(file, 100);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50",
+                                         astray(file, 11), astray(file, 30)));
+}
+
+TEST(IndexShiftTest, OfAFrameThatIsLostIsSilent) {
+    // 10 whole I-frames are gone, and behind them the header of the I-frame 25.
+    bytes file = varied();
+    cut(file, place(10), place(20));
+    const size_t lost = place(25) - (place(20) - place(10));
+    file.at(lost + 3) = 9;
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50",
+                                         "bytes-torn @" + text(lost) + " +" + text(152 + 625) + " #127 t5040",
+                                         astray(file, 11)));
+}
+
+// --- I-frames that stand equally far apart: k at 88 + 536 k ---
+
+TEST(EqualDistancesTest, AShiftThatEndsBehindALostFrame) {
+    // 50 bytes came in front of the I-frame 5; the I-frame 30 lost its header and 50 bytes. Its record is silent.
+    bytes file = recording_of(sound_frames(200));
+    const ptrdiff_t lost = 88 + 536 * 30;
+    file.erase(file.begin() + lost + 50, file.begin() + lost + 100);
+    file.at(static_cast<size_t>(lost) + 3) = 9;
+    file.insert(file.begin() + 2768, 50, uint8_t{0x77});
+    EXPECT_THAT(found(file),
+                ElementsAre("bytes-torn @2768 +50 #26 t1000", "bytes-torn @16218 +102 #152 t6040",
+                            "index-entry-wrong @21972 +80 record=5 field=offset actual=2768"));
+}
+
+TEST(EqualDistancesTest, OneFrameBetweenTwoShifts) {
+    // 50 bytes in front of the I-frame 3, 200 in front of the next: each of the two records is the first of its shift.
+    bytes file = recording_of(sound_frames(50));
+    file.insert(file.begin() + 88 + 536 * 4, 200, uint8_t{0x77});
+    file.insert(file.begin() + 88 + 536 * 3, 50, uint8_t{0x77});
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @1696 +50 #16 t600", "bytes-torn @2282 +200 #21 t800",
+                                         "index-entry-wrong @5982 +80 record=3 field=offset actual=1696",
+                                         "index-entry-wrong @6062 +80 record=4 field=offset actual=2232"));
+}
+
+TEST(EqualDistancesTest, ManyCutOutAreToldByTheirTimes) {
+    // The I-frames 6 to 29: record 6 names the I-frame 30 by chance, whose time is 4.8 s later. The frames end at
+    // 88 + 536 x 16, which record 16 names.
+    bytes file = recording_of(sound_frames(200));
+    file.erase(file.begin() + 88 + 536 * 6, file.begin() + 88 + 536 * 30);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #151 t6000 lost=120",
+                                         "index-entry-wrong @9988 +80 record=16 field=offset actual=8664"));
+}
+
+TEST(EqualDistancesTest, AWrongTimeBehindLostFramesIsNoShift) {
+    // The numbers leap at the frame 48, which stands at 88 + 536 x 9 + 152 + 2 x 96. The time of record 10 is no other
+    // I-frame's.
+    frames all = sound_frames(200);
+    for (size_t i = 48; i < all.size(); ++i)
+        all[i].number += 7;
+    auto index = scan_test::records_for(all);
+    index[10].time += 50;
+    EXPECT_THAT(found(recording_of(all, index)),
+                ElementsAre("frames-lost @5256 +0 #56 t1920 lost=7",
+                            "index-entry-wrong @22372 +80 #58 t2000 record=10 field=time actual=1420167897"));
+}
+
+} // namespace
