@@ -4,6 +4,7 @@
 #include "file_op/common/frame_check.h"
 #include "scan/frame_search.hpp"
 #include "scan/index_place.hpp"
+#include "scan/time_line.hpp"
 #include "scan/window.hpp"
 
 #include <algorithm>
@@ -17,6 +18,8 @@ constexpr size_t header_size = KMR_FRAME_HEADER_SIZE;
 constexpr size_t payload_size = 1024;
 constexpr size_t long_payload_size =
     2560; // the longest user data, and as much of the codec's units behind it
+
+constexpr int64_t far_ahead_ms = 2000;
 
 // `video` is longer than any marker.
 bool begins_with_user_data(std::span<const uint8_t> video) {
@@ -129,7 +132,12 @@ private:
         default:
             return begin_damage({}, search_behind({}));
         }
-        if (header.FrameSize <= index_->frames_end() - offset_)
+        const uint64_t room = index_->frames_end() - offset_;
+        if (header.FrameSize == room) {
+            if (const auto swallowed = frame_within(header))
+                return begin_damage({}, *swallowed);
+        }
+        if (header.FrameSize <= room)
             return whole_frame(offset_, header);
         const good_place behind = search_behind({});
         if (behind.what != good_place::kind::end)
@@ -142,7 +150,25 @@ private:
     }
 
     good_place search_behind(std::array<uint64_t, 2> likely) {
-        return frame_search(recording_, *index_).next_good(offset_ + 1, {.last = last_, .likely = likely});
+        return frame_search(recording_, *index_)
+            .next_good(offset_ + 1, {.last = believed_, .likely = likely});
+    }
+
+    // A frame that claims exactly the rest is the last one, unless the recording goes on within it.
+    std::optional<good_place> frame_within(const kmr_frame_header& header) {
+        const bool ordinary = rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
+        const auto before = ordinary ? frame_moment{header.FrameNo, header.TimeStamp} : believed_;
+        frame_search search(recording_, *index_);
+        good_place found = search.next_good(offset_ + header_size, {.last = before, .likely = {}});
+        while (found.what == good_place::kind::header && !follows(before, found.header))
+            found = search.next_good(found.offset + 1, {.last = before, .likely = {}});
+        return found.what == good_place::kind::header ? std::optional(found) : std::nullopt;
+    }
+
+    static bool follows(const std::optional<frame_moment>& before, const kmr_frame_header& header) {
+        return rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY &&
+               (!before || (wrapped_distance(before->number, header.FrameNo) > 0 &&
+                            wrapped_distance(before->stamp, header.TimeStamp) > 0));
     }
 
     event begin_damage(std::optional<kmr_frame_header> broken_header, const good_place& until) {
@@ -165,10 +191,11 @@ private:
 
     std::optional<frame_search::lone_frame> next_lone() {
         const good_place& until = damage_.until;
-        if (until.what != good_place::kind::header || !last_ || damage_.begin >= until.offset)
+        if (until.what != good_place::kind::header || !believed_ || damage_.begin >= until.offset)
             return {};
         return frame_search(recording_, *index_)
-            .next_lone(damage_.begin, until.offset, *last_, {until.header.FrameNo, until.header.TimeStamp});
+            .next_lone(damage_.begin, until.offset, *believed_,
+                       {until.header.FrameNo, until.header.TimeStamp});
     }
 
     event damaged_piece(uint64_t end) {
@@ -200,7 +227,7 @@ private:
         frame.kind =
             rec_ValidFrame(&header, 0) == KMR_FRAME_INSERTED ? frame_class::inserted : frame_class::ordinary;
         if (frame.kind == frame_class::ordinary)
-            last_ = frame_moment{header.FrameNo, header.TimeStamp};
+            note_moment({header.FrameNo, header.TimeStamp});
         frame.payload = video_of(offset, header, payload_size);
         frame.long_payload = frame.payload;
         if (frame.payload.size() == payload_size && begins_with_user_data(frame.payload)) {
@@ -209,6 +236,16 @@ private:
         }
         offset_ = offset + header.FrameSize;
         return frame;
+    }
+
+    // A frame far ahead of the others, by number and stamp, is believed when the next one goes on from it: alone it would
+    // make all that stands behind damage older than itself.
+    void note_moment(const frame_moment& now) {
+        const bool far_ahead = last_ && wrapped_distance(last_->number, now.number) > 1 &&
+                               wrapped_distance(last_->stamp, now.stamp) > far_ahead_ms;
+        if (!far_ahead)
+            believed_ = now;
+        last_ = now;
     }
 
     std::span<const uint8_t> video_of(uint64_t offset, const kmr_frame_header& header, size_t most) {
@@ -247,8 +284,9 @@ private:
     std::optional<index_places> index_; // none when the file could not even be read for it
     std::optional<index_event> expected_ = {};
     place at_ = place::file_header;
-    uint64_t offset_ = 0; // behind the last event
-    std::optional<frame_moment> last_ = {};
+    uint64_t offset_ = 0;                       // behind the last event
+    std::optional<frame_moment> last_ = {};     // of the last ordinary frame
+    std::optional<frame_moment> believed_ = {}; // what stands behind damage is held against it
     damage damage_ = {};
     end_event end_ = {};
 };

@@ -2,6 +2,7 @@
 // 776, 872, 968 and 1064, what is behind them at 1160.
 #include "tests/scan/compose.hpp"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -49,6 +50,112 @@ TEST(BehindDamageTest, ALoneFrameStandsBetweenItsNeighboursByNumberAndStamp) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #6 t200", "bytes-torn @776 +96 #8 t280"));
     put_u32(file, 624 + stamp_field, 5000);
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +344 #8 t280"));
+}
+
+// --- a header that claims exactly the rest ---
+
+// The fourth frame, which stands at 432, reaches to `end`.
+void claim(bytes& file, uint32_t end) {
+    put_u32(file, 432 + 4, end - 432);
+    put_u32(file, 432 + 20, end - 432 - 32);
+}
+
+TEST(ClaimedRestTest, IsTornWhereTheRecordingGoesOnWithinIt) {
+    bytes file = recording_of(sound_frames(10));
+    claim(file, 1160);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged), ElementsAre("bytes-torn @432 +96 #5 t160"));
+    EXPECT_EQ(judged.frames.total, 9U);
+    EXPECT_EQ(judged.frames.lost, 1U);
+    file = scan_test::without_index(sound_frames(10));
+    claim(file, 1160);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160", "index-missing @1160 +0"));
+}
+
+TEST(ClaimedRestTest, OfAnInsertedFrameIsTornToo) {
+    frames all = sound_frames(10);
+    all[3].tag = 0x7788;
+    all[3].number = 0;
+    bytes file = recording_of(all);
+    claim(file, 1160);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160"));
+}
+
+TEST(ClaimedRestTest, IsTornInFrontOfAFrameBehindOlderOnes) {
+    // The fifth frame is no later than the fourth by its stamp, the sixth is. The fifth lies between the third and the
+    // sixth, so it stands alone in the damage.
+    frames all = sound_frames(10);
+    all[4].time_stamp = 1000 + 40 * 3;
+    bytes file = recording_of(all);
+    claim(file, 1160);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t120"));
+}
+
+// A last frame whose video data hold another frame, with what is told of it.
+bytes with_a_frame_within(const recording::frame& inner) {
+    frames all = sound_frames(10);
+    all.back().video = scan_test::p_video(64 + 96);
+    bytes file = recording_of(all);
+    const bytes copy = recording::frame_record(inner);
+    EXPECT_EQ(copy.size(), 96U);
+    std::copy(copy.begin(), copy.end(), file.begin() + 1160); // up to the index
+    return file;
+}
+
+TEST(ClaimedRestTest, IsTheLastFrameWhateverElseItHolds) {
+    recording::frame inner = {.number = 11, .time_stamp = 1400, .kind = 1, .video = scan_test::p_video()};
+    EXPECT_THAT(found(with_a_frame_within(inner)), ElementsAre("bytes-torn @1064 +96 #11 t400"));
+    inner.tag = 0x7788;
+    EXPECT_THAT(found(with_a_frame_within(inner)), testing::IsEmpty());
+    inner.tag = 0;
+    inner.number = 10;
+    EXPECT_THAT(found(with_a_frame_within(inner)), testing::IsEmpty());
+    inner.number = 11;
+    inner.time_stamp = 1360;
+    EXPECT_THAT(found(with_a_frame_within(inner)), testing::IsEmpty());
+    inner.time_stamp = 1400;
+    bytes file = with_a_frame_within(inner);
+    put_u32(file, 1160 + 4, 95); // nothing follows it
+    put_u32(file, 1160 + 20, 63);
+    EXPECT_THAT(found(file), testing::IsEmpty());
+}
+
+// --- a frame far ahead of the others ---
+
+TEST(FarAheadTest, OneFrameInFrontOfDamageMakesNothingOlder) {
+    frames all = sound_frames(20);
+    all[7].number = 9000; // at 872
+    all[7].time_stamp = 9'000'000;
+    bytes file = recording_of(all);
+    break_header(file, 968);
+    const auto judged = scan_test::judge(file);
+    EXPECT_THAT(found(judged),
+                ElementsAre("frames-lost @872 +0 #9000 t8999000 lost=8992", "bytes-torn @968 +96 #10 t360"));
+    EXPECT_EQ(judged.frames.total, 19U);
+}
+
+TEST(FarAheadTest, OneFrameInFrontOfDamageWithALoneOne) {
+    frames all = sound_frames(20);
+    all[7].number = 9000;
+    all[7].time_stamp = 9'000'000;
+    bytes file = recording_of(all);
+    break_header(file, 968);
+    break_header(file, 1160); // the I-frame behind number 10, which stands alone
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @872 +0 #9000 t8999000 lost=8992",
+                                         "bytes-torn @968 +96 #10 t360", "bytes-torn @1160 +152 #12 t440"));
+}
+
+TEST(FarAheadTest, TwoFramesAreARecordingThatWentOn) {
+    // What stands behind the damage is older than both.
+    frames all = sound_frames(20);
+    for (const size_t i : {6U, 7U}) {
+        all[i].number += 9000;
+        all[i].time_stamp += 9'000'000;
+    }
+    bytes file = recording_of(all);
+    break_header(file, 968);
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-lost @776 +0 #9007 t9000240 lost=9000", "bytes-torn @968 +1264"));
 }
 
 // A trailer at the end of the file that names the header at 624, where a frame stands: 748 - 136 + 76 = 612 = 52 + 7 x 80
