@@ -124,11 +124,12 @@ void index_check::settle_front() {
             match_front();
         return;
     }
-    if (waiting_.front().record_optional) {
-        waiting_.pop_front();
+    const size_t records = records_until(waiting_.front());
+    if (waiting_.front().record_optional && records == 0) {
+        if (!skip_lost_frames())
+            waiting_.pop_front();
         return;
     }
-    const size_t records = records_until(waiting_.front());
     const size_t frames = frames_until(record_);
     if (records > 0 && (frames == 0 || records <= frames))
         stray_record(true);

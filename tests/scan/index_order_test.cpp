@@ -140,6 +140,15 @@ TEST(IndexStretchTest, OfVeryManyLostFrames) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @2768 +375200 #3526 t141000"));
 }
 
+TEST(IndexStretchTest, OfLostFramesInFrontOfOneOfTheWrongKind) {
+    // The finding on the header of the I-frame 35 covers its record, which stands behind those of 30 that are lost.
+    bytes file = recording_of(sound_frames(200));
+    std::fill(file.begin() + 88 + 536L * 5, file.begin() + 88 + 536L * 35, uint8_t{0});
+    recording::put_u32(file, 88 + 536 * 35 + 8, 1);
+    EXPECT_THAT(found(file),
+                ElementsAre("bytes-torn @2768 +16080 #176 t7000", "kind-wrong @18848 +152 #176 t7000"));
+}
+
 TEST(IndexStretchTest, MoreMissingThanAreRemembered) {
     records index = records_for(sound_frames(1000));
     index.erase(index.begin(), index.begin() + 150);
