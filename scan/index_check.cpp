@@ -27,7 +27,8 @@ index_check::index_check(byte_source& source, const index_event& block, picture_
 
 std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
     const uint32_t sought = as_in_a_record(frame_offset) + shift_;
-    const uint64_t end = std::min<uint64_t>(records_.count(), time_record_ + most_waiting);
+    // Behind what did not fit it counts from the record that is next, and as many frames wait in front of this one.
+    const uint64_t end = std::min<uint64_t>(records_.count(), time_record_ + 2 * most_waiting);
     for (uint64_t record = time_record_; record < end; ++record) {
         if (records_[record].IPos != sought)
             continue;

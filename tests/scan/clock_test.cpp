@@ -28,6 +28,13 @@ TEST(ClockTest, OneStampOutOfLineAndAFrameLostBehindIt) {
                                                       "frames-lost @528 +0 #6 t200 lost=1"));
 }
 
+TEST(ClockTest, OneStampOutOfLineBetweenTwoOfOneMoment) {
+    frames all = sound_frames(10);
+    all[3].time_stamp += 5000;
+    all[4].time_stamp = all[2].time_stamp;
+    EXPECT_THAT(found(recording_of(all)), ElementsAre("clock-leap @432 +0 #4 t5120 leap_ms=5040"));
+}
+
 TEST(ClockTest, PauseBeforeTheFirstRecordOfTheIndex) {
     frames all;
     for (uint32_t i = 0; i < 6; ++i) // one P-frame, then as always

@@ -19,6 +19,7 @@ struct advice {
 
 int fails_with = 0;         // errno of every fstat
 bool became_a_pipe = false; // since its path was looked at
+bool was_a_file = false;    // when its path was looked at
 std::vector<advice> advised;
 
 } // namespace
@@ -36,6 +37,14 @@ extern "C" int __wrap_fstat64(int descriptor, struct stat* into) {
     return result;
 }
 
+extern "C" int __real_stat64(const char* path, struct stat* into);
+extern "C" int __wrap_stat64(const char* path, struct stat* into) {
+    const int result = __real_stat64(path, into);
+    if (was_a_file)
+        into->st_mode = S_IFREG | 0600;
+    return result;
+}
+
 extern "C" int __wrap_posix_fadvise64(int /*descriptor*/, off_t offset, off_t length, int what) {
     advised.push_back({offset, length, what});
     return 0;
@@ -50,6 +59,7 @@ protected:
     ~HostCallsTest() override {
         fails_with = 0;
         became_a_pipe = false;
+        was_a_file = false;
         advised.clear();
     }
     scratch::folder folder_;
@@ -64,6 +74,14 @@ TEST_F(HostCallsTest, WhatIsNoFileAnyMoreIsRefused) {
     EXPECT_EQ(opened.error, 0);
     EXPECT_EQ(opened.source, nullptr);
     EXPECT_EQ(scratch::open_descriptors(), before);
+}
+
+// Nobody will ever write to it: an open that waited would wait for ever.
+TEST_F(HostCallsTest, APipeThatTookAFilesPlaceIsNotWaitedFor) {
+    const std::string path = folder_.file("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    was_a_file = true;
+    EXPECT_EQ(scan::file_source::open(path.c_str()).status, scan::open_status::not_a_file);
 }
 
 TEST_F(HostCallsTest, WhatTheHostKnowsNothingOfIsRefused) {

@@ -24,11 +24,15 @@ constexpr size_t place(size_t k) {
 }
 static_assert(place(3) == 88 + 536 * 3 + 1 + 4);
 
-bytes varied() {
+frames varied_frames() {
     frames all = sound_frames(5 * i_frames);
     for (size_t k = 0; k < i_frames; ++k)
         all[5 * k].video = scan_test::i_video(120 + k * k);
-    return recording_of(all);
+    return all;
+}
+
+bytes varied() {
+    return recording_of(varied_frames());
 }
 
 void cut(bytes& file, size_t from, size_t to) {
@@ -73,6 +77,20 @@ TEST(IndexShiftTest, BehindManyThatAreCutOut) {
     cut(file, place(10), place(20));
     EXPECT_THAT(found(file),
                 ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50", astray(file, 11)));
+}
+
+// Their times go on to be asked: a leap that they know nothing of is none of a recording that paused.
+TEST(IndexShiftTest, BehindManyThatAreCutOutTheClockLeaps) {
+    frames all = varied_frames();
+    const scan_test::records index = scan_test::records_for(all);
+    for (size_t i = 5 * 30; i < all.size(); ++i)
+        all[i].time_stamp += 60'000;
+    bytes file = recording_of(all, index);
+    cut(file, place(10), place(20));
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50",
+                                         "clock-leap @" + text(place(30) - (place(20) - place(10))) +
+                                             " +0 #151 t66000 leap_ms=60040",
+                                         astray(file, 11)));
 }
 
 TEST(IndexShiftTest, BehindManyThatAreCutOutWithinFrames) {
