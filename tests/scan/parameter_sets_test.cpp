@@ -215,11 +215,21 @@ TEST(H265SetTest, PassesOverTheProfileOfOneLowerLayer) {
     EXPECT_EQ(scan::size_in_h265_set(set.finish()), (picture_size{640, 480}));
 }
 
-TEST(H265SetTest, WithoutCroppingIsAsLargeAsItSays) {
+bytes h265_set_of(uint32_t width, uint32_t height) {
     set_writer set;
     set.byte(0x42).byte(0x01).bits("0000").bits("000").bits("1").zeros(96);
-    set.number(0).number(1).number(352).number(288).bits("0");
-    EXPECT_EQ(scan::size_in_h265_set(set.finish()), (picture_size{352, 288}));
+    set.number(0).number(1).number(width).number(height).bits("0");
+    return set.finish();
+}
+
+TEST(H265SetTest, WithoutCroppingIsAsLargeAsItSays) {
+    EXPECT_EQ(scan::size_in_h265_set(h265_set_of(352, 288)), (picture_size{352, 288}));
+}
+
+TEST(H265SetTest, OfMoreThanAnyLevelAllowsHasNoSize) {
+    EXPECT_EQ(scan::size_in_h265_set(h265_set_of(16384, 16384)), (picture_size{16384, 16384}));
+    EXPECT_FALSE(scan::size_in_h265_set(h265_set_of(16385, 288)).known());
+    EXPECT_FALSE(scan::size_in_h265_set(h265_set_of(352, 16385)).known());
 }
 
 } // namespace

@@ -118,6 +118,19 @@ TEST(PayloadTest, CutBeforeItsPictureIsNotJudged) {
     EXPECT_FALSE(look(video, video_codec::h264).cut);
 }
 
+// One byte of a unit tells nothing: an H.265 unit has two before its data.
+TEST(PayloadTest, AUnitOfOneByteIsNone) {
+    const auto seen = look(units({{0x65}}), video_codec::h264);
+    EXPECT_FALSE(seen.has_picture);
+    EXPECT_FALSE(seen.cut);
+}
+
+// 0x28 begins a picture parameter set of H.264, and with 0x01 behind it an H.265 picture.
+TEST(PayloadTest, TheSecondByteTellsTheCodecs) {
+    EXPECT_EQ(look(units({{0x28, 0xCE, 0x3C}})).codec, video_codec::h264);
+    EXPECT_EQ(look(units({{0x28, 0x01, 0xAF}})).codec, video_codec::h265);
+}
+
 TEST(PayloadTest, UserDataThatLooksLikeUnitsIsPassedOver) {
     bytes video = scan_test::user_data_unit(
         scan_test::user_data_block("ZNST", 0, {0, 0, 1, 0x65, 0x88, 0, 0, 1, 0x67}));

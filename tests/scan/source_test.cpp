@@ -195,6 +195,7 @@ TEST(Beyond4GiBTest, ALookFollowsTheRecordsAcrossTheBorder) {
     const auto look = scan::look_quickly(source);
     EXPECT_EQ(look.index.records, 420U);
     EXPECT_EQ(look.duration_ms, 4199 * 40);
+    EXPECT_TRUE(look.start_certain);
     // Records stand 400 ms apart and tell whole seconds: their offsets are 0, -400, -800, -200 and -600 ms in turn.
     EXPECT_EQ(look.start_ms, int64_t{scan_test::start_time} * 1000 - 400);
 }
