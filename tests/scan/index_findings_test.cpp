@@ -113,6 +113,13 @@ TEST(IndexBlockTest, ItsRecordsAreCheckedWhenBytesStandBehindIt) {
                                          "bytes-behind-index @1372 +10"));
 }
 
+// The block at the end of the file has no records; the one that the frames lead to has all of them.
+TEST(IndexBlockTest, OfTwoTheOneBehindTheFramesIsHeldAgainstThem) {
+    bytes file = recording_of(sound_frames(10));
+    recording::append(file, recording::index_block({}));
+    EXPECT_THAT(found(file), ElementsAre("bytes-behind-index @1372 +52"));
+}
+
 TEST(IndexBlockTest, WrongTagCount) {
     records index = records_for(sound_frames(10));
     index[1].tag = "gate";
