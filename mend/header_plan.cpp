@@ -15,8 +15,7 @@ constexpr uint32_t highest_rate = 60;
 void set_date(kmr_file_header& header, int64_t ms_since_1970) {
     const auto seconds = static_cast<std::time_t>(ms_since_1970 / 1000);
     std::tm local = {};
-    if (localtime_r(&seconds, &local) == nullptr)
-        return;
+    localtime_r(&seconds, &local); // which no count of milliseconds is too long for
     header.Year = static_cast<uint16_t>(local.tm_year + 1900);
     header.Month = static_cast<uint16_t>(local.tm_mon + 1);
     header.Day = static_cast<uint16_t>(local.tm_mday);

@@ -66,8 +66,6 @@ namespace {
 using kmr::program::found_file;
 using recording::bytes;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 struct outcome {

@@ -15,7 +15,6 @@ using kmr_test::words;
 using kmr_test::workplace;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 class OddPlacesTest : public testing::Test {
 protected:

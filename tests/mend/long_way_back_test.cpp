@@ -20,7 +20,7 @@ bytes noise() {
     bytes made(size);
     for (size_t i = 0; i < made.size(); ++i)
         made[i] = static_cast<uint8_t>(i % 255 + 1);
-    std::fill_n(made.begin() + 70'000, 40'000, uint8_t{0});
+    std::fill_n(made.begin() + 66'000, 70'000, uint8_t{0});
     std::fill_n(made.begin() + 65'500, 36, uint8_t{0});
     return made;
 }
@@ -132,6 +132,14 @@ TEST_F(LongWayBackTest, OfWhatIsCutOff) {
     disk_.put(path, original_, old_dates);
     ASSERT_EQ(shorten(disk_).status, mend_status::done);
     fail_every_call(undo_on, disk_.content(path), original_);
+}
+
+// A frame that moves over bytes in front of it is read before any of it is written.
+TEST_F(LongWayBackTest, OfAFrameThatMoves) {
+    original_ = inserted(scan_test::recording_of(scan_test::sound_frames(10)), 88, 7);
+    disk_.put(path, original_, old_dates);
+    const auto repair = [](kmr::mend::disk& on) { return repair_on(on); };
+    fail_every_call(repair, original_, mended(original_));
 }
 
 // Without a way back only the beginning can be as it was.

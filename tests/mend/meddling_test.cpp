@@ -70,6 +70,16 @@ TEST_F(MeddlingTest, ARecordingThatGrowsBetweenPlanAndChangeIsLeft) {
     }
 }
 
+TEST_F(MeddlingTest, ARecordingThatIsRewrittenBetweenPlanAndChangeIsLeft) {
+    auto opening = recording::open(disk_, path, true);
+    const auto plan = kmr::mend::plan_repair(opening.opened->source());
+    auto writing = disk_.open(path, kmr::mend::open_mode::change);
+    ASSERT_EQ(writing.file->write_at(0, bytes{1}), 0);
+    const bytes rewritten = disk_.content(path);
+    EXPECT_EQ(opening.opened->apply(plan.planned).status, mend_status::changed_meanwhile);
+    EXPECT_EQ(disk_.content(path), rewritten);
+}
+
 TEST_F(MeddlingTest, ASourceTellsWhatBecameOfIt) {
     using kmr::scan::source_change;
     auto opening = recording::open(disk_, path, true);

@@ -1,6 +1,7 @@
 // A new file, written on a disk that refuses, and from a source that fails.
-#include "tests/mend/meddled_disk.hpp"
+#include "mend/plain_disk.hpp"
 #include "tests/mend/on_disk.hpp"
+#include "tests/support/scratch.hpp"
 
 #include <cerrno>
 #include <gmock/gmock.h>
@@ -90,6 +91,13 @@ TEST_F(NewFileTest, TakesThePlaceOfNoLinkAndOfAFileOnlyWhereItMay) {
     ++never.device; // of another disk, by chance with the same number
     EXPECT_EQ(kmr::mend::write_new_file(disk_, target, source, true, &never).status, mend_status::done);
     EXPECT_EQ(disk_.content(target), content_);
+}
+
+TEST_F(NewFileTest, TakesThePlaceOfNoFolder) {
+    const scratch::folder folder;
+    kmr::mend::plain_disk disk;
+    kmr::scan::memory_source source(content_);
+    EXPECT_EQ(kmr::mend::write_new_file(disk, folder.path(), source, true).status, mend_status::not_a_file);
 }
 
 // A full disk that the new file is to lie on.
