@@ -89,9 +89,14 @@ bool index_check::falls_in_step() {
 }
 
 // Takes the one distance by which the records from here on miss their frames, if there is one.
-bool index_check::follows_shift(std::optional<int64_t> start_ms) {
-    const auto found = shifts_.find(
-        {.frames = waiting_, .record = record_, .behind_torn = behind_torn(), .start_ms = start_ms});
+bool index_check::follows_shift(bool by_time) {
+    const bool clock_known = latest_[0] && latest_[0]->clock_run == waiting_.front().clock_run;
+    const auto found =
+        shifts_.find({.frames = waiting_,
+                      .record = record_,
+                      .behind_torn = behind_torn(),
+                      .start_ms = clock_known ? std::optional(latest_[0]->start_ms) : std::nullopt,
+                      .by_time = by_time});
     if (!found)
         return false;
     for (size_t i = 0; i < found->frame; ++i)
@@ -147,8 +152,8 @@ bool index_check::settle_chance() {
         record_ + 1 >= records_.count())
         return false;
     if (falls_in_step())
-        return is_out_of_time() && follows_shift(latest_[0]->start_ms);
-    if (follows_shift({}))
+        return is_out_of_time() && follows_shift(true);
+    if (follows_shift())
         return true;
     if (waiting_.front().repeated)
         miss_front();
@@ -180,7 +185,7 @@ void index_check::settle_apart() {
     const bool repeated = waiting_.front().repeated;
     if (falls_in_step() || (!repeated && is_i_frame_at(place_of(record_))))
         replace_front();
-    else if (follows_shift({}))
+    else if (follows_shift())
         return;
     else if (repeated)
         miss_front();

@@ -54,7 +54,7 @@ private:
     size_t records_until(const indexed_frame& frame);
     size_t frames_until(uint64_t record);
     bool falls_in_step();
-    bool follows_shift(std::optional<int64_t> start_ms);
+    bool follows_shift(bool by_time = false);
     uint64_t first_astray(uint64_t last);
     void match_front();
     void miss_front();

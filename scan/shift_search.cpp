@@ -29,7 +29,9 @@ shift_search::shift_search(byte_source& source, const index_event& block)
 
 std::optional<record_shift> shift_search::find(const question& asked) {
     const auto found = near(asked);
-    return found || !asked.frames.front().behind_break ? found : far(asked);
+    if (found || !asked.frames.front().behind_break)
+        return found;
+    return asked.frames.size() == 1 ? last(asked) : far(asked);
 }
 
 std::optional<record_shift> shift_search::near(const question& asked) {
@@ -59,6 +61,19 @@ std::optional<record_shift> shift_search::far(const question& asked) {
     return {};
 }
 
+// The last frame has no neighbours left. Where the last record is of its time, it is its own.
+std::optional<record_shift> shift_search::last(const question& asked) {
+    const uint64_t record = records_.count() - 1;
+    if (!asked.start_ms || !agrees_with_clock(asked, record, 0))
+        return {};
+    return record_shift{record, 0, records_[record].IPos - static_cast<uint32_t>(asked.frames[0].offset)};
+}
+
+bool shift_search::agrees_with_clock(const question& asked, uint64_t record, size_t frame) {
+    const int64_t start_ms = int64_t{records_[record].TimeNow} * time_unit_ms - asked.frames[frame].stream_ms;
+    return std::abs(start_ms - *asked.start_ms) < time_unit_ms;
+}
+
 std::optional<record_shift> shift_search::agreeing(const question& asked, uint64_t record, size_t frame) {
     const size_t wanted = neighbours(asked.frames, frame);
     if (wanted < 2 || record + wanted > records_.count())
@@ -70,8 +85,7 @@ std::optional<record_shift> shift_search::agreeing(const question& asked, uint64
     for (size_t i = 1; i < wanted; ++i)
         if (distance(i) != shift)
             return {};
-    const int64_t start_ms = int64_t{records_[record].TimeNow} * time_unit_ms - asked.frames[frame].stream_ms;
-    if (asked.start_ms && std::abs(start_ms - *asked.start_ms) >= time_unit_ms)
+    if (asked.by_time && !agrees_with_clock(asked, record, frame))
         return {};
     return record_shift{record, frame, shift};
 }

@@ -25,8 +25,8 @@ public:
         const std::deque<indexed_frame>& frames; // at least one
         uint64_t record = 0;                     // the first that is not settled
         uint64_t behind_torn = 0;                // records up to here name places in torn bytes
-        std::optional<int64_t> start_ms =
-            {}; // wall clock at stream time 0, where the record must agree with it
+        std::optional<int64_t> start_ms = {};    // wall clock at stream time 0, where it is known
+        bool by_time = false;                    // the record must agree with it
     };
     std::optional<record_shift> find(const question& asked);
 
@@ -35,6 +35,8 @@ public:
 private:
     std::optional<record_shift> near(const question& asked);
     std::optional<record_shift> far(const question& asked);
+    std::optional<record_shift> last(const question& asked);
+    bool agrees_with_clock(const question& asked, uint64_t record, size_t frame);
     std::optional<record_shift> agreeing(const question& asked, uint64_t record, size_t frame);
 
     index_records records_; // of its own: a look far ahead leaves the others in memory

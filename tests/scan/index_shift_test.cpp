@@ -116,6 +116,16 @@ TEST(IndexShiftTest, InFrontOfTheLastTwo) {
                 ElementsAre("frames-lost @" + text(place(4)) + " +0 #191 t7600 lost=170", astray(file, 5)));
 }
 
+TEST(IndexShiftTest, InFrontOfTheLastOne) {
+    // The header of the I-frame 34 stays; of the I-frame 38, which has 1596 bytes, the last 288 are torn. The last record
+    // is of the last frame's time. Record 35 names the place 384 bytes behind the cut, by chance that of a P-frame.
+    bytes file = varied();
+    cut(file, place(34) + 1308, place(38) + 1308);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @" + text(place(34) + 1308) + " +288 #192 t7640",
+                                         "index-entry-wrong @" + text(block_of(file) + 44 + size_t{80} * 35) +
+                                             " +80 #193 t7680 record=35 field=kind actual=1"));
+}
+
 TEST(IndexShiftTest, BehindTwoCuts) {
     bytes file = varied();
     cut(file, place(30), place(36));

@@ -218,6 +218,24 @@ TEST(HostileBytesTest, TornRegionsOneAfterTheOtherStayLinear) {
     EXPECT_EQ(judged.findings.size(), 100U);
 }
 
+// In front of every I-frame a number is missing, and no record names a place that has to do with its frame: a look ahead
+// from each of them would go through all records.
+TEST(HostileBytesTest, SearchesForTheRecordsStayLinear) {
+    scan_test::frames all = scan_test::sound_frames(20'000);
+    for (uint32_t i = 0; i < all.size(); ++i)
+        all[i].number += i / 5;
+    scan_test::records index = scan_test::records_for(all);
+    std::mt19937 random(20150102);
+    for (auto& each : index)
+        each.position = random();
+    const bytes file = scan_test::recording_of(all, index);
+    counting_source source(file);
+    const scan::report judged = scan::judge(source);
+    EXPECT_EQ(judged.found[static_cast<size_t>(scan::finding_code::index_entry_wrong)], 4000U);
+    EXPECT_EQ(judged.frames.lost, 3999U);
+    EXPECT_LE(source.bytes_read, 4 * file.size());
+}
+
 TEST(AnyThreadTest, JudgesAlike) {
     bytes file = scan_test::recording_of(varied_frames());
     file.at(700) ^= 0x55;
