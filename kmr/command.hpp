@@ -44,11 +44,20 @@ std::unique_ptr<command> make_command() {
     return std::make_unique<Command>();
 }
 
+// What the help says of the exit status.
+inline constexpr std::string_view statuses_of_judging =
+    "Exit status: 0 sound, 1 something was found, 2 wrong usage, not readable or not written;\n"
+    "of several files the highest.";
+inline constexpr std::string_view statuses_of_changing =
+    "Exit status: 0 done or nothing to do; 1 a dry run with something to do, or declined;\n"
+    "2 everything else.";
+
 struct command_kind {
     std::string_view name;
     std::string_view purpose;  // one line
     std::string_view examples; // behind the options in the help, every line ends with a line feed
     std::unique_ptr<command> (*make)();
+    std::string_view statuses = statuses_of_judging;
 };
 
 } // namespace kmr::program

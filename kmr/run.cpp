@@ -87,10 +87,7 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
         all.push_back({&arguments, kind->make()});
         all.back().what->add_options(arguments);
         add_common_options(arguments, common);
-        arguments.footer(
-            "Examples:\n" + std::string(kind->examples) + "\n" +
-            "Exit status: 0 sound, 1 something was found, 2 wrong usage, not readable or not written;\n"
-            "of several files the highest.");
+        arguments.footer("Examples:\n" + std::string(kind->examples) + "\n" + std::string(kind->statuses));
     }
     return all;
 }
