@@ -33,6 +33,9 @@ public:
     command& operator=(const command&) = delete;
     virtual ~command() = default;
 
+    // Name of an option whose values are not only names of files.
+    static constexpr const char* word_name = "WORD";
+
     // --help, --color and --utc are there already.
     virtual void add_options(CLI::App& to) = 0;
     virtual exit_status work(session& with) = 0;

@@ -60,23 +60,39 @@ bool is_option_with_nothing(std::string_view argument) {
     return argument.starts_with("--") && argument.find('=') == argument.size() - 1;
 }
 
-// As the parser takes them: last one first. Names that it would misread get the folder in front that they lie in: behind
-// "--" those that look like options (it would not take several there), anywhere "[a,b]" (it would take that for a list).
+// In front of what the parser would misread: it knows nothing of such a byte.
+constexpr char guard = '\x02';
+
+// As the parser takes them: last one first. It would misread, behind "--", what looks like an option (it would not take
+// several there), and anywhere "[a,b]" (it would take that for a list).
 std::vector<std::string> arguments_of(int argc, const char* const* argv) {
     std::vector<std::string> arguments;
     bool names_only = false;
     for (const std::string argument : std::span(argv + 1, argv + argc)) {
         const bool bracketed = argument.starts_with('[') && argument.ends_with(']');
+        const bool is_guarded =
+            bracketed || argument.starts_with(guard) || (names_only && argument.starts_with('-'));
         if (argument == "--" && !names_only)
             names_only = true;
         else if (!names_only && is_option_with_nothing(argument))
             arguments.insert(arguments.end(), {argument.substr(0, argument.size() - 1), ""});
         else
-            arguments.push_back((bracketed || (names_only && argument.starts_with('-')) ? "./" : "") +
-                                argument);
+            arguments.push_back((is_guarded ? std::string(1, guard) : "") + argument);
     }
     std::reverse(arguments.begin(), arguments.end());
     return arguments;
+}
+
+// Names that were guarded get the folder in front that they lie in; words of a command stay as they were given.
+void take_guards_off(CLI::App& from) {
+    for (CLI::Option* const each : from.get_options()) {
+        if (each->get_items_expected_max() == 0)
+            continue;
+        const std::string instead = each->get_name() == command::word_name ? "" : "./";
+        each->transform([instead](const std::string& value) {
+            return value.starts_with(guard) ? instead + value.substr(1) : value;
+        });
+    }
 }
 
 std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
@@ -87,6 +103,7 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
         all.push_back({&arguments, kind->make()});
         all.back().what->add_options(arguments);
         add_common_options(arguments, common);
+        take_guards_off(arguments);
         arguments.footer("Examples:\n" + std::string(kind->examples) + "\n" + std::string(kind->statuses));
     }
     return all;

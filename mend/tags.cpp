@@ -1,8 +1,11 @@
 #include "mend/tags.hpp"
 
 #include "base/utf8.hpp"
+#include "file_op/common/frame_check.h"
 #include "scan/index_place.hpp"
 #include "scan/index_records.hpp"
+#include "scan/judge.hpp"
+#include "scan/time_line.hpp"
 #include "scan/window.hpp"
 
 #include <algorithm>
@@ -33,6 +36,40 @@ bool is_control(uint32_t character) {
     return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
+// Ends a scan behind the first ordinary frame: stream time counts from it.
+class first_frame final : public scan::observer {
+public:
+    void on_frame(const scan::seen_frame& seen) override {
+        if (seen.frame.kind == scan::frame_class::ordinary && !stamp)
+            stamp = seen.frame.header.TimeStamp;
+    }
+    bool go_on(uint64_t) override { return !stamp; }
+
+    std::optional<uint32_t> stamp = {};
+};
+
+// A whole index block, if the recording ends with one. Throws read_stopped.
+std::optional<scan::index_event> index_of(scan::byte_source& source) {
+    scan::window recording(source);
+    scan::index_places places(recording);
+    const auto offset = places.expected();
+    if (!offset)
+        return {};
+    const scan::index_event block = places.describe(*offset);
+    return block.state == scan::index_state::whole ? std::optional(block) : std::nullopt;
+}
+
+// What `work` gives; a read that did not bring what the size promised becomes a status of `told`.
+template <typename Told, typename Work>
+void tell_reads(Told& told, Work work) {
+    try {
+        told.status = work();
+    } catch (const scan::read_stopped& stopped) {
+        told.status = tag_status::unreadable;
+        told.error = stopped.error != 0 ? stopped.error : EIO;
+    }
+}
+
 class tag_change {
 public:
     explicit tag_change(scan::byte_source& source) : source_(source) {
@@ -41,19 +78,12 @@ public:
 
     template <typename Work>
     tag_plan run(Work work) {
-        try {
-            plan_.status = find_index() ? work(*this) : tag_status::no_index;
-        } catch (const scan::read_stopped& stopped) {
-            plan_.status = tag_status::unreadable;
-            plan_.error = stopped.error != 0 ? stopped.error : EIO;
-        }
+        tell_reads(plan_, [&] { return find_index() ? work(*this) : tag_status::no_index; });
         return std::move(plan_);
     }
 
     tag_status add(const tag_place& where, std::string_view text) {
-        const auto* time = std::get_if<wall_clock>(&where);
-        const auto record = time != nullptr ? record_at(time->seconds)
-                                            : std::optional(uint64_t{std::get<record_number>(where).record});
+        const auto record = std::visit([&](const auto& place) { return record_at(place); }, where);
         if (!record || !choose(*record))
             return tag_status::no_record;
         if (plan_.before.empty() && tags_ >= KMR_MAX_TAGS)
@@ -69,26 +99,49 @@ public:
 
 private:
     bool find_index() {
-        scan::window recording(source_);
-        scan::index_places places(recording);
-        const auto offset = places.expected();
-        if (!offset)
+        const auto block = index_of(source_);
+        if (!block)
             return false;
-        block_ = places.describe(*offset);
-        if (block_.state != scan::index_state::whole)
-            return false;
+        block_ = *block;
         records_.emplace(source_, block_.offset, block_.head.RecordCount);
         for (uint64_t i = 0; i < records_->count(); ++i)
             tags_ += (*records_)[i].TagName[0] != '\0' ? 1 : 0;
         return true;
     }
 
-    std::optional<uint64_t> record_at(int64_t seconds) {
+    static std::optional<uint64_t> record_at(const record_number& where) { return where.record; }
+
+    std::optional<uint64_t> record_at(const wall_clock& where) {
         std::optional<uint64_t> found;
         for (uint64_t i = 0; i < records_->count(); ++i)
-            if (i == 0 || int64_t{(*records_)[i].TimeNow} <= seconds)
+            if (i == 0 || int64_t{(*records_)[i].TimeNow} <= where.seconds)
                 found = i;
         return found;
+    }
+
+    // By the stamps of the frames that the records name: their own times are whole seconds.
+    std::optional<uint64_t> record_at(const stream_time& where) {
+        scan::time_line line;
+        line.advance(first_stamp());
+        scan::window recording(source_);
+        std::optional<uint64_t> found;
+        for (uint64_t i = 0; i < records_->count(); ++i) {
+            kmr_frame_header header = {};
+            const bool names_frame = recording.load((*records_)[i].IPos, header) &&
+                                     rec_ValidFrame(&header, 0) == KMR_FRAME_ORDINARY;
+            const bool reached = names_frame && line.advance(header.TimeStamp) <= where.ms;
+            if (i == 0 || reached)
+                found = i;
+        }
+        return found;
+    }
+
+    uint32_t first_stamp() {
+        first_frame first;
+        const scan::report seen = scan::judge(source_, {.most_per_code = 0}, &first);
+        if (!first.stamp && seen.ended != scan::end_state::complete)
+            throw scan::read_stopped{0, seen.error};
+        return first.stamp.value_or(0);
     }
 
     bool choose(uint64_t record) {
@@ -164,6 +217,22 @@ tag_plan plan_tag_change(scan::byte_source& source, record_number where, std::st
 
 tag_plan plan_tag_removal(scan::byte_source& source, record_number where) {
     return tag_change(source).run([&](tag_change& work) { return work.change(where, {}); });
+}
+
+tag_list list_tags(scan::byte_source& source, const std::function<void(const scan::tag&)>& take) {
+    tag_list list;
+    tell_reads(list, [&] {
+        const auto block = index_of(source);
+        if (!block)
+            return tag_status::no_index;
+        list.records = block->head.RecordCount;
+        scan::index_records records(source, block->offset, list.records);
+        for (uint64_t i = 0; i < list.records; ++i)
+            if (const kmr_index_record& each = records[i]; each.TagName[0] != '\0')
+                take({static_cast<uint32_t>(i), each.TimeNow, text_of(each)});
+        return tag_status::ready;
+    });
+    return list;
 }
 
 } // namespace kmr::mend

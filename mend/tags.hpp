@@ -5,6 +5,7 @@
 #include "scan/report.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -34,7 +35,10 @@ struct wall_clock {
 struct record_number {
     uint32_t record = 0;
 };
-using tag_place = std::variant<wall_clock, record_number>;
+struct stream_time {
+    int64_t ms = 0; // since the first frame
+};
+using tag_place = std::variant<wall_clock, record_number, stream_time>;
 
 struct tag_plan {
     tag_status status = tag_status::ready;
@@ -51,5 +55,14 @@ tag_plan plan_tag(scan::byte_source& source, const tag_place& where, std::string
 // Of a record that has a tag.
 tag_plan plan_tag_change(scan::byte_source& source, record_number where, std::string_view text);
 tag_plan plan_tag_removal(scan::byte_source& source, record_number where);
+
+struct tag_list {
+    tag_status status = tag_status::ready;
+    int error = 0;
+    uint64_t records = 0; // of the index
+};
+
+// Calls `take` with every tag, in the order of the records: more than 64 of them in an index that nobody ought to write.
+tag_list list_tags(scan::byte_source& source, const std::function<void(const scan::tag&)>& take);
 
 } // namespace kmr::mend

@@ -42,6 +42,12 @@ TEST_F(DocumentTest, ShowsWhatTheProgramPrints) {
                                 {"frames", "--from", "24", "--to", "27", "--user-data", "disk/demo.kmr"})));
 }
 
+TEST_F(DocumentTest, ShowsWhatTagsAreListedAndChanged) {
+    EXPECT_THAT(guide_, HasSubstr(shown("tag disk/demo.kmr", {"tag", "disk/demo.kmr"})));
+    EXPECT_THAT(guide_, HasSubstr(shown("tag add disk/demo.kmr 0:01.5 'Door shut'",
+                                        {"tag", "add", "disk/demo.kmr", "0:01.5", "Door shut"})));
+}
+
 TEST_F(DocumentTest, BeginsWithWhatTheProgramPrints) {
     const std::string first_screen = scratch::read_text(KMR_SOURCES "/README.md");
     const auto checked = place_.kmr({"check", "-v", "disk"});

@@ -78,6 +78,64 @@ TEST_F(TagsTest, ATimeMeansTheLastRecordAtOrBeforeIt) {
     }
 }
 
+// Stamps are 1000 times the number, and stream time counts from the first frame: the I-frames are at 0, 5 and 10 s.
+TEST_F(TagsTest, AStreamTimeMeansTheLastRecordAtOrBeforeIt) {
+    const bytes file = tagged({});
+    const struct {
+        int64_t ms;
+        uint32_t record;
+    } cases[] = {{0, 0},      {4999, 0},   {5000, 1},    {9999, 1},
+                 {10'000, 2}, {99'000, 2}, {-60'000, 0}, {int64_t{1} << 60, 2}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.ms);
+        add(file, stream_time{each.ms}, "here");
+        EXPECT_EQ(plan_.status, tag_status::ready);
+        EXPECT_EQ(plan_.record, each.record);
+    }
+}
+
+// The second I-frame comes 600 ms behind the first one in the same second, and the stamps wrap between them.
+TEST_F(TagsTest, AStreamTimeGoesByStampsAndNotByTheSecondsOfTheIndex) {
+    auto all = scan_test::sound_frames(10);
+    for (auto& each : all)
+        each.time_stamp = 120 * each.number - 500; // of the sixth frame 220
+    auto index = scan_test::records_for(all);
+    for (auto& each : index)
+        each.time = start;
+    const bytes file = scan_test::recording_of(all, index);
+    add(file, stream_time{599}, "x");
+    EXPECT_EQ(plan_.record, 0U);
+    add(file, stream_time{600}, "x");
+    EXPECT_EQ(plan_.record, 1U);
+    add(file, wall_clock{start}, "x");
+    EXPECT_EQ(plan_.record, 1U);
+}
+
+TEST_F(TagsTest, ARecordThatNamesNoFrameIsNoPlaceForAStreamTime) {
+    bytes file = tagged({});
+    ::recording::put_u32(file, 1820 + 4, 625);       // one byte behind the second I-frame
+    ::recording::put_u32(file, 1900 + 4, 4'000'000); // behind the end
+    add(file, stream_time{99'000}, "x");
+    EXPECT_EQ(plan_.status, tag_status::ready);
+    EXPECT_EQ(plan_.record, 0U);
+}
+
+TEST_F(TagsTest, ListsThemByRecord) {
+    const bytes file = tagged({"one", "", "caf\xE9"});
+    kmr::scan::memory_source source(file);
+    std::vector<std::string> listed;
+    const tag_list list = list_tags(source, [&](const kmr::scan::tag& each) {
+        listed.push_back(std::to_string(each.record) + " " + std::to_string(each.time - start) + " " +
+                         each.text);
+    });
+    EXPECT_EQ(list.status, tag_status::ready);
+    EXPECT_EQ(list.records, 3U);
+    EXPECT_THAT(listed, ElementsAre("0 0 one", "2 10 caf\xE9"));
+    const bytes torn = cut(file, 1900);
+    kmr::scan::memory_source other(torn);
+    EXPECT_EQ(list_tags(other, [](const kmr::scan::tag&) { FAIL(); }).status, tag_status::no_index);
+}
+
 TEST_F(TagsTest, NothingButTagAndCountIsWritten) {
     const bytes file = tagged({});
     bytes expected = file;

@@ -110,6 +110,16 @@ TEST_F(SchemaTest, HoldsForTheListOfFiles) {
     EXPECT_EQ(valid("ls", kmr({"ls", "--json", "."})), 3U);
 }
 
+TEST_F(SchemaTest, HoldsForTags) {
+    std::string all;
+    folder.write(hostile_name, small_recording());
+    folder.write("none.kmr", scan_test::recording_of(scan_test::sound_frames(10)));
+    folder.write("unfinished.kmr", scan_test::without_index(scan_test::sound_frames(10)));
+    for (const char* const name : {hostile_name, "none.kmr", "unfinished.kmr"})
+        all += kmr({"tag", "--json", name});
+    EXPECT_EQ(valid("tags", all), 3U);
+}
+
 TEST_F(SchemaTest, HoldsForTheIndexFileOfADisk) {
     folder.write("Index.dat",
                  index_bytes::file({{.time = INT32_MIN, .path = hostile_name, .name = "\x80", .channel = 255},
