@@ -98,6 +98,13 @@ public:
 
     bool go_on(uint64_t) override { return obstacle == copy_status::ready; }
 
+    bool has_any() const { return begun_ && has_any_; }
+
+    // Whether a place in the recording is none of the copy: what an old index names there has no part in it.
+    bool is_outside(uint64_t place) const {
+        return place < frames.front().from || place >= frames.back().from + frames.back().length;
+    }
+
     copy_status obstacle = copy_status::ready;
     copy_plan plan = {};
     std::vector<stretch> frames = {};
@@ -105,31 +112,40 @@ public:
     std::optional<scan::index_event> old_index = {};
 
 private:
-    // Whether a frame stands at or behind a place.
-    static bool has_come_to(const span_bound& bound, const scan::seen_frame& seen) {
-        if (bound.in == span_bound::unit::stream_ms)
-            return seen.stream_ms >= bound.value;
-        return scan::wrapped_distance(static_cast<uint32_t>(bound.value), seen.frame.header.FrameNo) >= 0;
+    // Frame numbers from the first ordinary frame on.
+    void count(const kmr_frame_header& header) {
+        if (!numbers_.begun())
+            first_number_ = header.FrameNo;
+        numbers_.advance(header.FrameNo);
     }
 
-    static bool is_behind(const span_bound& bound, const scan::seen_frame& seen) {
+    // How far behind a place the frame is that came last; below 0: in front of it.
+    int64_t distance_from(const span_bound& bound, const scan::seen_frame& seen) const {
         if (bound.in == span_bound::unit::stream_ms)
-            return seen.stream_ms > bound.value;
-        return scan::wrapped_distance(static_cast<uint32_t>(bound.value), seen.frame.header.FrameNo) > 0;
+            return seen.stream_ms - bound.value;
+        const auto number = static_cast<uint32_t>(bound.value);
+        const int64_t place = number >= first_number_ ? int64_t{number} - first_number_
+                                                      : scan::wrapped_distance(first_number_, number);
+        return numbers_.now() - place;
     }
 
     void take_ordinary(const scan::seen_frame& seen) {
         const kmr_frame_header& header = seen.frame.header;
-        if (of_.to && has_come_to(*of_.to, seen)) {
+        count(header);
+        if (of_.to && distance_from(*of_.to, seen) >= 0) {
             over_ = true;
             return;
         }
         const bool is_i = kmr_is_i_frame(&header) != 0;
-        in_front_ = in_front_ && of_.from && !is_behind(*of_.from, seen);
+        const int64_t past_start = of_.from ? distance_from(*of_.from, seen) : 1;
+        in_front_ = in_front_ && past_start <= 0;
+        has_any_ = has_any_ || past_start >= 0;
         if (is_i && (in_front_ || !begun_))
             begin(seen);
-        if (!begun_)
+        if (!begun_) {
+            plan.frames_without_start += past_start >= 0 ? 1 : 0;
             return;
+        }
         const uint64_t position = end();
         if (!take(seen.frame))
             return;
@@ -187,7 +203,10 @@ private:
     span of_;
     bool begun_ = false;
     bool in_front_ = true; // no frame behind the start of the span has come yet
+    bool has_any_ = false; // a frame of the span itself, not only the I-frame in front of it
     bool over_ = false;
+    uint32_t first_number_ = 0;
+    scan::time_line numbers_ = {}; // which wrap as stamps do
 };
 
 // Every frame of the copy is a good one, so nothing in it may be an error.
@@ -197,12 +216,13 @@ bool is_sound(const scan::report& judged, const copy_plan& plan) {
 }
 
 copy_status finish(scan::byte_source& source, collector& found, copy_plan& plan) {
-    if (plan.frames == 0)
+    if (!found.has_any())
         return copy_status::empty;
     kmr_file_header header = plan.before.header.header;
     const auto start = scan::header_start_ms(header);
     if (found.old_index && source.size() <= four_gib)
-        found.index.take_old(source, *found.old_index, [](uint32_t) { return false; });
+        found.index.take_old(source, *found.old_index,
+                             [&](uint32_t place) { return found.is_outside(place); });
     found.index.settle(start.value_or(0), {header.Width, header.Height});
     if (start)
         set_date(header, *start + plan.first_ms);
@@ -213,11 +233,11 @@ copy_status finish(scan::byte_source& source, collector& found, copy_plan& plan)
     plan.times_guessed = found.index.guesses_times();
     plan.content =
         std::make_unique<copy_source>(source, header, std::move(found.frames), std::move(found.index));
-    const scan::report after = scan::judge(*plan.content);
-    if (is_sound(after, plan))
+    plan.after = scan::judge(*plan.content);
+    if (is_sound(plan.after, plan))
         return copy_status::ready;
     plan.content.reset();
-    return after.judged == scan::verdict::unreadable ? copy_status::unreadable : copy_status::no_way;
+    return plan.after.judged == scan::verdict::unreadable ? copy_status::unreadable : copy_status::no_way;
 }
 
 } // namespace

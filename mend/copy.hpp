@@ -11,7 +11,8 @@
 
 namespace kmr::mend {
 
-// A place in the recording: a frame number, or milliseconds of stream time.
+// A place in the recording: a frame number, or milliseconds of stream time. Numbers wrap as stamps do; one below that of
+// the first frame is in front of it or behind the wrap, whichever is nearer.
 struct span_bound {
     enum class unit : uint8_t { stream_ms, frame_number };
     unit in = unit::stream_ms;
@@ -27,7 +28,7 @@ enum class copy_status : uint8_t {
     ready,
     unreadable, // the report says why
     no_header,  // or none that is valid: repair first
-    empty,      // no I-frame in front of the end of the span
+    empty,      // no frame in the span, or no I-frame in front of its end
     too_long,   // beyond 4 GiB an index cannot name offsets
     too_damaged,
     no_way, // what would come out is no sound recording
@@ -46,7 +47,9 @@ struct copy_plan {
     // Within the span and left out.
     uint64_t torn_bytes = 0;
     uint64_t damaged_frames = 0;
-    bool times_guessed = false;
+    uint64_t frames_without_start = 0; // in front of the first I-frame of the recording
+    bool times_guessed = false;        // no old index knows any time: the header's date was taken
+    scan::report after = {};           // of the copy
     // The file as it will be; null unless it is ready. It reads from the recording, which must outlive it.
     std::unique_ptr<scan::byte_source> content = {};
 };

@@ -91,7 +91,7 @@ struct recording::opening {
 };
 
 // A new file with all of `content`; `replace`: one of that name goes, once the new one is whole. `never` is a file that
-// must not be the one that goes.
+// must not be the one that goes. EEXIST: it would, or one of that name is there; locked: somebody else is writing it.
 outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,
                        const file_facts* never = nullptr);
 

@@ -93,9 +93,71 @@ TEST(CopyTest, AllOfItIsTheSameRecording) {
 }
 
 TEST(CopyTest, NothingInTheSpan) {
-    EXPECT_EQ(copy_of(recording_with_tags(), {{}, ms(0)}).plan.status, copy_status::empty);
-    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {ms(99'000), {}}).file),
+    const span empty[] = {{{}, ms(0)},
+                          {ms(20'000), {}}, // the last frame is at 19 s
+                          {ms(99'000), {}},
+                          {ms(-10), ms(0)},
+                          {ms(6000), ms(6000)},
+                          {ms(6500), ms(6900)}, // between two frames
+                          {ms(12'000), ms(6500)},
+                          {number(21), {}},
+                          {{}, number(1)},
+                          {number(13), number(8)},
+                          {number(8), ms(7000)}};
+    for (const span& each : empty) {
+        const auto made = copy_of(recording_with_tags(), each);
+        EXPECT_EQ(made.plan.status, copy_status::empty);
+        EXPECT_TRUE(made.file.empty());
+    }
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {ms(19'000), {}}).file),
                 ElementsAre(16, 17, 18, 19, 20));
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {ms(6500), ms(7001)}).file), ElementsAre(6, 7, 8));
+}
+
+// Twenty frames from 4294967286 on: the eleventh has the number 0.
+TEST(CopyTest, NumbersWrap) {
+    auto all = twenty();
+    for (auto& each : all)
+        each.number += UINT32_MAX - 10;
+    const bytes file = scan_test::recording_of(all);
+    EXPECT_EQ(copy_of(file, {number(0), number(3)}).plan.first_frame, 0U);
+    EXPECT_EQ(copy_of(file, {number(0), number(3)}).plan.frames, 3U);
+    EXPECT_EQ(copy_of(file, {number(UINT32_MAX - 9), number(2)}).plan.frames, 12U);
+    EXPECT_EQ(copy_of(file, {{}, number(UINT32_MAX - 20)}).plan.status, copy_status::empty);
+    EXPECT_EQ(copy_of(recording_with_tags(), {number(0), number(UINT32_MAX)}).plan.frames, 20U);
+}
+
+TEST(CopyTest, FramesWithoutAStartAreLeftOutAndTold) {
+    auto all = twenty();
+    all.erase(all.begin()); // the I-frame
+    const auto made = copy_of(scan_test::recording_of(all), {});
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20));
+    EXPECT_EQ(made.plan.frames_without_start, 4U);
+    EXPECT_EQ(copy_of(scan_test::recording_of(all), {number(4), {}}).plan.frames_without_start, 2U);
+    EXPECT_EQ(copy_of(scan_test::recording_of(all), {{}, number(6)}).plan.status, copy_status::empty);
+}
+
+// I-frames 600 ms apart, and the old index has no record of the second one. The first one's tag is none of the copy's.
+TEST(CopyTest, ATagFromOutsideOfTheSpanStaysThere) {
+    auto all = scan_test::sound_frames(20);
+    for (auto& each : all)
+        each.time_stamp = 120 * each.number;
+    auto index = scan_test::records_for(all);
+    for (auto& each : index)
+        each.time = start;
+    index[0].tag = "one";
+    index[3].tag = "sixteen";
+    index.erase(index.begin() + 1);
+    const auto made = copy_of(scan_test::recording_of(all, index), {number(6), number(16)});
+    EXPECT_EQ(made.plan.tags, 0U);
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+    EXPECT_EQ(index_rows(made.file)[0].tag, "");
+}
+
+TEST(CopyTest, TellsWhatCameOut) {
+    const auto made = copy_of(recording_with_tags(), {number(6), number(11)});
+    EXPECT_EQ(made.plan.after.judged, kmr::scan::verdict::sound);
+    EXPECT_EQ(made.plan.after.size, made.file.size());
 }
 
 TEST(CopyTest, DamageIsLeftOutAndTold) {

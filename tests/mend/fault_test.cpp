@@ -35,6 +35,14 @@ protected:
         EXPECT_FALSE(disk.has(undo_path));
     }
 
+    void expect_all_undone(model_disk& disk) {
+        while (undo_on(disk).status == mend_status::done) {
+        }
+        EXPECT_EQ(disk.content(path), damaged_);
+        EXPECT_TRUE(same_dates(disk.dates(path), old_dates));
+        EXPECT_FALSE(disk.has(undo_path));
+    }
+
     bytes damaged_ = damaged_recording();
     bytes repaired_ = mended(damaged_);
     model_disk disk_;
@@ -91,6 +99,99 @@ TEST_F(FaultTest, OfADiskThatIsFullAtAnyStep) {
         EXPECT_EQ(disk->content(path), damaged_);
         EXPECT_FALSE(disk->has(path + ".kmr-undo-new"));
         expect_told_truly(*disk, told, damaged_, repaired_);
+    }
+}
+
+// The recording was repaired before, so the older undo file goes along.
+TEST_F(FaultTest, OfEveryCallWhileATagIsSet) {
+    ASSERT_EQ(repair_on(disk_).status, mend_status::done);
+    const auto whole = disk_.copy();
+    ASSERT_EQ(tag_on(*whole).status, mend_status::done);
+    const bytes tagged = whole->content(path);
+    for (const bool lasts : {false, true})
+        for (int nth = 1;; ++nth) {
+            SCOPED_TRACE(nth);
+            const auto disk = disk_.copy();
+            disk->fail(nth, EIO, lasts);
+            const auto told = tag_on(*disk);
+            if (!disk->has_failed()) {
+                EXPECT_GT(nth, 30);
+                break;
+            }
+            disk->heal();
+            const bool is_before = disk->content(path) == repaired_;
+            const bool is_after = disk->content(path) == tagged;
+            EXPECT_EQ(told.status == mend_status::done, is_after && told.error == 0);
+            EXPECT_TRUE(is_before || told.status != mend_status::failed);
+            EXPECT_TRUE(is_before || is_after || situation_on(*disk) == undo_situation::interrupted);
+            expect_all_undone(*disk);
+            if (HasFailure())
+                return;
+        }
+}
+
+TEST_F(FaultTest, OfADiskThatIsFullWhileATagIsSet) {
+    ASSERT_EQ(repair_on(disk_).status, mend_status::done);
+    const auto whole = disk_.copy();
+    ASSERT_EQ(tag_on(*whole).status, mend_status::done);
+    for (uint64_t room = disk_.used(); room < whole->used(); room += 3) {
+        SCOPED_TRACE(room);
+        const auto disk = disk_.copy();
+        disk->set_room(room);
+        const auto told = tag_on(*disk);
+        EXPECT_EQ(told.status, mend_status::failed);
+        EXPECT_EQ(told.error, ENOSPC);
+        EXPECT_EQ(disk->content(path), repaired_);
+        EXPECT_EQ(disk->names(), disk_.names());
+    }
+}
+
+TEST_F(FaultTest, OfEveryCallDuringACopy) {
+    disk_.put(path, mended(damaged_), old_dates);
+    for (const bool replace : {false, true})
+        for (const bool lasts : {false, true})
+            for (int nth = 1;; ++nth) {
+                SCOPED_TRACE(nth);
+                const auto disk = disk_.copy();
+                if (replace)
+                    disk->put(copy_path, {1, 2, 3});
+                disk->put(copy_path + ".kmr-new", {9}); // left behind by another one
+                disk->fail(nth, EIO, lasts);
+                const auto told = copy_on(*disk, replace);
+                if (!disk->has_failed()) {
+                    EXPECT_EQ(told.status, mend_status::done);
+                    EXPECT_GT(nth, 12);
+                    break;
+                }
+                disk->heal();
+                EXPECT_EQ(disk->content(path), disk_.content(path));
+                EXPECT_TRUE(same_dates(disk->dates(path), old_dates));
+                if (!disk->has(copy_path))
+                    EXPECT_EQ(told.status, mend_status::failed);
+                else if (replace && disk->content(copy_path) == bytes{1, 2, 3})
+                    EXPECT_EQ(told.status, mend_status::failed);
+                else
+                    EXPECT_EQ(scan_test::judge(disk->content(copy_path)).frames.total, 5U);
+                disk->set_room(UINT64_MAX);
+                EXPECT_EQ(copy_on(*disk, true).status, mend_status::done); // the next one gets there
+                EXPECT_FALSE(disk->has(copy_path + ".kmr-new"));
+                if (HasFailure())
+                    return;
+            }
+}
+
+TEST_F(FaultTest, OfADiskThatIsFullAtAnyStepOfACopy) {
+    disk_.put(path, mended(damaged_), old_dates);
+    const auto whole = disk_.copy();
+    ASSERT_EQ(copy_on(*whole).status, mend_status::done);
+    for (uint64_t room = disk_.used(); room < whole->used(); room += 7) {
+        SCOPED_TRACE(room);
+        const auto disk = disk_.copy();
+        disk->set_room(room);
+        const auto told = copy_on(*disk);
+        EXPECT_EQ(told.status, mend_status::failed);
+        EXPECT_EQ(told.error, ENOSPC);
+        EXPECT_EQ(disk->names(), disk_.names());
     }
 }
 

@@ -1,5 +1,10 @@
 #include "tests/mend/on_disk.hpp"
 
+#include "mend/copy.hpp"
+#include "mend/tags.hpp"
+
+#include <cerrno>
+
 namespace mend_test {
 
 namespace mend = kmr::mend;
@@ -25,6 +30,30 @@ mend::outcome repair_on(mend::disk& disk, bool keep_undo) {
 mend::outcome undo_on(mend::disk& disk) {
     auto opening = mend::recording::open(disk, path, true);
     return opening.result.is_done() ? opening.opened->undo() : opening.result;
+}
+
+mend::outcome tag_on(mend::disk& disk) {
+    auto opening = mend::recording::open(disk, path, true);
+    if (!opening.result.is_done())
+        return opening.result;
+    const mend::tag_plan plan = mend::plan_tag(opening.opened->source(), mend::record_number{1}, "here");
+    if (plan.status == mend::tag_status::unreadable)
+        return {mend::mend_status::failed, plan.error};
+    return opening.opened->apply(plan.planned);
+}
+
+mend::outcome copy_on(mend::disk& disk, bool replace) {
+    auto opening = mend::recording::open(disk, path, false);
+    if (!opening.result.is_done())
+        return opening.result;
+    const mend::span first_five = {{}, mend::span_bound{mend::span_bound::unit::frame_number, 6}};
+    const mend::copy_plan plan = mend::plan_copy(opening.opened->source(), first_five);
+    if (plan.status == mend::copy_status::unreadable)
+        return {mend::mend_status::failed, EIO};
+    mend::file_facts facts;
+    if (const int error = disk.look(path, facts))
+        return {mend::mend_status::failed, error};
+    return mend::write_new_file(disk, copy_path, *plan.content, replace, &facts);
 }
 
 mend::outcome overwrite_on(mend::disk& disk, uint64_t offset, const bytes& with) {

@@ -7,7 +7,10 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -113,6 +116,62 @@ TEST_F(PlainDiskTest, ANewFileIsWholeOrNotThere) {
     ASSERT_EQ(link(file.c_str(), twin.c_str()), 0);
     EXPECT_EQ(write_new_file(disk_, twin, source, true, &facts).error, EEXIST);
     EXPECT_EQ(scratch::read_file(file), damaged_);
+}
+
+// Unfinished, out.kmr is called out.kmr.kmr-new.
+TEST_F(PlainDiskTest, ARecordingThatIsCalledLikeAnUnfinishedFileStays) {
+    const std::string file = folder_.write("out.kmr.kmr-new", damaged_);
+    const bytes content = {4, 5, 6};
+    kmr::scan::memory_source source(content);
+    kmr::mend::file_facts facts;
+    ASSERT_EQ(disk_.look(file, facts), 0);
+    for (const bool replace : {false, true})
+        EXPECT_EQ(write_new_file(disk_, folder_.file("out.kmr"), source, replace, &facts).error, EEXIST);
+    EXPECT_EQ(scratch::read_file(file), damaged_);
+    struct stat found = {};
+    EXPECT_NE(stat(folder_.file("out.kmr").c_str(), &found), 0);
+}
+
+TEST_F(PlainDiskTest, AnUnfinishedFileIsLeftToWhoWritesIt) {
+    const bytes content = {4, 5, 6};
+    kmr::scan::memory_source source(content);
+    folder_.write("out.kmr.kmr-new", {1});
+    auto other = disk_.open(folder_.file("out.kmr.kmr-new"), open_mode::change);
+    ASSERT_EQ(other.file->lock(), 0);
+    EXPECT_EQ(write_new_file(disk_, folder_.file("out.kmr"), source, false).status, mend_status::locked);
+    EXPECT_EQ(scratch::read_file(folder_.file("out.kmr.kmr-new")), bytes{1});
+    other.file.reset(); // the other one is gone, and left it behind
+    EXPECT_EQ(write_new_file(disk_, folder_.file("out.kmr"), source, false).status, mend_status::done);
+    EXPECT_EQ(scratch::read_file(folder_.file("out.kmr")), content);
+}
+
+// Makes a file of that name while it is read.
+class racing_source final : public kmr::scan::byte_source {
+public:
+    explicit racing_source(const std::function<void()>& race) : race_(race) {}
+    uint64_t size() const override { return 3; }
+    kmr::scan::read_result read_at(uint64_t, std::span<uint8_t> into) override {
+        race_();
+        return {.count = into.size(), .error = 0};
+    }
+
+private:
+    std::function<void()> race_;
+};
+
+TEST_F(PlainDiskTest, AFileThatCameMeanwhileStays) {
+    const std::string out = folder_.file("out.kmr");
+    racing_source source([&] { folder_.write("out.kmr", {7}); });
+    EXPECT_EQ(write_new_file(disk_, out, source, false).error, EEXIST);
+    EXPECT_EQ(scratch::read_file(out), bytes{7});
+    struct stat found = {};
+    EXPECT_NE(stat((out + ".kmr-new").c_str(), &found), 0);
+}
+
+TEST_F(PlainDiskTest, NothingIsLeftWhereMemoryEnds) {
+    racing_source source([] { throw std::bad_alloc(); });
+    EXPECT_THROW(write_new_file(disk_, folder_.file("out.kmr"), source, false), std::bad_alloc);
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
 TEST_F(PlainDiskTest, PathsWithoutAFolderAreOfTheWorkingDirectory) {

@@ -165,4 +165,61 @@ TEST(PowerCutTest, DuringTheTakingBackOfAnInterruptedRepair) {
     }
 }
 
+// Alone, and on top of a repair, whose undo file goes along.
+TEST(PowerCutTest, WhileATagIsSetAndTakenBack) {
+    for (const bool repaired_before : {false, true}) {
+        SCOPED_TRACE(repaired_before);
+        const bytes damaged = damaged_recording();
+        const bytes first = repaired_before ? damaged : mended(damaged);
+        model_disk disk;
+        disk.put(path, first, old_dates);
+        if (repaired_before) {
+            ASSERT_EQ(repair_on(disk).status, mend_status::done);
+        }
+        const bytes before = disk.content(path);
+        const auto whole = disk.copy();
+        ASSERT_EQ(tag_on(*whole).status, mend_status::done);
+        const bytes tagged = whole->content(path);
+        ASSERT_NE(tagged, before);
+        const size_t found = for_every_power_cut(disk, tag_on, [&](const model_disk& left) {
+            expect_whole_unless_interrupted(left, {before, tagged});
+            expect_undone_to(left, {first, before, tagged});
+        });
+        EXPECT_GT(found, 200U);
+        for_every_power_cut(*whole, undo_on, [&](const model_disk& left) {
+            expect_whole_unless_interrupted(left, {first, before, tagged});
+            expect_undone_to(left, {first, before, tagged});
+        });
+    }
+}
+
+TEST(PowerCutTest, DuringACopy) {
+    const bytes sound = mended(damaged_recording());
+    for (const bool replace : {false, true}) {
+        SCOPED_TRACE(replace);
+        model_disk disk;
+        disk.put(path, sound, old_dates);
+        if (replace)
+            disk.put(copy_path, {1, 2, 3});
+        disk.put(copy_path + ".kmr-new", {9}); // left behind by another one
+        const auto whole = disk.copy();
+        ASSERT_EQ(copy_on(*whole, replace).status, mend_status::done);
+        const bytes copied = whole->content(copy_path);
+        const size_t found = for_every_power_cut(
+            disk, [&](auto& on) { return copy_on(on, replace); },
+            [&](const model_disk& left) {
+                EXPECT_EQ(left.content(path), sound);
+                EXPECT_TRUE(same_dates(left.dates(path), old_dates));
+                EXPECT_TRUE(replace || !left.has(copy_path) || left.content(copy_path) == copied);
+                EXPECT_TRUE(!replace || left.content(copy_path) == copied ||
+                            left.content(copy_path) == (bytes{1, 2, 3}));
+                const auto again = left.copy();
+                EXPECT_EQ(copy_on(*again, true).status, mend_status::done);
+                EXPECT_EQ(again->content(copy_path), copied);
+                EXPECT_FALSE(again->has(copy_path + ".kmr-new"));
+            });
+        EXPECT_GT(found, 50U);
+    }
+}
+
 } // namespace
