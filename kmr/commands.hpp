@@ -14,6 +14,7 @@ extern const command_kind ls_command;
 extern const command_kind query_command;
 extern const command_kind merge_command;
 extern const command_kind tag_command;
+extern const command_kind copy_command;
 
 std::span<const command_kind* const> commands(); // in the order of the help
 

@@ -1,11 +1,10 @@
 // kmr frames: one record a frame.
 #include "kmr/commands.hpp"
 #include "kmr/frame_rows.hpp"
-#include "kmr/frame_selection.hpp"
 #include "kmr/judged_file.hpp"
+#include "kmr/place_options.hpp"
 #include "kmr/scan_follower.hpp"
-#include "scan/quick_look.hpp"
-#include "scan/scanner.hpp"
+#include "kmr/start_time.hpp"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -34,8 +33,7 @@ struct frames_options {
     std::string path = {};
     frame_format format = frame_format::table;
     frame_selection wanted = {};
-    std::optional<std::string> from = {};
-    std::optional<std::string> to = {};
+    place_options places = {};
     bool user_data = false;
 };
 
@@ -79,31 +77,6 @@ scan::report judge_and_tell(scan::byte_source& source, file_progress& watching) 
     return scan::judge(followed, {.most_per_code = 0}, &watching);
 }
 
-// Whether frames lead to an index that nothing at the end of the file speaks of.
-bool leads_to_index(scan::byte_source& source) {
-    scan::scanner events(source);
-    for (;;) {
-        const scan::event seen = events.next();
-        if (const auto* const index = std::get_if<scan::index_event>(&seen))
-            return index->state == scan::index_state::whole;
-        if (std::holds_alternative<scan::end_event>(seen))
-            return false;
-    }
-}
-
-// The wall clock at stream time 0. Where header and index leave it open whether the clock ran on, the whole recording is
-// asked for it before the first row is written.
-std::optional<int64_t> start_of(scan::byte_source& source, session& with) {
-    const scan::quick_look look = scan::look_quickly(source);
-    if (look.start_certain)
-        return look.start_ms;
-    file_progress watching(with.err, source.size());
-    followed_source followed(source, watching);
-    if (!look.index.present && !leads_to_index(followed))
-        return look.start_ms;
-    return scan::judge(followed, {.most_per_code = 0, .payloads = false}, &watching).start_ms;
-}
-
 class frames final : public command {
 public:
     void add_options(CLI::App& to) override {
@@ -114,11 +87,7 @@ public:
         to.add_option("--type", type_, "I-frames or P-frames alone")
             ->option_text("I|P")
             ->transform(CLI::IsMember({"I", "P"}, CLI::ignore_case));
-        to.add_option("--from", options_.from,
-                      "From this frame number (digits alone), stream time (M:SS.mmm, H:MM:SS.mmm) or time "
-                      "(ISO 8601) on")
-            ->option_text("PLACE");
-        to.add_option("--to", options_.to, "Before this place")->option_text("PLACE");
+        options_.places.add(to);
         to.add_flag("--gaps", options_.wanted.gaps, "Only frames before which numbers are missing");
         to.add_flag("--user-data", options_.user_data, "With the segments of the user data");
     }
@@ -126,8 +95,7 @@ public:
     exit_status work(session& with) override {
         options_.format = value_of(format_, formats);
         options_.wanted.type = value_of(type_, types);
-        if (!take_place(options_.from, options_.wanted.from, with) ||
-            !take_place(options_.to, options_.wanted.to, with))
+        if (!options_.places.read(with, options_.wanted.from, options_.wanted.to))
             return exit_status::failed;
         const scan::opened_file opened = scan::file_source::open(options_.path.c_str());
         if (opened.status != scan::open_status::opened) {
@@ -155,16 +123,6 @@ public:
     }
 
 private:
-    static bool take_place(const std::optional<std::string>& text, std::optional<frame_place>& into,
-                           session& with) {
-        if (!text)
-            return true;
-        into = frame_place::parse(*text, with.zone);
-        if (!into)
-            with.err.say(*text, "neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)");
-        return into.has_value();
-    }
-
     frames_options options_ = {};
     std::string format_ = "table";
     std::string type_ = {};

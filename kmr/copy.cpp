@@ -1,0 +1,170 @@
+// kmr copy: a part of a recording as a recording of its own.
+#include "mend/copy.hpp"
+#include "kmr/commands.hpp"
+#include "kmr/copy_output.hpp"
+#include "kmr/judged_file.hpp"
+#include "kmr/new_recording.hpp"
+#include "kmr/option_checks.hpp"
+#include "kmr/output/progress.hpp"
+#include "kmr/place_options.hpp"
+#include "kmr/start_time.hpp"
+#include "mend/plain_disk.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace kmr::program {
+namespace {
+
+// Which file it is that a name leads to, through links too.
+int facts_of(const std::string& path, mend::file_facts& into) {
+    struct stat found = {};
+    if (stat(path.c_str(), &found) != 0)
+        return errno;
+    into.device = found.st_dev;
+    into.number = found.st_ino;
+    return 0;
+}
+
+// The recording, while it is gone through: on a terminal it is told how far.
+class planned_from final : public scan::byte_source {
+public:
+    planned_from(scan::byte_source& source, output::messages& err) : source_(source) {
+        if (err.on_terminal())
+            progress_.emplace(err, output::work_done{1, source.size()});
+    }
+    void be_quiet() { progress_.reset(); }
+
+    uint64_t size() const override { return source_.size(); }
+    scan::source_change change() const override { return source_.change(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        if (progress_)
+            progress_->show({0, offset});
+        return source_.read_at(offset, into);
+    }
+
+private:
+    scan::byte_source& source_;
+    std::optional<output::progress> progress_ = {};
+};
+
+std::string words_for(const mend::copy_plan& plan) {
+    using enum mend::copy_status;
+    switch (plan.status) {
+    case ready:
+        break;
+    case unreadable: {
+        const std::string why = problem_of(plan.before);
+        return why.empty() ? "cannot be read" : why;
+    }
+    case no_header:
+        return plan.before.judged == scan::verdict::not_a_recording
+                   ? "not a recording"
+                   : "its file header is damaged, and a copy would have the same (kmr repair mends it)";
+    case empty:
+        return "there is no frame in the span that could be shown";
+    case too_long:
+        return "the span is longer than 4 GiB, which an index cannot name; choose a shorter one";
+    case too_damaged:
+        return "damaged in more places than can be left out at once";
+    case no_way:
+        return "what would come out is no sound recording";
+    }
+    return {};
+}
+
+class copy final : public command {
+public:
+    void add_options(CLI::App& to) override {
+        to.add_option("FILE", from_, "A recording")->required();
+        to.add_option("OUT", out_.path, "The new recording")->required()->check(not_empty());
+        places_.add(to);
+        to.add_flag("--force", out_.replace, "Replace OUT where it is there already; never FILE");
+    }
+
+    exit_status work(session& with) override {
+        std::optional<frame_place> from;
+        std::optional<frame_place> to;
+        if (!places_.read(with, from, to))
+            return exit_status::failed;
+        const scan::opened_file opened = scan::file_source::open(from_.c_str());
+        if (opened.status != scan::open_status::opened)
+            return refuse(from_, problem_of(opened), with);
+        if (const int error = facts_of(from_, out_.original))
+            return refuse(from_, words_of(error), with);
+        mend::plain_disk disk;
+        if (const std::string why = problem_of(disk, out_); !why.empty())
+            return refuse(out_.path, why, with);
+        mend::span span;
+        if (!take_bound(from, span.from, *opened.source, with) ||
+            !take_bound(to, span.to, *opened.source, with))
+            return exit_status::failed;
+        return copy_span(disk, *opened.source, span, with);
+    }
+
+private:
+    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
+        with.err.say(path, why);
+        return exit_status::failed;
+    }
+
+    bool take_bound(const std::optional<frame_place>& place, std::optional<mend::span_bound>& into,
+                    scan::byte_source& source, session& with) {
+        using bound = mend::span_bound;
+        if (!place)
+            return true;
+        if (place->in == frame_place::unit::number && place->value > int64_t{UINT32_MAX}) {
+            with.err.say(std::to_string(place->value), "no frame has such a number");
+            return false;
+        }
+        into = bound{bound::unit::stream_ms, place->value};
+        if (place->in == frame_place::unit::number)
+            into->in = bound::unit::frame_number;
+        if (place->in != frame_place::unit::wall_time)
+            return true;
+        if (!start_ms_)
+            start_ms_ = start_of(source, with);
+        if (!start_ms_) {
+            with.err.say(from_, "nothing tells when it was recorded; name a stream time or a frame number");
+            return false;
+        }
+        into->value -= *start_ms_;
+        return true;
+    }
+
+    exit_status copy_span(mend::disk& disk, scan::byte_source& recording, const mend::span& span,
+                          session& with) const {
+        planned_from source(recording, with.err);
+        const mend::copy_plan plan = mend::plan_copy(source, span);
+        source.be_quiet();
+        if (plan.status != mend::copy_status::ready)
+            return refuse(from_, words_for(plan), with);
+        if (const std::string why = write_recording(disk, out_, source, *plan.content, with.err);
+            !why.empty())
+            return refuse(out_.path, why, with);
+        output::clock clock = with.clock();
+        append_copied(with.out.buffer(), out_.path, plan, with.colored, clock);
+        return exit_status::sound;
+    }
+
+    std::string from_ = {};
+    new_recording out_ = {};
+    place_options places_ = {};
+    std::optional<int64_t> start_ms_ = {}; // once it was asked for
+};
+
+} // namespace
+
+const command_kind copy_command = {
+    "copy",
+    "Copies a part of a recording into a recording of its own",
+    "  kmr copy --from 0:10 --to 0:20 recording.kmr part.kmr             ten seconds, by stream time\n"
+    "  kmr copy --from 2015-01-02T03:04:05 recording.kmr part.kmr        from a time of day on\n"
+    "  kmr copy --from 1200 --to 1500 --force recording.kmr part.kmr     by frame numbers\n"
+    "  kmr copy damaged.kmr whole.kmr                                    what is good of all of it\n",
+    make_command<copy>,
+    "Exit status: 0 copied; 2 everything else, and then there is no new file.",
+};
+
+} // namespace kmr::program
