@@ -13,6 +13,8 @@ extern const command_kind frames_command;
 extern const command_kind ls_command;
 extern const command_kind query_command;
 extern const command_kind merge_command;
+extern const command_kind repair_command;
+extern const command_kind undo_command;
 extern const command_kind tag_command;
 extern const command_kind copy_command;
 

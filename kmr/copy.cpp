@@ -2,8 +2,9 @@
 #include "mend/copy.hpp"
 #include "kmr/commands.hpp"
 #include "kmr/copy_output.hpp"
+#include "kmr/held_signals.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/new_recording.hpp"
+#include "kmr/mended_copy.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/output/progress.hpp"
 #include "kmr/place_options.hpp"
@@ -12,32 +13,26 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <sys/stat.h>
+#include <filesystem>
 
 namespace kmr::program {
 namespace {
 
-// Which file it is that a name leads to, through links too.
-int facts_of(const std::string& path, mend::file_facts& into) {
-    struct stat found = {};
-    if (stat(path.c_str(), &found) != 0)
-        return errno;
-    into.device = found.st_dev;
-    into.number = found.st_ino;
-    return 0;
-}
-
-// The recording, while it is gone through: on a terminal it is told how far.
-class planned_from final : public scan::byte_source {
+// Somebody else's bytes, on their way: on a terminal it is told how far they have come.
+class told_source final : public scan::byte_source {
 public:
-    planned_from(scan::byte_source& source, output::messages& err) : source_(source) {
+    told_source(scan::byte_source& source, output::messages& err) : source_(source) {
         if (err.on_terminal())
             progress_.emplace(err, output::work_done{1, source.size()});
     }
     void be_quiet() { progress_.reset(); }
 
     uint64_t size() const override { return source_.size(); }
-    scan::source_change change() const override { return source_.change(); }
+    // What a recorder writes on behind what was there changes no frame of it.
+    scan::source_change change() const override {
+        const scan::source_change what = source_.change();
+        return what == scan::source_change::grown ? scan::source_change::none : what;
+    }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
         if (progress_)
             progress_->show({0, offset});
@@ -48,6 +43,28 @@ private:
     scan::byte_source& source_;
     std::optional<output::progress> progress_ = {};
 };
+
+// Why there can be no such copy; empty: there can. Asked before long work is done for nothing, and again by whoever
+// writes it.
+std::string why_not_written(mend::disk& on, const copy_names& names) {
+    mend::file_facts original;
+    mend::file_facts there;
+    if (const int error = on.look(names.from, original))
+        return words_of(error);
+    const std::string unfinished = names.to + ".kmr-new";
+    if (on.look(unfinished, there) == 0 && there.is_same_file(original))
+        return "is called " + unfinished + " while it is written, and so is the recording";
+    const int looked = on.look(names.to, there);
+    if (looked != 0)
+        return looked == ENOENT ? "" : words_of(looked);
+    if (there.is_same_file(original))
+        return "is the recording itself";
+    if (there.kind == mend::file_kind::link)
+        return "a symbolic link: nothing is written through it";
+    if (there.kind != mend::file_kind::regular)
+        return "not a regular file";
+    return names.replace ? "" : "is there already (--force replaces it)";
+}
 
 std::string words_for(const mend::copy_plan& plan) {
     using enum mend::copy_status;
@@ -78,9 +95,9 @@ class copy final : public command {
 public:
     void add_options(CLI::App& to) override {
         to.add_option("FILE", from_, "A recording")->required();
-        to.add_option("OUT", out_.path, "The new recording")->required()->check(not_empty());
+        to.add_option("OUT", names_.to, "The new recording")->required()->check(not_empty());
         places_.add(to);
-        to.add_flag("--force", out_.replace, "Replace OUT where it is there already; never FILE");
+        to.add_flag("--force", names_.replace, "Replace OUT where it is there already; never FILE");
     }
 
     exit_status work(session& with) override {
@@ -91,11 +108,13 @@ public:
         const scan::opened_file opened = scan::file_source::open(from_.c_str());
         if (opened.status != scan::open_status::opened)
             return refuse(from_, problem_of(opened), with);
-        if (const int error = facts_of(from_, out_.original))
-            return refuse(from_, words_of(error), with);
+        std::error_code error;
+        names_.from = std::filesystem::canonical(from_, error).string(); // a link is followed
+        if (error)
+            return refuse(from_, error.message(), with);
         mend::plain_disk disk;
-        if (const std::string why = problem_of(disk, out_); !why.empty())
-            return refuse(out_.path, why, with);
+        if (const std::string why = why_not_written(disk, names_); !why.empty())
+            return refuse(names_.to, why, with);
         mend::span span;
         if (!take_bound(from, span.from, *opened.source, with) ||
             !take_bound(to, span.to, *opened.source, with))
@@ -135,21 +154,24 @@ private:
 
     exit_status copy_span(mend::disk& disk, scan::byte_source& recording, const mend::span& span,
                           session& with) const {
-        planned_from source(recording, with.err);
+        told_source source(recording, with.err);
         const mend::copy_plan plan = mend::plan_copy(source, span);
         source.be_quiet();
         if (plan.status != mend::copy_status::ready)
             return refuse(from_, words_for(plan), with);
-        if (const std::string why = write_recording(disk, out_, source, *plan.content, with.err);
-            !why.empty())
-            return refuse(out_.path, why, with);
+        take_size_limits_as_errors();
+        told_source content(*plan.content, with.err);
+        const std::string why = write_mended_copy(disk, names_, source, content);
+        content.be_quiet();
+        if (!why.empty())
+            return refuse(names_.to, why, with);
         output::clock clock = with.clock();
-        append_copied(with.out.buffer(), out_.path, plan, with.colored, clock);
+        append_copied(with.out.buffer(), names_.to, plan, with.colored, clock);
         return exit_status::sound;
     }
 
     std::string from_ = {};
-    new_recording out_ = {};
+    copy_names names_ = {};
     place_options places_ = {};
     std::optional<int64_t> start_ms_ = {}; // once it was asked for
 };

@@ -154,7 +154,7 @@ public:
 
 exit_status run_command(int argc, const char* const* argv, output::standard_output& out,
                         output::messages& err) {
-    CLI::App app("Judges, lists and tabulates recordings of a digital video recorder", "kmr");
+    CLI::App app("Judges, lists, tabulates and mends recordings of a digital video recorder", "kmr");
     common_options common;
     app.formatter(std::make_shared<help_text>());
     app.set_version_flag("--version", "kmr " KMR_VERSION);

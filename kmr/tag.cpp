@@ -184,16 +184,14 @@ private:
             return exit_status::failed;
         };
         mend::plain_disk disk;
-        const recording_opening opening = open_recording(disk, task.path, how_.dry_run);
+        const recording_opening opening = open_recording(disk, task.path, how_);
         if (!opening.opened)
             return refuse(opening.problem);
-        if (const std::string why = problem_of(opening.opened->look_for_undo()); !why.empty())
-            return refuse(why);
         const mend::tag_plan plan = task.plan(opening.opened->source());
         if (plan.status != mend::tag_status::ready)
             return refuse(words_for(plan.status, plan.error, task.record));
         if (!how_.dry_run)
-            if (const std::string why = apply(*opening.opened, plan.planned, !how_.no_undo); !why.empty())
+            if (const std::string why = apply(*opening.opened, plan.planned, how_); !why.empty())
                 return refuse(why);
         output::clock clock = with.clock();
         append_tag_change(with.out.buffer(), plan, task.text, how_.dry_run, clock);

@@ -40,6 +40,7 @@ public:
         uint64_t ordinary = 0;            // frames kept, those with proven lengths among them
         uint64_t inserted = 0;            // without covers
         uint64_t covers = 0;
+        uint64_t without_video = 0;    // ordinary ones with audio alone
         uint64_t frames_covered = 0;   // whole ones, because they are too long to grow
         bool first_frame_lost = false; // bytes in front of the first frame are none
         bool rebuild_stops = false;    // at a step of the clock the recorder's own rebuild would still cut

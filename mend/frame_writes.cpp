@@ -92,6 +92,7 @@ void frame_plan::emit_frame(const piece& frame) {
         return;
     }
     ++result_.ordinary;
+    result_.without_video += frame.header.VideoSize == 0 ? 1 : 0;
     emit_record(frame);
     if (settled_)
         note_step(moment_of(settled_->header), moment_of(frame.header));

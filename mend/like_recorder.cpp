@@ -27,6 +27,10 @@ public:
             return;
         if (seen.frame.offset + seen.frame.length <= cut_) {
             ++kept;
+            if (seen.frame.kind == scan::frame_class::ordinary)
+                last_ms_ = seen.stream_ms;
+            if (seen.frame.kind == scan::frame_class::ordinary && !first_ms_)
+                first_ms_ = seen.stream_ms;
             return;
         }
         ++lost;
@@ -37,9 +41,12 @@ public:
     uint64_t kept = 0;
     uint64_t lost = 0;
     std::optional<uint32_t> first_lost = {};
+    int64_t duration_ms() const { return first_ms_ ? last_ms_ - *first_ms_ : 0; }
 
 private:
     uint64_t cut_;
+    std::optional<int64_t> first_ms_ = {};
+    int64_t last_ms_ = 0;
 };
 
 class walk {
@@ -47,8 +54,6 @@ public:
     explicit walk(scan::byte_source& source) : source_(source), recording_(source) {}
 
     plan_status run(recorder_plan& plan) {
-        if (source_.size() > four_gib)
-            return plan_status::no_way;
         if (!recording_.load(0, header_))
             return plan_status::not_a_recording;
         start_time_ = first_time();
@@ -170,6 +175,10 @@ private:
 
 recorder_plan plan_like_recorder(scan::byte_source& source) {
     recorder_plan plan;
+    if (source.size() > four_gib) {
+        plan.status = plan_status::no_way;
+        return plan;
+    }
     try {
         walk frames(source);
         plan.status = frames.run(plan);
@@ -178,6 +187,10 @@ recorder_plan plan_like_recorder(scan::byte_source& source) {
         plan.frames_kept = counter.kept;
         plan.frames_lost = counter.lost;
         plan.first_lost = counter.first_lost;
+        plan.duration_ms = counter.duration_ms();
+        const bool index_is_next = plan.before.index.present && plan.before.index.offset == frames.cut;
+        if (plan.status == plan_status::ready && frames.cut < source.size() && !index_is_next)
+            plan.cut = {region_action::cut, frames.cut, source.size() - frames.cut, {}};
         plan.tags_lost = plan.before.index.tags;
         if (plan.before.judged == scan::verdict::unreadable)
             plan.status = plan_status::unreadable;

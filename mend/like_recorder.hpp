@@ -17,6 +17,8 @@ struct recorder_plan {
     uint64_t frames_kept = 0;
     uint64_t frames_lost = 0; // whole ones that stand behind the cut
     std::optional<uint32_t> first_lost = {};
+    int64_t duration_ms = 0;
+    std::optional<region> cut = {}; // what is not an old index behind the last frame kept
     uint64_t index_records = 0;
     uint64_t tags_lost = 0;
     uint32_t start_time = 0; // of the first record

@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kmr::mend {
 namespace {
@@ -37,8 +38,11 @@ void copy_facts(const struct stat& from, file_facts& into) {
 
 class plain_file final : public open_file {
 public:
-    explicit plain_file(int descriptor) : descriptor_(descriptor) {}
-    ~plain_file() override { close(descriptor_); }
+    ~plain_file() override {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    void hold(int descriptor) { descriptor_ = descriptor; }
 
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
         scan::read_result result;
@@ -96,7 +100,7 @@ public:
     }
 
 private:
-    int descriptor_;
+    int descriptor_ = -1;
 };
 
 struct mode_flags {
@@ -130,10 +134,13 @@ int open_quietly(const std::string& path, const mode_flags& how) {
 } // namespace
 
 opened plain_disk::open(const std::string& path, open_mode mode) {
+    auto file =
+        std::make_unique<plain_file>(); // first: a file may not be made where there is no memory for it
     const int descriptor = open_quietly(path, flags_of(mode));
     if (descriptor < 0)
         return {.file = nullptr, .error = errno};
-    return {.file = std::make_unique<plain_file>(descriptor), .error = 0};
+    file->hold(descriptor);
+    return {.file = std::move(file), .error = 0};
 }
 
 int plain_disk::look(const std::string& path, file_facts& into) {

@@ -187,6 +187,7 @@ plan_status planner::prove() {
     plan_.duration_ms = found_.duration_ms;
     plan_.bytes_rewritten = plan_.planned.bytes_written();
     plan_.covers = found_.covers;
+    plan_.frames_without_video = found_.without_video;
     plan_.frames_covered = found_.frames_covered;
     plan_.rebuild_stops = found_.rebuild_stops;
     plan_.errors_left = errors_in(before());

@@ -38,12 +38,13 @@ struct repair_plan {
 
     // What somebody ought to be told.
     uint64_t covers = 0;
-    uint64_t frames_covered = 0; // whole frames that could not be kept
-    bool times_guessed = false;  // no old index knows any time: the header's date was taken
-    bool start_guessed = false;  // and the first frame, which it means, is lost
-    bool rebuild_stops = false;  // the recorder's own rebuild would still cut, at a step of the clock
-    bool beyond_4_gib = false;   // no index can be written
-    uint64_t errors_left = 0;    // findings that are errors and stay
+    uint64_t frames_without_video = 0; // legal, but the viewer ends its walk there
+    uint64_t frames_covered = 0;       // whole frames that could not be kept
+    bool times_guessed = false;        // no old index knows any time: the header's date was taken
+    bool start_guessed = false;        // and the first frame, which it means, is lost
+    bool rebuild_stops = false;        // the recorder's own rebuild would still cut, at a step of the clock
+    bool beyond_4_gib = false;         // no index can be written
+    uint64_t errors_left = 0;          // findings that are errors and stay
 };
 
 // Reads and judges; where something is to be done, what would come out is judged too. Throws nothing but bad_alloc.

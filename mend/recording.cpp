@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -30,9 +31,33 @@ outcome from_situation(undo_situation situation, int error) {
     return {};
 }
 
+// What asks for memory in the middle of a change must not end it there.
+template <typename Work>
+int or_no_memory(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
+}
+
 int unlink_if_there(disk& on, const std::string& path) {
     const int error = on.unlink(path);
     return error == ENOENT ? 0 : error;
+}
+
+// Bytes that are read before any of them is written; an index goes in blocks.
+size_t longest_group(const changes& planned) {
+    uint64_t longest = 0;
+    uint64_t group = 0;
+    for (const planned_write& write : planned.writes()) {
+        const bool is_index = write.what == planned_write::content::index;
+        group += is_index ? std::min<uint64_t>(block, write.length) : write.length;
+        longest = std::max(longest, group);
+        if (!write.joined)
+            group = 0;
+    }
+    return static_cast<size_t>(longest);
 }
 
 } // namespace
@@ -123,20 +148,28 @@ int recording::fill_draft(const changes& planned, way_back& older) {
 }
 
 outcome recording::write_way_back(const changes& planned, way_back& older) {
-    int error = fill_draft(planned, older);
+    const std::string draft = undo_draft_of(path_);
+    const std::string name = undo_path_of(path_);
+    int error = or_no_memory([&] { return fill_draft(planned, older); });
     if (error == 0)
-        error = disk_.rename(undo_draft_of(path_), undo_path_of(path_));
+        error = disk_.rename(draft, name);
     if (error != 0) {
-        unlink_if_there(disk_, undo_draft_of(path_));
+        unlink_if_there(disk_, draft);
         return failure(error);
     }
     error = disk_.sync_folder(path_);
     if (error == 0)
         return {};
-    way_back own = find_way_back(open_mode::change);
-    if (own.situation == undo_situation::interrupted)
-        drop_way_back(own);
+    forget_way_back();
     return failure(error);
+}
+
+// Nothing was changed after all.
+void recording::forget_way_back() {
+    or_no_memory([&] {
+        way_back own = find_way_back(open_mode::change);
+        return own.situation == undo_situation::interrupted ? drop_way_back(own) : 0;
+    });
 }
 
 int recording::draw_older_out(way_back& way) {
@@ -189,30 +222,37 @@ outcome recording::apply(const changes& planned, bool keep_undo) {
         return {};
     if (planned.old_size() != facts_.size || !is_unchanged())
         return {.status = mend_status::changed_meanwhile, .error = 0};
+    std::vector<uint8_t> buffer(longest_group(planned)); // all the memory that the writing itself takes
     if (keep_undo)
         if (const outcome written = write_way_back(planned, older); !written.is_done())
             return written;
-    return change(planned, keep_undo);
+    return change(planned, keep_undo, buffer);
 }
 
-outcome recording::change(const changes& planned, bool keep_undo) {
+outcome recording::change(const changes& planned, bool keep_undo, std::span<uint8_t> buffer) {
     if (!is_unchanged()) {
-        way_back own = keep_undo ? find_way_back(open_mode::change) : way_back();
-        if (own.situation == undo_situation::interrupted)
-            drop_way_back(own);
+        if (keep_undo)
+            forget_way_back();
         return {.status = mend_status::changed_meanwhile, .error = 0};
     }
-    int error = write_all(planned);
+    int error = write_all(planned, buffer);
     if (error == 0)
         error = finish_change(planned);
-    way_back own = keep_undo ? find_way_back(open_mode::change) : way_back();
-    if (error == 0 && keep_undo)
-        error = own.file ? mark_undo(*own.file, undo_state::changed) : std::max(own.error, EIO);
+    way_back own;
+    if (keep_undo) {
+        const int looked = or_no_memory([&] {
+            own = find_way_back(open_mode::change);
+            return own.file ? 0 : std::max(own.error, EIO);
+        });
+        if (error == 0)
+            error = looked != 0 ? looked : mark_undo(*own.file, undo_state::changed);
+    }
     if (error == 0) {
         become(planned.new_size());
         return {};
     }
-    const bool taken_back = own.situation == undo_situation::interrupted && take_back(own) == 0;
+    const bool taken_back =
+        own.situation == undo_situation::interrupted && or_no_memory([&] { return take_back(own); }) == 0;
     return {.status = taken_back ? mend_status::failed : mend_status::interrupted, .error = error};
 }
 
@@ -225,15 +265,15 @@ int recording::finish_change(const changes& planned) {
     return error != 0 ? error : file_->sync();
 }
 
-int recording::write_all(const changes& planned) {
+int recording::write_all(const changes& planned, std::span<uint8_t> buffer) {
     const auto& writes = planned.writes();
     for (size_t first = 0; first < writes.size();) {
         size_t last = first;
         while (writes[last].joined && last + 1 < writes.size())
             ++last;
         const bool long_one = writes[first].what == planned_write::content::index;
-        const int error =
-            long_one ? write_index_block(planned, writes[first]) : write_group(planned, first, last);
+        const int error = long_one ? write_index_block(planned, writes[first], buffer)
+                                   : write_group(planned, first, last, buffer);
         if (error != 0)
             return error;
         first = last + 1;
@@ -242,25 +282,31 @@ int recording::write_all(const changes& planned) {
 }
 
 // All of them together are no longer than a frame, which is 1 MiB.
-int recording::write_group(const changes& planned, size_t first, size_t last) {
-    std::vector<std::vector<uint8_t>> contents;
+int recording::write_group(const changes& planned, size_t first, size_t last, std::span<uint8_t> buffer) {
+    size_t at = 0;
     for (size_t i = first; i <= last; ++i) {
         const planned_write& write = planned.writes()[i];
-        contents.emplace_back(static_cast<size_t>(write.length));
-        if (const int error = planned.content_of(write, 0, source_, contents.back()))
+        const auto length = static_cast<size_t>(write.length);
+        if (const int error = planned.content_of(write, 0, source_, buffer.subspan(at, length)))
             return error;
+        at += length;
     }
-    for (size_t i = first; i <= last; ++i)
-        if (const int error = file_->write_at(planned.writes()[i].offset, contents[i - first]))
+    at = 0;
+    for (size_t i = first; i <= last; ++i) {
+        const planned_write& write = planned.writes()[i];
+        const auto length = static_cast<size_t>(write.length);
+        if (const int error = file_->write_at(write.offset, buffer.subspan(at, length)))
             return error;
+        at += length;
+    }
     return 0;
 }
 
-int recording::write_index_block(const changes& planned, const planned_write& write) {
-    std::vector<uint8_t> buffer(static_cast<size_t>(std::min<uint64_t>(block, write.length)));
+int recording::write_index_block(const changes& planned, const planned_write& write,
+                                 std::span<uint8_t> buffer) {
     for (uint64_t at = 0; at < write.length;) {
-        const std::span part(buffer.data(),
-                             static_cast<size_t>(std::min<uint64_t>(buffer.size(), write.length - at)));
+        const auto part =
+            buffer.first(static_cast<size_t>(std::min<uint64_t>(buffer.size(), write.length - at)));
         int error = planned.content_of(write, at, source_, part);
         if (error == 0)
             error = file_->write_at(write.offset + at, part);
@@ -336,7 +382,7 @@ outcome recording::undo() {
         return bad;
     if (const outcome checked = check_unchanged_since(way); !checked.is_done())
         return checked;
-    if (const int error = take_back(way))
+    if (const int error = or_no_memory([&] { return take_back(way); }))
         return {.status = mend_status::interrupted, .error = error};
     facts_.dates = way.head.dates;
     become(way.head.old_size);

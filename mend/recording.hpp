@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace kmr::mend {
@@ -66,10 +67,11 @@ private:
     int fill_draft(const changes& planned, way_back& older);
     int put_in_place();
     bool is_unchanged();
-    outcome change(const changes& planned, bool keep_undo);
-    int write_all(const changes& planned);
-    int write_group(const changes& planned, size_t first, size_t last);
-    int write_index_block(const changes& planned, const planned_write& write);
+    void forget_way_back();
+    outcome change(const changes& planned, bool keep_undo, std::span<uint8_t> buffer);
+    int write_all(const changes& planned, std::span<uint8_t> buffer);
+    int write_group(const changes& planned, size_t first, size_t last, std::span<uint8_t> buffer);
+    int write_index_block(const changes& planned, const planned_write& write, std::span<uint8_t> buffer);
     int finish_change(const changes& planned);
     int take_back(way_back& way);
     int write_old(way_back& way);

@@ -1,8 +1,7 @@
 // A recording in a folder of its own, before and after a command has changed it.
 #pragma once
 
-#include "mend/plain_disk.hpp"
-#include "mend/recording.hpp"
+#include "mend/disk.hpp"
 #include "tests/kmr/program.hpp"
 
 #include <algorithm>
@@ -43,13 +42,6 @@ inline std::vector<std::string> names_in(const std::filesystem::path& folder) {
         names.push_back(each.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
-}
-
-// Takes the last change back.
-inline kmr::mend::mend_status undo(const std::string& path) {
-    kmr::mend::plain_disk disk;
-    const auto opening = kmr::mend::recording::open(disk, path, true);
-    return opening.opened ? opening.opened->undo().status : opening.result.status;
 }
 
 // Runs of a copy of the program as a user who may not do everything.

@@ -42,6 +42,11 @@ TEST_F(DocumentTest, ShowsWhatTheProgramPrints) {
                                 {"frames", "--from", "24", "--to", "27", "--user-data", "disk/demo.kmr"})));
 }
 
+TEST_F(DocumentTest, ShowsWhatARepairWouldDo) {
+    EXPECT_THAT(guide_,
+                HasSubstr(shown("repair --dry-run disk/hit.kmr", {"repair", "--dry-run", "disk/hit.kmr"})));
+}
+
 TEST_F(DocumentTest, ShowsWhatTagsAreListedAndChanged) {
     EXPECT_THAT(guide_, HasSubstr(shown("tag disk/demo.kmr", {"tag", "disk/demo.kmr"})));
     EXPECT_THAT(guide_, HasSubstr(shown("tag add disk/demo.kmr 0:01.5 'Door shut'",

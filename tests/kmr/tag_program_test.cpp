@@ -136,7 +136,7 @@ TEST_F(TagTest, PutsATagAtTheLastRecordAtOrBeforeATime) {
         EXPECT_EQ(content(), with_tag(each.record, "Gate", 1));
         EXPECT_TRUE(is_old(file_));
         EXPECT_THAT(names(), ElementsAre("a.kmr", "a.kmr.kmr-undo"));
-        EXPECT_EQ(kmr_test::undo(file_), kmr::mend::mend_status::done);
+        EXPECT_EQ(place_.kmr({"undo", "a.kmr"}).status, 0);
         EXPECT_EQ(content(), before_);
         EXPECT_TRUE(is_old(file_));
         EXPECT_THAT(names(), ElementsAre("a.kmr"));
@@ -165,7 +165,7 @@ TEST_F(TagTest, ReplacesChangesAndRemoves) {
     EXPECT_EQ(place_.kmr({"check", "a.kmr"}).status, 0);
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.kmr.kmr-undo"));
     for (const bytes& step : {with_tag(0, "Begin", 2), with_tag(0, "Go", 2), before_}) {
-        EXPECT_EQ(kmr_test::undo(file_), kmr::mend::mend_status::done);
+        EXPECT_EQ(place_.kmr({"undo", "a.kmr"}).status, 0);
         EXPECT_EQ(content(), step);
         EXPECT_TRUE(is_old(file_));
     }
@@ -198,6 +198,22 @@ TEST_F(TagTest, KeepsNoUndoFileWhereNoneIsWanted) {
     EXPECT_EQ(content(), with_tag(1, "Gate", 1));
     EXPECT_TRUE(is_old(file_));
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
+    ASSERT_EQ(tag({"remove", "a.kmr", "1"}).status, 0);
+    before_ = content();
+    expect_refused({"add", "--no-undo", "a.kmr", "1", "x"},
+                   "a.kmr: it has an undo file already, which would no longer fit: leave out --no-undo, or "
+                   "move that file away");
+    EXPECT_EQ(tag({"add", "--no-undo", "--dry-run", "a.kmr", "1", "x"}).status, 1);
+}
+
+// As a disk that is full.
+TEST_F(TagTest, WritesNothingWhereThereIsNoRoomForTheUndoFile) {
+    const auto run = place_.shell("ulimit -f 0; \"$1\" tag add a.kmr 0 x 2>&1 | cat; exit ${PIPESTATUS[0]}");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "kmr: a.kmr: File too large\n");
+    EXPECT_EQ(content(), before_);
+    EXPECT_TRUE(is_old(file_));
+    EXPECT_THAT(names(), ElementsAre("a.kmr"));
 }
 
 TEST_F(TagTest, TakesSixtyThreeBytesOfWholeCharacters) {
@@ -225,7 +241,7 @@ TEST_F(TagTest, TakesAnyTextAndNameForWhatItIs) {
         EXPECT_EQ(tag({"add", "a.kmr", "0", text}).status, 0) << text;
         EXPECT_EQ(content(), with_tag(0, text, 1)) << text;
     }
-    EXPECT_EQ(tag({"add", "--no-undo", "--", "a.kmr", "0", "-x"}).status, 0);
+    EXPECT_EQ(tag({"add", "--utc", "--", "a.kmr", "0", "-x"}).status, 0);
     EXPECT_EQ(content(), with_tag(0, "-x", 1));
     EXPECT_EQ(tag({"--", "change", "a.kmr", "0", "--no-undo"}).status, 0);
     EXPECT_EQ(content(), with_tag(0, "--no-undo", 1));
@@ -301,7 +317,7 @@ TEST_F(TagTest, ChangesNothingThroughLinksAndNothingThatIsNoFile) {
     std::filesystem::create_symlink("a.kmr", place_.folder().path() / "link.kmr");
     std::filesystem::create_directory(place_.folder().path() / "folder");
     expect_refused({"add", "link.kmr", "0", "x"},
-                   "link.kmr: a symbolic link; name the file that it leads to");
+                   "link.kmr: a symbolic link: name the file that it leads to");
     expect_refused({"add", "folder", "0", "x"}, "folder: not a regular file");
     expect_refused({"add", "/dev/null", "0", "x"}, "/dev/null: not a regular file");
     EXPECT_EQ(tag({"link.kmr"}).status, 0); // reading follows it
@@ -343,15 +359,14 @@ TEST_F(TagTest, TouchesNothingBesideAnInterruptedChangeOrATornUndoFile) {
     place_.folder().write("a.kmr.kmr-undo", undo);
     for (const words& each : {words{"add", "a.kmr", "1", "y"}, words{"add", "--dry-run", "a.kmr", "1", "y"},
                               words{"add", "--no-undo", "a.kmr", "1", "y"}})
-        expect_refused(each, "a.kmr: an earlier change was interrupted; kmr undo takes it back");
+        expect_refused(each, "a.kmr: a change was interrupted: kmr undo takes it back");
     undo[40] ^= 1;
     place_.folder().write("a.kmr.kmr-undo", undo);
-    expect_refused({"remove", "a.kmr", "0"}, "a.kmr: its undo file is damaged, so nothing was written");
+    expect_refused({"remove", "a.kmr", "0"}, "a.kmr: its undo file is damaged; nothing was written");
     EXPECT_EQ(scratch::read_file(undo_file), undo);
     std::filesystem::remove(undo_file);
     std::filesystem::create_symlink("other", undo_file);
-    expect_refused({"remove", "a.kmr", "0"},
-                   "a.kmr: its undo file is a link or no regular file, so nothing was written");
+    expect_refused({"remove", "a.kmr", "0"}, "a.kmr: its undo file is no regular file; nothing was written");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.kmr.kmr-undo"));
 }
 
@@ -369,7 +384,7 @@ TEST_F(TagTest, ChangesH265EncryptedAndInsertedFramesAlike) {
         EXPECT_THAT(tag({"add", "a.kmr", "0:05", "Gate"}).out,
                     HasSubstr("record 1, 2015-01-02T03:04:10.000+00:00: added Gate; 1 tag"));
         EXPECT_EQ(place_.kmr({"check", "a.kmr"}).status, verdict);
-        EXPECT_EQ(kmr_test::undo(file_), kmr::mend::mend_status::done);
+        EXPECT_EQ(place_.kmr({"undo", "a.kmr"}).status, 0);
         EXPECT_EQ(content(), before_);
     }
 }

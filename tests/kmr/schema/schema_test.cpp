@@ -96,6 +96,25 @@ TEST_F(SchemaTest, HoldsForEveryVerdict) {
                   7U);
 }
 
+// Torn, cut off, wrong at the beginning, of no use, and not there at all.
+TEST_F(SchemaTest, HoldsForRepairs) {
+    folder.write("sound.kmr", scan_test::recording_of(scan_test::sound_frames(10)));
+    folder.write("unfinished.kmr", scan_test::without_index(scan_test::sound_frames(10)));
+    folder.write("damaged.kmr", small_recording());
+    bytes beheaded = scan_test::recording_of(scan_test::h265_frames(5));
+    std::fill_n(beheaded.begin(), 120, uint8_t{0});
+    folder.write("beheaded.kmr", beheaded);
+    folder.write("zero.kmr", bytes(5000, 0));
+    folder.write(hostile_name, {beheaded.begin(), beheaded.end() - 90});
+    const std::vector<std::string> files = {"sound.kmr", "unfinished.kmr", "damaged.kmr", "beheaded.kmr",
+                                            "zero.kmr",  hostile_name,     "missing.kmr"};
+    for (const char* const how : {"--dry-run", "--like-recorder", "--yes", "--yes"}) {
+        std::vector<std::string> arguments = {"repair", "--json", how};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        EXPECT_EQ(valid("repair", kmr(arguments)), files.size());
+    }
+}
+
 TEST_F(SchemaTest, HoldsForFrames) {
     folder.write("damaged.kmr", small_recording());
     EXPECT_EQ(valid("frames", kmr({"frames", "--format", "json", "damaged.kmr"})), 6U);

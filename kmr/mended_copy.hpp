@@ -1,0 +1,21 @@
+// A mended recording as a file of its own.
+#pragma once
+
+#include "mend/disk.hpp"
+
+#include <string>
+
+namespace kmr::program {
+
+struct copy_names {
+    std::string from = {};
+    std::string to = {};
+    bool replace = false; // a file of that name may go
+};
+
+// `original` is what `content` reads from. The file gets its name when it is whole; when the user ends the program, or
+// the original changes meanwhile, nothing is left of it. Gives words for what went wrong, or none.
+std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byte_source& original,
+                              scan::byte_source& content);
+
+} // namespace kmr::program
