@@ -186,7 +186,7 @@ const command_kind copy_command = {
     "  kmr copy --from 1200 --to 1500 --force recording.kmr part.kmr     by frame numbers\n"
     "  kmr copy damaged.kmr whole.kmr                                    what is good of all of it\n",
     make_command<copy>,
-    "Exit status: 0 copied; 2 everything else, and then there is no new file.",
+    "Exit status: 0 copied; 2 everything else.",
 };
 
 } // namespace kmr::program

@@ -75,7 +75,8 @@ private:
         const size_t begun = to_.size();
         if (plan_.torn_bytes != 0) {
             append_counted(to_, plan_.torn_bytes, "damaged byte");
-            append_counted(to_ += " with ", plan_.damaged_frames, "damaged frame");
+            if (plan_.damaged_frames != 0)
+                append_counted(to_ += " with ", plan_.damaged_frames, "damaged frame");
             to_ += " in the span; ";
         }
         if (plan_.frames_without_start != 0) {

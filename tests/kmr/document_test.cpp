@@ -53,6 +53,11 @@ TEST_F(DocumentTest, ShowsWhatTagsAreListedAndChanged) {
                                         {"tag", "add", "disk/demo.kmr", "0:01.5", "Door shut"})));
 }
 
+TEST_F(DocumentTest, ShowsWhatACopyIs) {
+    EXPECT_THAT(guide_, HasSubstr(shown("copy --from 0:01.5 disk/demo.kmr disk/part.kmr",
+                                        {"copy", "--from", "0:01.5", "disk/demo.kmr", "disk/part.kmr"})));
+}
+
 TEST_F(DocumentTest, BeginsWithWhatTheProgramPrints) {
     const std::string first_screen = scratch::read_text(KMR_SOURCES "/README.md");
     const auto checked = place_.kmr({"check", "-v", "disk"});
