@@ -64,7 +64,6 @@ extern "C" dirent* __wrap_readdir64(DIR* folder) {
 namespace {
 
 using kmr::program::found_file;
-using recording::bytes;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 

@@ -11,7 +11,6 @@
 
 namespace {
 
-using kmr_test::words;
 using kmr_test::workplace;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;

@@ -11,7 +11,6 @@ namespace {
 using namespace mend_test;
 using kmr::mend::plan_status;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 bytes sound(size_t count = 10) {
     return scan_test::recording_of(scan_test::sound_frames(count));

@@ -14,7 +14,6 @@ using recording::bytes;
 using store_test::old_stamp;
 using store_test::usual_cap;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class TamperedTest : public testing::Test, protected store_test::folder_with_database {
 protected:
