@@ -38,8 +38,9 @@ TEST(ChangesTest, AreNoneOrAShorterFileOrWrites) {
 TEST(ChangesTest, AreNotMoreThanMemoryIsGivenTo) {
     changes many(changes::most_writes);
     const bytes one = {1};
-    for (size_t i = 0; i < changes::most_writes; ++i)
+    for (size_t i = 0; i < changes::most_writes; ++i) {
         ASSERT_TRUE(many.write_bytes(i, one));
+    }
     EXPECT_FALSE(many.write_bytes(5, one));
     EXPECT_FALSE(many.write_zeros(5, 1));
     EXPECT_FALSE(many.move_bytes(5, 4, 1));

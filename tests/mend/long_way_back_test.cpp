@@ -44,13 +44,14 @@ protected:
     // However it ended: a file that is told to be changed is, one that failed is as it was, and the way back leads to
     // what stood there first.
     void expect_a_way_back(model_disk& disk, const outcome& told, const bytes& before, const bytes& after) {
-        if (told.status == mend_status::done)
+        if (told.status == mend_status::done) {
             EXPECT_EQ(disk.content(path), after);
-        else if (told.status == mend_status::failed)
+        } else if (told.status == mend_status::failed) {
             EXPECT_EQ(disk.content(path), before);
-        else
+        } else {
             EXPECT_TRUE(situation_on(disk) == undo_situation::interrupted || disk.content(path) == before ||
                         disk.content(path) == after);
+        }
         while (undo_on(disk).status == mend_status::done) {
         }
         EXPECT_EQ(disk.content(path), original_);
@@ -154,10 +155,12 @@ TEST_F(LongWayBackTest, IsNotThereWhereItIsNotWanted) {
             EXPECT_EQ(disk.content(path), mended(damaged_recording()));
             break;
         }
-        if (told.status == mend_status::done)
+        if (told.status == mend_status::done) {
             EXPECT_EQ(disk.content(path), mended(damaged_recording()));
-        if (told.status == mend_status::failed)
+        }
+        if (told.status == mend_status::failed) {
             EXPECT_EQ(disk.content(path), damaged_recording());
+        }
     }
 }
 

@@ -61,10 +61,11 @@ TEST_F(NewFileTest, IsWholeOrNotThereWhicheverCallFails) {
             EXPECT_EQ(told.status, mend_status::failed);
             EXPECT_EQ(told.error, EIO);
             EXPECT_FALSE(disk.has(target + ".kmr-new"));
-            if (there)
+            if (there) {
                 EXPECT_TRUE(disk.content(target) == content_ || disk.content(target) == (bytes{1, 2, 3}));
-            else
+            } else {
                 EXPECT_TRUE(!disk.has(target) || disk.content(target) == content_);
+            }
         }
 }
 

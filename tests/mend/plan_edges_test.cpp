@@ -28,8 +28,9 @@ bytes without_header(bytes file) {
 // --- nothing to be mended ---
 
 TEST(PlanEdgesTest, WhatIsNoRecordingIsNotMended) {
-    for (const bytes& file : {bytes{1, 2, 3}, bytes(60, 0), bytes(5000, 0x11)})
+    for (const bytes& file : {bytes{1, 2, 3}, bytes(60, 0), bytes(5000, 0x11)}) {
         EXPECT_EQ(plan_of(file).status, plan_status::not_a_recording);
+    }
     const bytes three = {1, 2, 3};
     kmr::scan::memory_source source(three);
     EXPECT_EQ(kmr::mend::plan_like_recorder(source).status, plan_status::not_a_recording);

@@ -103,8 +103,9 @@ TEST_P(ReadFaultTest, OfATag) {
             break;
         }
         EXPECT_NE(plan.status, tag_status::ready) << nth;
-        if (plan.status == tag_status::unreadable)
+        if (plan.status == tag_status::unreadable) {
             EXPECT_EQ(plan.error, EIO);
+        }
         EXPECT_TRUE(plan.planned.empty());
     }
 }

@@ -176,11 +176,13 @@ TEST_F(StoreCallsTest, IsRefusedWhereItMayNotBeWritten) {
     fs::permissions(folder.path(), fs::perms(0755));
     fs::permissions(database(), fs::perms(0444));
     const bool all_powerful = geteuid() == 0;
-    if (all_powerful)
+    if (all_powerful) {
         ASSERT_EQ(seteuid(65534), 0);
+    }
     const std::string told = refusal();
-    if (all_powerful)
+    if (all_powerful) {
         ASSERT_EQ(seteuid(0), 0);
+    }
     EXPECT_EQ(told, refusal_for("cannot be written"));
 }
 
