@@ -183,11 +183,10 @@ void index_check::settle_apart() {
     // Where frames follow each other at one distance any would do, so a record that names one is not shifted. Of a copy's
     // record nothing is expected.
     const bool repeated = waiting_.front().repeated;
-    if (falls_in_step() || (!repeated && is_i_frame_at(place_of(record_))))
-        replace_front();
-    else if (follows_shift())
+    const bool alone = falls_in_step() || (!repeated && is_i_frame_at(place_of(record_)));
+    if (!alone && follows_shift())
         return;
-    else if (repeated)
+    if (!alone && repeated)
         miss_front();
     else
         replace_front();

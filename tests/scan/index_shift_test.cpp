@@ -230,7 +230,7 @@ TEST(IndexShiftTest, OfAFrameThatIsLostIsSilent) {
 TEST(EqualDistancesTest, AShiftThatEndsBehindALostFrame) {
     // 50 bytes came in front of the I-frame 5; the I-frame 30 lost its header and 50 bytes. Its record is silent.
     bytes file = recording_of(sound_frames(200));
-    const ptrdiff_t lost = 88 + 536 * 30;
+    const ptrdiff_t lost = 88 + 536L * 30;
     file.erase(file.begin() + lost + 50, file.begin() + lost + 100);
     file.at(static_cast<size_t>(lost) + 3) = 9;
     file.insert(file.begin() + 2768, 50, uint8_t{0x77});
@@ -242,8 +242,8 @@ TEST(EqualDistancesTest, AShiftThatEndsBehindALostFrame) {
 TEST(EqualDistancesTest, OneFrameBetweenTwoShifts) {
     // 50 bytes in front of the I-frame 3, 200 in front of the next: each of the two records is the first of its shift.
     bytes file = recording_of(sound_frames(50));
-    file.insert(file.begin() + 88 + 536 * 4, 200, uint8_t{0x77});
-    file.insert(file.begin() + 88 + 536 * 3, 50, uint8_t{0x77});
+    file.insert(file.begin() + 88 + 536L * 4, 200, uint8_t{0x77});
+    file.insert(file.begin() + 88 + 536L * 3, 50, uint8_t{0x77});
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1696 +50 #16 t600", "bytes-torn @2282 +200 #21 t800",
                                          "index-entry-wrong @5982 +80 record=3 field=offset actual=1696",
                                          "index-entry-wrong @6062 +80 record=4 field=offset actual=2232"));
@@ -253,7 +253,7 @@ TEST(EqualDistancesTest, ManyCutOutAreToldByTheirTimes) {
     // The I-frames 6 to 29: record 6 names the I-frame 30 by chance, whose time is 4.8 s later. The frames end at
     // 88 + 536 x 16, which record 16 names.
     bytes file = recording_of(sound_frames(200));
-    file.erase(file.begin() + 88 + 536 * 6, file.begin() + 88 + 536 * 30);
+    file.erase(file.begin() + 88 + 536L * 6, file.begin() + 88 + 536L * 30);
     EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #151 t6000 lost=120",
                                          "index-entry-wrong @9988 +80 record=16 field=offset actual=8664"));
 }

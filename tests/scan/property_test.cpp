@@ -227,7 +227,7 @@ TEST(HostileBytesTest, SearchesForTheRecordsStayLinear) {
     scan_test::records index = scan_test::records_for(all);
     std::mt19937 random(20150102);
     for (auto& each : index)
-        each.position = random();
+        each.position = static_cast<uint32_t>(random());
     const bytes file = scan_test::recording_of(all, index);
     counting_source source(file);
     const scan::report judged = scan::judge(source);
