@@ -2,11 +2,17 @@
 #include "tests/kmr/store/store_fixture.hpp"
 #include "tests/support/run_program.hpp"
 
+#include <array>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -90,6 +96,59 @@ TEST_F(CheckDatabaseTest, ReadsNothingThatHasNotChanged) {
     EXPECT_EQ(read_by_latest(), "7 0 0");
     EXPECT_NE(check({"--recheck", "rec"}).out, first.out);
     EXPECT_EQ(read_by_latest(), "7 7 0");
+}
+
+// Sees who opens or reads a file, whichever process it is.
+class watch {
+public:
+    watch() : queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+    ~watch() { close(queue_); }
+    watch(const watch&) = delete;
+    watch& operator=(const watch&) = delete;
+
+    void add(const std::string& path) {
+        const int number = inotify_add_watch(queue_, path.c_str(), IN_OPEN | IN_ACCESS);
+        ASSERT_GE(number, 0) << path;
+        paths_[number] = path;
+    }
+
+    // The files that were touched since the last call.
+    std::set<std::string> touched() const {
+        std::set<std::string> names;
+        alignas(inotify_event) std::array<char, 65536> buffer = {};
+        for (ssize_t length = 0; (length = read(queue_, buffer.data(), buffer.size())) > 0;)
+            for (size_t at = 0; at < static_cast<size_t>(length);) {
+                inotify_event event = {};
+                std::memcpy(&event, buffer.data() + at, sizeof event);
+                names.insert(paths_.at(event.wd));
+                at += sizeof event + event.len;
+            }
+        return names;
+    }
+
+private:
+    int queue_;
+    std::map<int, std::string> paths_ = {};
+};
+
+TEST_F(CheckDatabaseTest, OpensNothingThatHasNotChanged) {
+    std::set<std::string> recordings;
+    watch files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.file("rec")))
+        if (entry.is_regular_file()) {
+            recordings.insert(entry.path().string());
+            files.add(entry.path().string());
+        }
+    ASSERT_EQ(recordings.size(), 7U);
+    const run::result first = check({"rec"});
+    EXPECT_EQ(files.touched(), recordings);
+    for (const arguments& each :
+         {arguments{"rec"}, arguments{"--json", "rec"}, arguments{"-j", "4", "-v", "rec"}})
+        check(each);
+    EXPECT_EQ(check({"rec"}).out, first.out);
+    EXPECT_THAT(files.touched(), testing::IsEmpty());
+    check({"--recheck", "rec"});
+    EXPECT_EQ(files.touched(), recordings);
 }
 
 TEST_F(CheckDatabaseTest, ReadsWhatHasChanged) {
