@@ -88,7 +88,7 @@ private:
         uint32_t number = 0;
         uint32_t stamp = 0;
     };
-    std::optional<moment> newest_ = {};
+    std::optional<moment> newest_ = {}; // of the I-frame furthest ahead so far
     struct entry_offset {
         int64_t start_ms = 0; // wall clock at stream time 0
         uint32_t clock_run = 0;
