@@ -20,9 +20,9 @@ std::string words_of(const mend::outcome& result) {
     case changed_meanwhile:
         return "it was changed meanwhile; nothing was written";
     case interrupted:
-        return result.error == 0
-                   ? "a change was interrupted: kmr undo takes it back"
-                   : words_of(result.error) + "; a part was written: kmr undo or kmr repair takes it back";
+        return result.error == 0 ? "a change was interrupted: kmr undo takes it back"
+                                 : words_of(result.error) +
+                                       "; not finished: kmr undo or kmr repair takes back what was written";
     case undo_torn:
         return "its undo file is damaged; nothing was written";
     case undo_is_no_file:

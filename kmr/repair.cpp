@@ -207,6 +207,8 @@ exit_status repair_run::mend_it() {
         const held_signals until_whole;
         result = recording_->apply(planned_, !options_.no_undo);
     }
+    if (result.status == mend::mend_status::interrupted && options_.no_undo)
+        return say(words_of(result.error) + "; not finished, and without an undo file there is no way back");
     if (!result.is_done())
         return say("not mended: " + words_of(result));
     if (!options_.json)

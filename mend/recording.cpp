@@ -374,6 +374,13 @@ outcome recording::check_unchanged_since(way_back& way) {
     return content.value == head.new_content ? outcome{} : changed;
 }
 
+// Nothing is taken back before the undo file says so.
+bool recording::is_untouched() {
+    return or_no_memory([&] {
+               return find_way_back(open_mode::read).situation == undo_situation::complete ? 0 : EBUSY;
+           }) == 0;
+}
+
 outcome recording::undo() {
     way_back way = find_way_back(open_mode::change);
     if (way.situation == undo_situation::none)
@@ -383,7 +390,7 @@ outcome recording::undo() {
     if (const outcome checked = check_unchanged_since(way); !checked.is_done())
         return checked;
     if (const int error = or_no_memory([&] { return take_back(way); }))
-        return {.status = mend_status::interrupted, .error = error};
+        return {.status = is_untouched() ? mend_status::failed : mend_status::interrupted, .error = error};
     facts_.dates = way.head.dates;
     become(way.head.old_size);
     return {};
