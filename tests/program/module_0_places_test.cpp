@@ -94,7 +94,7 @@ TEST_F(Module0PlacesTest, AForeignOneThatTheVariableNamesAlreadyIsNotTriedAgain)
 TEST_F(Module0PlacesTest, IsToldWhereTheVariableIsTooLongToChange) {
     put_module("lib");
     const std::string other = put_module("other");
-    const std::string folders = place.file("other") + ":/" + std::string(2 * PATH_MAX, 'x');
+    const std::string folders = place.file("other") + ":/" + std::string(size_t{2} * PATH_MAX, 'x');
     const auto result = run(KMR_VIEWER_NEW_TAGS, {.environment = {"LD_LIBRARY_PATH=" + folders}});
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.err, EndsWith(": LD_LIBRARY_PATH leads to another libznfs.so than ./lib\n"));
