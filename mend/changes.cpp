@@ -43,6 +43,13 @@ bool changes::write_bytes(uint64_t offset, std::span<const uint8_t> bytes) {
     return true;
 }
 
+bool changes::write_last(uint64_t offset, std::span<const uint8_t> bytes) {
+    if (bytes.empty() || !write_bytes(offset, bytes))
+        return bytes.empty();
+    writes_.back().put_off = true;
+    return true;
+}
+
 bool changes::write_zeros(uint64_t offset, uint64_t length) {
     return add({.offset = offset,
                 .length = length,

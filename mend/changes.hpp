@@ -23,6 +23,7 @@ struct planned_write {
     content what = content::bytes;
     // It and the next one are to be read before either is written: one takes bytes from the other's place.
     bool joined = false;
+    bool put_off = false; // until all others are written: it counts what they are
 
     uint64_t end() const { return offset + length; }
 };
@@ -42,6 +43,7 @@ public:
 
     // False when there are too many: memory is bounded whatever a recording holds.
     bool write_bytes(uint64_t offset, std::span<const uint8_t> bytes);
+    bool write_last(uint64_t offset, std::span<const uint8_t> bytes);
     bool write_zeros(uint64_t offset, uint64_t length);
     bool move_bytes(uint64_t offset, uint64_t from, uint64_t length);
     bool write_index(uint64_t offset, new_index index);

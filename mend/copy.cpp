@@ -100,6 +100,12 @@ public:
 
     bool has_any() const { return begun_ && has_any_; }
 
+    // Behind the last event.
+    void finish() {
+        if (maybe_over_)
+            end_here();
+    }
+
     // Whether a place in the recording is none of the copy: what an old index names there has no part in it.
     bool is_outside(uint64_t place) const {
         return place < frames.front().from || place >= frames.back().from + frames.back().length;
@@ -133,8 +139,11 @@ private:
         const kmr_frame_header& header = seen.frame.header;
         count(header);
         if (of_.to && distance_from(*of_.to, seen) >= 0) {
-            over_ = true;
-            return;
+            if (!begun_ || in_front_ || maybe_over_)
+                return end_here();
+            maybe_over_ = mark_here();
+        } else {
+            maybe_over_.reset(); // the stamp or number of that frame alone was wrong
         }
         const bool is_i = kmr_is_i_frame(&header) != 0;
         const int64_t past_start = of_.from ? distance_from(*of_.from, seen) : 1;
@@ -154,6 +163,45 @@ private:
         const bool starts_picture = seen.look != nullptr && seen.look->has_random_access;
         if (is_i || starts_picture)
             add_record(seen, position, !is_i);
+    }
+
+    // What was taken so far.
+    struct mark {
+        size_t stretches = 0;
+        uint64_t last_length = 0;
+        size_t records = 0;
+        uint64_t frames = 0;
+        uint64_t inserted = 0;
+        uint64_t torn_bytes = 0;
+        uint64_t damaged_frames = 0;
+        int64_t duration_ms = 0;
+    };
+
+    mark mark_here() const {
+        return {.stretches = frames.size(),
+                .last_length = frames.back().length,
+                .records = index.records().size(),
+                .frames = plan.frames,
+                .inserted = plan.inserted,
+                .torn_bytes = plan.torn_bytes,
+                .damaged_frames = plan.damaged_frames,
+                .duration_ms = plan.duration_ms};
+    }
+
+    // In front of the frame that came to the end of the span first.
+    void end_here() {
+        over_ = true;
+        if (!maybe_over_)
+            return;
+        frames.resize(maybe_over_->stretches);
+        frames.back().length = maybe_over_->last_length;
+        index.records().resize(maybe_over_->records);
+        plan.frames = maybe_over_->frames;
+        plan.inserted = maybe_over_->inserted;
+        plan.torn_bytes = maybe_over_->torn_bytes;
+        plan.damaged_frames = maybe_over_->damaged_frames;
+        plan.duration_ms = maybe_over_->duration_ms;
+        maybe_over_.reset();
     }
 
     // The last I-frame in front of the span so far: what was taken before it is not part of it.
@@ -205,6 +253,7 @@ private:
     bool in_front_ = true; // no frame behind the start of the span has come yet
     bool has_any_ = false; // a frame of the span itself, not only the I-frame in front of it
     bool over_ = false;
+    std::optional<mark> maybe_over_ = {}; // one frame has come to the end of the span
     uint32_t first_number_ = 0;
     scan::time_line numbers_ = {}; // which wrap as stamps do
 };
@@ -245,6 +294,7 @@ copy_status finish(scan::byte_source& source, collector& found, copy_plan& plan)
 copy_plan plan_copy(scan::byte_source& source, const span& of) {
     collector found(of);
     scan::report before = scan::judge(source, {}, &found);
+    found.finish();
     copy_plan plan = std::move(found.plan);
     plan.before = std::move(before);
     try {

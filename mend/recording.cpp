@@ -266,11 +266,22 @@ int recording::finish_change(const changes& planned) {
 }
 
 int recording::write_all(const changes& planned, std::span<uint8_t> buffer) {
+    int error = write_all_of(planned, false, buffer);
+    if (error == 0)
+        error = write_all_of(planned, true, buffer);
+    return error;
+}
+
+int recording::write_all_of(const changes& planned, bool those_put_off, std::span<uint8_t> buffer) {
     const auto& writes = planned.writes();
     for (size_t first = 0; first < writes.size();) {
         size_t last = first;
         while (writes[last].joined && last + 1 < writes.size())
             ++last;
+        if (writes[first].put_off != those_put_off) {
+            first = last + 1;
+            continue;
+        }
         const bool long_one = writes[first].what == planned_write::content::index;
         const int error = long_one ? write_index_block(planned, writes[first], buffer)
                                    : write_group(planned, first, last, buffer);

@@ -70,6 +70,7 @@ private:
     void forget_way_back();
     outcome change(const changes& planned, bool keep_undo, std::span<uint8_t> buffer);
     int write_all(const changes& planned, std::span<uint8_t> buffer);
+    int write_all_of(const changes& planned, bool those_put_off, std::span<uint8_t> buffer);
     int write_group(const changes& planned, size_t first, size_t last, std::span<uint8_t> buffer);
     int write_index_block(const changes& planned, const planned_write& write, std::span<uint8_t> buffer);
     int finish_change(const changes& planned);

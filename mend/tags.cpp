@@ -153,7 +153,7 @@ private:
         return true;
     }
 
-    // The text, then the count: a power cut between the two leaves a count that is one off, and undo at hand.
+    // The text, then the count, which is never that of a tag that did not get there.
     tag_status put(std::string_view text) {
         uint64_t after = tags_ - (plan_.before.empty() ? 0 : 1) + (text.empty() ? 0 : 1);
         after = std::min<uint64_t>(after, KMR_MAX_TAGS);
@@ -166,7 +166,7 @@ private:
         if (block_.head.Frame.FrameNo != after) {
             std::array<uint8_t, 4> count = {};
             std::memcpy(count.data(), &plan_.tags_after, count.size());
-            plan_.planned.write_bytes(block_.offset + offsetof(kmr_frame_header, FrameNo), count);
+            plan_.planned.write_last(block_.offset + offsetof(kmr_frame_header, FrameNo), count);
         }
         plan_.planned.sort();
         return tag_status::ready;

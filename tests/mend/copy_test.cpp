@@ -154,6 +154,38 @@ TEST(CopyTest, ATagFromOutsideOfTheSpanStaysThere) {
     EXPECT_EQ(index_rows(made.file)[0].tag, "");
 }
 
+TEST(CopyTest, OneWrongNumberOrStampEndsNoCopy) {
+    const std::vector<uint32_t> all_of_it = {6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    auto numbers = twenty();
+    numbers[7].number = 5000;
+    const auto by_number = copy_of(scan_test::recording_of(numbers), {number(6), number(16)});
+    EXPECT_EQ(by_number.plan.frames, 10U);
+    EXPECT_THAT(numbers_in(by_number.file), ElementsAre(6, 7, 9, 10, 11, 12, 13, 14, 15, 5000));
+    for (const size_t wrong : {7U, 10U, 13U}) { // a P-frame, an I-frame, the last but one of the span
+        auto stamps = twenty();
+        stamps[wrong].time_stamp += 500'000;
+        const auto by_time = copy_of(scan_test::recording_of(stamps), {ms(5000), ms(15'000)});
+        EXPECT_EQ(numbers_in(by_time.file), all_of_it) << wrong;
+    }
+}
+
+TEST(CopyTest, EndsInFrontOfTheFirstOfTwoThatHaveComeToItsEnd) {
+    auto all = twenty();
+    all[15].tag = 0x7788; // behind the end, as the damage is
+    bytes file = scan_test::recording_of(all);
+    overwrite(file, 1944, 20); // P18
+    const auto made = copy_of(file, {number(6), number(15)});
+    EXPECT_EQ(made.plan.frames, 9U);
+    EXPECT_EQ(made.plan.inserted, 0U);
+    EXPECT_EQ(made.plan.torn_bytes, 0U);
+    EXPECT_EQ(made.plan.records, 2U);
+    EXPECT_EQ(made.plan.duration_ms, 8000);
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9, 10, 11, 12, 13, 14));
+    EXPECT_THAT(numbers_in(copy_of(recording_with_tags(), {number(16), number(20)}).file),
+                ElementsAre(16, 17, 18, 19)); // there is but one behind it
+    EXPECT_EQ(copy_of(recording_with_tags(), {number(6), number(16)}).plan.records, 2U);
+}
+
 TEST(CopyTest, TellsWhatCameOut) {
     const auto made = copy_of(recording_with_tags(), {number(6), number(11)});
     EXPECT_EQ(made.plan.after.judged, kmr::scan::verdict::sound);

@@ -32,14 +32,14 @@ mend::outcome undo_on(mend::disk& disk) {
     return opening.result.is_done() ? opening.opened->undo() : opening.result;
 }
 
-mend::outcome tag_on(mend::disk& disk) {
+mend::outcome tag_on(mend::disk& disk, bool keep_undo) {
     auto opening = mend::recording::open(disk, path, true);
     if (!opening.result.is_done())
         return opening.result;
     const mend::tag_plan plan = mend::plan_tag(opening.opened->source(), mend::record_number{1}, "here");
     if (plan.status == mend::tag_status::unreadable)
         return {mend::mend_status::failed, plan.error};
-    return opening.opened->apply(plan.planned);
+    return opening.opened->apply(plan.planned, keep_undo);
 }
 
 mend::outcome copy_on(mend::disk& disk, bool replace) {

@@ -18,7 +18,7 @@ bool same_dates(const kmr::mend::file_dates& left, const kmr::mend::file_dates& 
 kmr::mend::outcome repair_on(kmr::mend::disk& disk, bool keep_undo = true);
 kmr::mend::outcome undo_on(kmr::mend::disk& disk);
 // Sets the tag of record 1 to "here".
-kmr::mend::outcome tag_on(kmr::mend::disk& disk);
+kmr::mend::outcome tag_on(kmr::mend::disk& disk, bool keep_undo = true);
 // The first five frames, into a file of their own.
 kmr::mend::outcome copy_on(kmr::mend::disk& disk, bool replace = false);
 // Writes these bytes at this place, as a change of its own.

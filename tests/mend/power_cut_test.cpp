@@ -181,10 +181,12 @@ TEST(PowerCutTest, WhileATagIsSetAndTakenBack) {
         ASSERT_EQ(tag_on(*whole).status, mend_status::done);
         const bytes tagged = whole->content(path);
         ASSERT_NE(tagged, before);
-        const size_t found = for_every_power_cut(disk, tag_on, [&](const model_disk& left) {
-            expect_whole_unless_interrupted(left, {before, tagged});
-            expect_undone_to(left, {first, before, tagged});
-        });
+        const size_t found = for_every_power_cut(
+            disk, [](auto& on) { return tag_on(on); },
+            [&](const model_disk& left) {
+                expect_whole_unless_interrupted(left, {before, tagged});
+                expect_undone_to(left, {first, before, tagged});
+            });
         EXPECT_GT(found, 200U);
         for_every_power_cut(*whole, undo_on, [&](const model_disk& left) {
             expect_whole_unless_interrupted(left, {first, before, tagged});
