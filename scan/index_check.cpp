@@ -12,7 +12,6 @@ namespace {
 
 constexpr size_t most_waiting = shift_search::most_ahead; // frames, and records looked ahead
 constexpr size_t most_regions = 4096;                     // torn regions that are remembered
-constexpr size_t most_remembered = 128;                   // frames out of order that are remembered
 
 uint32_t as_in_a_record(uint64_t offset) {
     return static_cast<uint32_t>(offset); // beyond 4 GiB the index names offsets modulo 2^32
