@@ -180,7 +180,7 @@ private:
     mark mark_here() const {
         return {.stretches = frames.size(),
                 .last_length = frames.back().length,
-                .records = index.records().size(),
+                .records = index.count(),
                 .frames = plan.frames,
                 .inserted = plan.inserted,
                 .torn_bytes = plan.torn_bytes,
