@@ -1,5 +1,7 @@
 #include "mend/recording.hpp"
 
+#include "mend/undo_layout.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <new>
@@ -44,6 +46,15 @@ int or_no_memory(Work work) {
 int unlink_if_there(disk& on, const std::string& path) {
     const int error = on.unlink(path);
     return error == ENOENT ? 0 : error;
+}
+
+// Nothing is taken back before the undo file says so. Its path may lead to an older one already.
+bool still_says_changed(open_file& undo) {
+    undo_layout::head_bytes bytes = {};
+    const scan::read_result read = undo.read_at(0, bytes);
+    const auto head =
+        read.failed() || read.count != bytes.size() ? std::nullopt : undo_layout::unpacked(bytes);
+    return head && head->state == undo_state::changed;
 }
 
 // Bytes that are read before any of them is written; an index goes in blocks.
@@ -385,13 +396,6 @@ outcome recording::check_unchanged_since(way_back& way) {
     return content.value == head.new_content ? outcome{} : changed;
 }
 
-// Nothing is taken back before the undo file says so.
-bool recording::is_untouched() {
-    return or_no_memory([&] {
-               return find_way_back(open_mode::read).situation == undo_situation::complete ? 0 : EBUSY;
-           }) == 0;
-}
-
 outcome recording::undo() {
     way_back way = find_way_back(open_mode::change);
     if (way.situation == undo_situation::none)
@@ -401,7 +405,8 @@ outcome recording::undo() {
     if (const outcome checked = check_unchanged_since(way); !checked.is_done())
         return checked;
     if (const int error = or_no_memory([&] { return take_back(way); }))
-        return {.status = is_untouched() ? mend_status::failed : mend_status::interrupted, .error = error};
+        return {.status = still_says_changed(*way.file) ? mend_status::failed : mend_status::interrupted,
+                .error = error};
     facts_.dates = way.head.dates;
     become(way.head.old_size);
     return {};

@@ -79,7 +79,6 @@ private:
     int drop_way_back(way_back& way);
     int draw_older_out(way_back& way);
     outcome check_unchanged_since(way_back& way);
-    bool is_untouched();
     void become(uint64_t size);
 
     disk& disk_;
