@@ -118,6 +118,15 @@ TEST(TextLineTest, APrintedLineIsEmptyAgain) {
               }));
 }
 
+TEST(TextLineTest, SaysForHowMuchItHasRoom) {
+    text_line line;
+    EXPECT_TRUE(line.has_room(512));
+    EXPECT_FALSE(line.has_room(513));
+    line.put('x');
+    EXPECT_TRUE(line.has_room(511));
+    EXPECT_FALSE(line.has_room(512));
+}
+
 // More than a line holds may be lost at its end, but what is printed is right, and nothing else is overwritten.
 TEST(TextLineTest, MoreThanALineHoldsIsHarmless) {
     std::string all;

@@ -218,6 +218,10 @@ TEST_F(IndexQueryTest, ResultsHaveTheirNumbers) {
     EXPECT_EQ(static_cast<int>(REC_INDEX_ENDED), 0);
     EXPECT_EQ(static_cast<int>(REC_INDEX_SUCCEEDED), 1);
     EXPECT_EQ(static_cast<int>(REC_INDEX_MISSING), 3);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_BY_TIME), 0);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_REMOVE), 1);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_CHANGE), 2);
+    EXPECT_EQ(static_cast<int>(REC_INDEX_BY_TAG), 3);
 }
 
 TEST_F(IndexQueryTest, NullCallbackOrNameAsksNothing) {

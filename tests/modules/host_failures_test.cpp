@@ -331,4 +331,19 @@ TEST_F(StartTimeFailuresTest, ADateThatCannotBeWrittenIsRefused) {
     EXPECT_NE(scratch::read_file(path), content);
 }
 
+// Standard input may have been closed: its number goes to the next file that is opened.
+TEST_F(StartTimeFailuresTest, AFileWithTheLowestNumberIsClosedToo) {
+    const auto path = folder.write("dev/x", recording::file_header(1));
+    const int kept = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    const int32_t changed = change(path);
+    const bool left_open = fcntl(STDIN_FILENO, F_GETFD) != -1;
+    if (kept >= 0) {
+        dup2(kept, STDIN_FILENO);
+        close(kept);
+    }
+    EXPECT_EQ(changed, 0);
+    EXPECT_FALSE(left_open);
+}
+
 } // namespace

@@ -27,6 +27,16 @@ TEST(DoubtTest, IsNoneInARecordingWithoutSuchPictures) {
     EXPECT_THAT(found(recording_of(without_pictures(15))), IsEmpty());
 }
 
+// A recording may keep its parameter sets to itself and show such pictures all the same.
+TEST(DoubtTest, EndsWithAPictureThatHasNoParameterSets) {
+    frames all = sound_frames(10);
+    all[0].video = bytes(120, 0xAA);
+    recording::put_u32(all[0].video, 0, 0x01000000); // 00 00 00 01
+    all[0].video[4] = 0x65;
+    all[5].video = scan_test::p_video(120);
+    EXPECT_THAT(found(recording_of(all)), ElementsAre("kind-wrong @624 +152 #6 t200"));
+}
+
 TEST(DoubtTest, DoesNotHideAMissingRecordThere) {
     const frames all = without_pictures(15);
     records index = scan_test::records_for(all);

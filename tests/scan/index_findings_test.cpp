@@ -186,6 +186,19 @@ TEST(IndexRecordsTest, WithAWrongPictureSize) {
                 ElementsAre("index-entry-wrong @1284 +80 #6 t200 record=1 field=size actual=70780160"));
 }
 
+// What is encrypted tells no size: the header's holds then.
+TEST(IndexRecordsTest, WithAnotherPictureSizeThanTheHeader) {
+    frames all = sound_frames(10);
+    for (auto& each : all)
+        each.tag = 2;
+    bytes file = recording_of(all);
+    EXPECT_THAT(found(file), ElementsAre("encrypted @88 +0 #1 t0 frames=10"));
+    put_u16(file, 1284 + 12, 1280); // 1280 x 1080
+    EXPECT_THAT(found(file),
+                ElementsAre("encrypted @88 +0 #1 t0 frames=10",
+                            "index-entry-wrong @1284 +80 #6 t200 record=1 field=size actual=70780160"));
+}
+
 TEST(IndexRecordsTest, WithTheSizeOfTheParameterSets) {
     bytes file = sound();
     put_u16(file, 2, 1280);

@@ -53,6 +53,19 @@ TEST(ObserverTest, SeesEveryEventOnce) {
     EXPECT_THAT(notes.payload_sizes, ElementsAre(120U, 64U, 64U, 64U));
 }
 
+// In front of the frame 3 a number is missing; the inserted frame before it says nothing of that.
+TEST(ObserverTest, SeesNoGapAtAnInsertedFrame) {
+    scan_test::frames all = scan_test::sound_frames(5);
+    all.erase(all.begin() + 2);
+    all.insert(all.begin() + 2, {.number = 2, .time_stamp = 1041, .kind = 1, .tag = 0x7788});
+    const bytes file = scan_test::recording_of(all);
+    scan::memory_source source(file);
+    note_taker notes;
+    scan::judge(source, {}, &notes);
+    EXPECT_THAT(notes.gaps, ElementsAre(0U, 0U, 0U, 1U, 0U));
+    EXPECT_THAT(notes.delays, ElementsAre(0, 40, 0, 80, 40));
+}
+
 TEST(ObserverTest, SeesAKilobyteOfALongPayload) {
     scan_test::frames all = scan_test::sound_frames(5);
     all[0].video = scan_test::i_video(5000);

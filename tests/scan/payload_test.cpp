@@ -55,6 +55,14 @@ TEST(BitReaderTest, TakesEscapesOutAndStopsAtTheEnd) {
     EXPECT_TRUE(from.overrun());
 }
 
+// Zeros in front of an escape do not count for the next one.
+TEST(BitReaderTest, CountsZerosAnewBehindAnEscape) {
+    const bytes set = {0, 0, 3, 0, 3, 7};
+    scan::bit_reader from(set);
+    EXPECT_EQ(from.bits(32), 3U);
+    EXPECT_EQ(from.bits(8), 7U);
+}
+
 TEST(ParameterSetsTest, Sizes) {
     EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(120, 68, 4)), (picture_size{1920, 1080}));
     EXPECT_EQ(scan::size_in_h264_set(scan_test::h264_sequence_set(22, 18, 0)), (picture_size{352, 288}));

@@ -31,6 +31,11 @@ TEST(DamageTest, Zeroes) {
     EXPECT_EQ(with({"--zero", "90:60"}), filled(with({}), 90, 60, 0));
 }
 
+TEST(DamageTest, ZeroesMoreThanItWritesAtOnce) {
+    EXPECT_EQ(with({"--payload", "300000", "--zero", "90:200000"}),
+              filled(with({"--payload", "300000"}), 90, 200000, 0));
+}
+
 TEST(DamageTest, Overwrites) {
     EXPECT_EQ(with({"--overwrite", "0x60:eeeeee"}), filled(with({}), 96, 3, 0xEE));
 }
