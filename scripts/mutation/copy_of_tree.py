@@ -17,7 +17,7 @@ from pathlib import Path
 
 MOST_OUTPUT = 16 << 20  # of one test; more is a program that no longer ends
 MOST_MEMORY_KIB = 8 << 20
-FLAGS = ["-DCMAKE_BUILD_TYPE=None", "-DKMR_BUILD_TESTS=ON", "-DKMR_BUILD_PROGRAM=OFF",
+FLAGS = ["-DCMAKE_BUILD_TYPE=None", "-DKMR_BUILD_TESTS=ON", "-DKMR_BUILD_PROGRAM=ON",
          "-DCMAKE_C_FLAGS=-O0", "-DCMAKE_CXX_FLAGS=-O0",
          "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld"]
 

@@ -14,7 +14,8 @@ from copy_of_tree import Copy
 from report import counts_as_place, print_report
 from sites import mutants_of
 
-FOLDERS = ["base", "analyse", "file_op", "libvfs", "modules", "UserDataOpt", "vfslist16a", "main", "scan", "tools"]
+FOLDERS = ["base", "analyse", "file_op", "libvfs", "modules", "UserDataOpt", "vfslist16a", "main", "scan", "tools",
+           "mend", "kmr"]
 LAST = ("tests/campaign", "tests/board")
 BEFORE_LAST = ("tests/program",)
 NOTICED_AT_LEAST = 97.0
