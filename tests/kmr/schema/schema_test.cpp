@@ -1,5 +1,5 @@
 // Whatever a recording, a name or an index file holds: each line is JSON, UTF-8, and as its schema says.
-#include "kmr/check_output.hpp"
+#include "kmr/check/check_output.hpp"
 #include "scan/judge.hpp"
 #include "tests/scan/compose.hpp"
 #include "tests/support/run_program.hpp"

@@ -1,4 +1,4 @@
-#include "kmr/repair_output.hpp"
+#include "kmr/mend/repair_output.hpp"
 
 #include "kmr/output/json.hpp"
 #include "kmr/output/numbers.hpp"

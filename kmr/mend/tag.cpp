@@ -1,9 +1,9 @@
 // kmr tag: lists the tags of a recording, sets and removes them.
-#include "kmr/changed_recording.hpp"
 #include "kmr/commands.hpp"
 #include "kmr/frame_selection.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/tag_output.hpp"
+#include "kmr/mend/changed_recording.hpp"
+#include "kmr/mend/tag_output.hpp"
 #include "mend/plain_disk.hpp"
 #include "mend/tags.hpp"
 

@@ -1,10 +1,10 @@
 // kmr copy: a part of a recording as a recording of its own.
 #include "mend/copy.hpp"
 #include "kmr/commands.hpp"
-#include "kmr/copy_output.hpp"
-#include "kmr/held_signals.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/mended_copy.hpp"
+#include "kmr/mend/copy_output.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mended_copy.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/output/progress.hpp"
 #include "kmr/place_options.hpp"

@@ -1,4 +1,4 @@
-#include "kmr/question.hpp"
+#include "kmr/mend/question.hpp"
 
 #include "kmr/output/text.hpp"
 

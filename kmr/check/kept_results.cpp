@@ -1,4 +1,4 @@
-#include "kmr/kept_results.hpp"
+#include "kmr/check/kept_results.hpp"
 
 #include <cstdlib>
 #include <memory>

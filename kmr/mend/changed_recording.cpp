@@ -1,8 +1,8 @@
-#include "kmr/changed_recording.hpp"
+#include "kmr/mend/changed_recording.hpp"
 
-#include "kmr/held_signals.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/mend_words.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mend_words.hpp"
 
 #include <CLI/CLI.hpp>
 

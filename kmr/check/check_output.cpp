@@ -1,4 +1,4 @@
-#include "kmr/check_output.hpp"
+#include "kmr/check/check_output.hpp"
 
 #include "kmr/output/color.hpp"
 #include "kmr/output/numbers.hpp"

@@ -1,4 +1,4 @@
-#include "kmr/tag_output.hpp"
+#include "kmr/mend/tag_output.hpp"
 
 #include "kmr/output/json.hpp"
 #include "kmr/output/numbers.hpp"

@@ -1,7 +1,7 @@
 // kmr undo: takes the last change of a recording back.
 #include "kmr/commands.hpp"
-#include "kmr/held_signals.hpp"
-#include "kmr/mend_words.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mend_words.hpp"
 #include "kmr/output/text.hpp"
 #include "mend/plain_disk.hpp"
 

@@ -1,7 +1,7 @@
-#include "kmr/mended_copy.hpp"
+#include "kmr/mend/mended_copy.hpp"
 
 #include "kmr/judged_file.hpp"
-#include "kmr/mend_words.hpp"
+#include "kmr/mend/mend_words.hpp"
 
 #include <cerrno>
 #include <csignal>

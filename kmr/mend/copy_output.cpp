@@ -1,4 +1,4 @@
-#include "kmr/copy_output.hpp"
+#include "kmr/mend/copy_output.hpp"
 
 #include "kmr/output/color.hpp"
 #include "kmr/output/numbers.hpp"

@@ -1,7 +1,7 @@
 // kmr check: judges recordings.
-#include "kmr/check_output.hpp"
+#include "kmr/check/check_output.hpp"
+#include "kmr/check/kept_results.hpp"
 #include "kmr/commands.hpp"
-#include "kmr/kept_results.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/ordered_work.hpp"
 #include "kmr/output/progress.hpp"

@@ -1,13 +1,13 @@
 // kmr repair: mends recordings in place, with a way back, or into a copy.
 #include "kmr/commands.hpp"
-#include "kmr/held_signals.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/mend_words.hpp"
-#include "kmr/mended_copy.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mend_words.hpp"
+#include "kmr/mend/mended_copy.hpp"
+#include "kmr/mend/question.hpp"
+#include "kmr/mend/repair_output.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/output/text.hpp"
-#include "kmr/question.hpp"
-#include "kmr/repair_output.hpp"
 #include "kmr/scan_follower.hpp"
 #include "mend/plain_disk.hpp"
 

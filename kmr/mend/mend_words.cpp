@@ -1,4 +1,4 @@
-#include "kmr/mend_words.hpp"
+#include "kmr/mend/mend_words.hpp"
 
 #include "kmr/judged_file.hpp"
 
