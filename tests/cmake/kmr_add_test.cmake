@@ -9,10 +9,9 @@ function(kmr_add_test name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${arg_LIBS} test_support GTest::gmock GTest::gtest)
-    # Built often and run once: full optimisation would double the time that the build takes. Without it GCC takes what
-    # an object is made of for missing, where it is there.
-    target_compile_options(${name} PRIVATE
-        $<$<CONFIG:Release>:-O1> $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    # Built often and run once: optimising them doubles the time that a build takes, all that a debugger may want to know
+    # of them does it once more.
+    target_compile_options(${name} PRIVATE -O0 $<$<BOOL:${KMR_SANITIZE}>:-g1>)
     set(directory ${CMAKE_BINARY_DIR}/tests/run/${name})
     file(MAKE_DIRECTORY ${directory})
     if(arg_LAYER)
