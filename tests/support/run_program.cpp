@@ -106,6 +106,7 @@ pid_t start(std::vector<std::string> command, const options& how, int in, int ou
     if (child < 0)
         fail("fork");
     if (child == 0) {
+        signal(SIGINT, SIG_DFL); // who runs the tests in the background may have it ignored
         const bool ready = dup2(in, STDIN_FILENO) >= 0 && dup2(out, STDOUT_FILENO) >= 0 &&
                            dup2(err, STDERR_FILENO) >= 0 &&
                            (directory.empty() || chdir(directory.c_str()) == 0);
