@@ -51,6 +51,7 @@ class Copy:
         self.tree, self.build = self.folder / "tree", self.folder / "build"
         # Short: the tests work with paths of at most 63 characters.
         self.temporary = Path(tempfile.mkdtemp(prefix="m", dir="/tmp"))
+        self.temporary.chmod(0o755)  # some tests work as another user
         atexit.register(shutil.rmtree, self.temporary, ignore_errors=True)
         self.planted = None  # file that differs from the original
         self.originals = {}
