@@ -88,14 +88,13 @@ bool index_check::falls_in_step() {
 }
 
 // Takes the one distance by which the records from here on miss their frames, if there is one.
-bool index_check::follows_shift(bool by_time) {
-    const bool clock_known = latest_[0] && latest_[0]->clock_run == waiting_.front().clock_run;
+bool index_check::follows_shift() {
+    const bool clock_known = latest_ && latest_->clock_run == waiting_.front().clock_run;
     const auto found =
         shifts_.find({.frames = waiting_,
                       .record = record_,
                       .behind_torn = behind_torn(),
-                      .start_ms = clock_known ? std::optional(latest_[0]->start_ms) : std::nullopt,
-                      .by_time = by_time});
+                      .start_ms = clock_known ? std::optional(latest_->start_ms) : std::nullopt});
     if (!found)
         return false;
     for (size_t i = 0; i < found->frame; ++i)
@@ -151,7 +150,7 @@ bool index_check::settle_chance() {
         record_ + 1 >= records_.count())
         return false;
     if (falls_in_step())
-        return is_out_of_time() && follows_shift(true);
+        return false;
     if (follows_shift())
         return true;
     if (waiting_.front().repeated)
@@ -159,16 +158,6 @@ bool index_check::settle_chance() {
     else
         match_front();
     return true;
-}
-
-// Where frames follow each other at one distance, the time alone tells that the record and the next one are others'.
-bool index_check::is_out_of_time() {
-    const auto disagrees = [&](const std::optional<entry_offset>& before, size_t i) {
-        return before && before->clock_run == waiting_[i].clock_run &&
-               !entry_times::agree(before->start_ms, records_[record_ + i].TimeNow, waiting_[i].stream_ms);
-    };
-    return std::all_of(latest_.begin(), latest_.end(),
-                       [&](const auto& before) { return disagrees(before, 0) && disagrees(before, 1); });
 }
 
 // Record and frame are nowhere near each other.
@@ -222,9 +211,7 @@ void index_check::match_front() {
                 .number = frame.number,
                 .stream_ms = frame.stream_ms,
                 .clock_run = frame.clock_run});
-    latest_[1] =
-        std::exchange(latest_[0], entry_offset{int64_t{records_[record].TimeNow} * 1000 - frame.stream_ms,
-                                               frame.clock_run});
+    latest_ = entry_offset{int64_t{records_[record].TimeNow} * 1000 - frame.stream_ms, frame.clock_run};
     check_size(frame);
     waiting_.pop_front();
     next_record();

@@ -46,7 +46,6 @@ private:
     void settle_front();
     void settle_apart();
     bool settle_chance();
-    bool is_out_of_time();
     uint64_t behind_torn();
     bool skip_lost_frames();
     bool names_a_later_frame();
@@ -54,7 +53,7 @@ private:
     size_t records_until(const indexed_frame& frame);
     size_t frames_until(uint64_t record);
     bool falls_in_step();
-    bool follows_shift(bool by_time = false);
+    bool follows_shift();
     uint64_t first_astray(uint64_t last);
     void match_front();
     void miss_front();
@@ -93,7 +92,7 @@ private:
         int64_t start_ms = 0; // wall clock at stream time 0
         uint32_t clock_run = 0;
     };
-    std::array<std::optional<entry_offset>, 2> latest_ = {}; // of the records that were matched last
+    std::optional<entry_offset> latest_ = {}; // of the record that was matched last
 
     uint64_t record_ = 0; // the next one to be settled
     std::deque<indexed_frame> waiting_ = {};

@@ -85,8 +85,6 @@ std::optional<record_shift> shift_search::agreeing(const question& asked, uint64
     for (size_t i = 1; i < wanted; ++i)
         if (distance(i) != shift)
             return {};
-    if (asked.by_time && !agrees_with_clock(asked, record, frame))
-        return {};
     return record_shift{record, frame, shift};
 }
 

@@ -26,7 +26,6 @@ public:
         uint64_t record = 0;                     // the first that is not settled
         uint64_t behind_torn = 0;                // records up to here name places in torn bytes
         std::optional<int64_t> start_ms = {};    // wall clock at stream time 0, where it is known
-        bool by_time = false;                    // the record must agree with it
     };
     std::optional<record_shift> find(const question& asked);
 
