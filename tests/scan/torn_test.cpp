@@ -81,6 +81,16 @@ TEST(ClaimedRestTest, OfAnInsertedFrameIsTornToo) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160"));
 }
 
+// In front of all the others there is nothing that they must be ahead of.
+TEST(ClaimedRestTest, OfAnInsertedFrameInFrontOfAllIsTornToo) {
+    bytes file = recording_of(sound_frames(10));
+    put_u32(file, 88 + 4, 1160 - 88);
+    put_u32(file, 88 + 8, 1);
+    put_u32(file, 88 + 20, 1160 - 88 - 32);
+    recording::put_u16(file, 88 + 30, 0x7788);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @88 +152 #2 t0"));
+}
+
 TEST(ClaimedRestTest, IsTornInFrontOfAFrameBehindOlderOnes) {
     // The fifth frame is no later than the fourth by its stamp, the sixth is. The fifth lies between the third and the
     // sixth, so it stands alone in the damage.
