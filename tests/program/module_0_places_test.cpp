@@ -13,7 +13,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 
 class Module0PlacesTest : public ::testing::Test {
 protected:
@@ -147,7 +149,8 @@ TEST_F(Module0PlacesTest, IsTheVariablesBelowAPathThatIsTooLong) {
     const std::string here = "/proc/self/fd/" + std::to_string(opened);
     const auto deeper = run(here + "/kmr_viewer", {.directory = here, .environment = how.environment});
     EXPECT_EQ(deeper.status, 0);
-    EXPECT_EQ(deeper.err, "");
+    EXPECT_THAT(deeper.err,
+                AnyOf("", HasSubstr("reading executable name failed"))); // which a sanitizer asks for too
     expect_mounted_by(other, here + "/calls");
     close(opened);
     fs::rename(place.path() / "deeper", place.path() / "d");
