@@ -83,7 +83,7 @@ TEST(IndexShiftTest, BehindManyThatAreCutOut) {
 TEST(IndexShiftTest, BehindManyThatAreCutOutTheClockLeaps) {
     frames all = varied_frames();
     const scan_test::records index = scan_test::records_for(all);
-    for (size_t i = 5 * 30; i < all.size(); ++i)
+    for (size_t i = size_t{5} * 30; i < all.size(); ++i)
         all[i].time_stamp += 60'000;
     bytes file = recording_of(all, index);
     cut(file, place(10), place(20));
