@@ -203,7 +203,8 @@ TEST_F(CheckDatabaseTest, PrintsWhatItJudgedBeforeTheDatabaseFailed) {
                          how);
         EXPECT_EQ(full.status, 2);
         EXPECT_THAT(full.err, testing::StartsWith("kmr: " + name + ": "));
-        EXPECT_THAT(full.out, testing::EndsWith("\n"));
+        // Of several threads the one with the first recording may be the one that finds no room.
+        EXPECT_TRUE(full.out.ends_with('\n') || (jobs == "4" && full.out.empty())) << full.out;
         EXPECT_LT(full.out.size(), all.size());
         EXPECT_EQ(full.out, all.substr(0, full.out.size()));
     }
