@@ -16,7 +16,7 @@ outcome from_error(int error) {
 // A new file under another name until it is whole; it goes with this one unless it has got its own name.
 class draft {
 public:
-    draft(disk& on, const std::string& path) : disk_(on), path_(path), name_(path + ".kmr-new") {}
+    draft(disk& on, const std::string& path) : disk_(on), path_(path), name_(draft_path_of(path)) {}
     ~draft() {
         if (made_)
             disk_.unlink(name_);
@@ -95,6 +95,10 @@ outcome is_free(disk& on, const std::string& path, bool replace, const file_fact
 }
 
 } // namespace
+
+std::string draft_path_of(const std::string& path) {
+    return path + ".kmr-new";
+}
 
 outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,
                        const file_facts* never) {

@@ -93,6 +93,9 @@ struct recording::opening {
     outcome result = {};
 };
 
+// The name of a new file while it is written.
+std::string draft_path_of(const std::string& path);
+
 // A new file with all of `content`; `replace`: one of that name goes, once the new one is whole. `never` is a file that
 // must not be the one that goes. EEXIST: it would, or one of that name is there; locked: somebody else is writing it.
 outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,

@@ -7,9 +7,7 @@
 #include <CLI/CLI.hpp>
 
 namespace kmr::program {
-namespace {
 
-// Why nothing can be changed beside what was found of an undo file.
 std::string problem_of(mend::undo_situation found, const change_options& how) {
     using enum mend::undo_situation;
     const auto words = [](mend::mend_status status) { return words_of({.status = status, .error = 0}); };
@@ -33,8 +31,6 @@ std::string problem_of(mend::undo_situation found, const change_options& how) {
     return {};
 }
 
-} // namespace
-
 void add_change_options(CLI::App& to, change_options& into) {
     to.add_flag("--dry-run", into.dry_run, "Say what would be done, and change nothing");
     to.add_flag("--no-undo", into.no_undo, "Keep no way back, where there is no room for it");
@@ -56,7 +52,7 @@ std::string apply(mend::recording& to, const mend::changes& planned, const chang
     const mend::outcome what = to.apply(planned, !how.no_undo);
     const bool half_done = what.status == mend::mend_status::interrupted && what.error != 0;
     if (half_done && how.no_undo)
-        return words_of(what.error) + "; a part was written, and there is no undo file";
+        return words_without_way_back(what.error);
     return words_of(what);
 }
 

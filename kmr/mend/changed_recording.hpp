@@ -20,6 +20,9 @@ struct change_options {
 // --dry-run and --no-undo
 void add_change_options(CLI::App& to, change_options& into);
 
+// Why nothing can be changed beside what was found of an undo file; empty: it can.
+std::string problem_of(mend::undo_situation found, const change_options& how);
+
 struct recording_opening {
     std::unique_ptr<mend::recording> opened; // null unless the problem is empty
     std::string problem = {};

@@ -12,7 +12,6 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <filesystem>
 
 namespace kmr::program {
@@ -43,28 +42,6 @@ private:
     scan::byte_source& source_;
     std::optional<output::progress> progress_ = {};
 };
-
-// Why there can be no such copy; empty: there can. Asked before long work is done for nothing, and again by whoever
-// writes it.
-std::string why_not_written(mend::disk& on, const copy_names& names) {
-    mend::file_facts original;
-    mend::file_facts there;
-    if (const int error = on.look(names.from, original))
-        return words_of(error);
-    const std::string unfinished = names.to + ".kmr-new";
-    if (on.look(unfinished, there) == 0 && there.is_same_file(original))
-        return "is called " + unfinished + " while it is written, and so is the recording";
-    const int looked = on.look(names.to, there);
-    if (looked != 0)
-        return looked == ENOENT ? "" : words_of(looked);
-    if (there.is_same_file(original))
-        return "is the recording itself";
-    if (there.kind == mend::file_kind::link)
-        return "a symbolic link: nothing is written through it";
-    if (there.kind != mend::file_kind::regular)
-        return "not a regular file";
-    return names.replace ? "" : "is there already (--force replaces it)";
-}
 
 std::string words_for(const mend::copy_plan& plan) {
     using enum mend::copy_status;

@@ -35,6 +35,10 @@ std::string words_of(const mend::outcome& result) {
     return {};
 }
 
+std::string words_without_way_back(int error) {
+    return words_of(error) + "; not finished, and without an undo file there is no way back";
+}
+
 std::string words_of(mend::plan_status status, const scan::report& judged) {
     using enum mend::plan_status;
     switch (status) {

@@ -68,15 +68,31 @@ private:
 
 } // namespace
 
+std::string why_not_written(mend::disk& on, const copy_names& names) {
+    mend::file_facts original;
+    mend::file_facts there;
+    if (const int error = on.look(names.from, original))
+        return words_of(error);
+    const std::string unfinished = mend::draft_path_of(names.to);
+    if (on.look(unfinished, there) == 0 && there.is_same_file(original))
+        return "is called " + unfinished + " while it is written, and so is the recording";
+    const int looked = on.look(names.to, there);
+    if (looked != 0)
+        return looked == ENOENT ? "" : words_of(looked);
+    if (there.is_same_file(original))
+        return "is the recording itself";
+    if (there.kind == mend::file_kind::link)
+        return "a symbolic link: nothing is written through it";
+    if (there.kind != mend::file_kind::regular)
+        return "not a regular file";
+    return names.replace ? "" : "is there already (--force replaces it)";
+}
+
 std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byte_source& original,
                               scan::byte_source& content) {
     mend::file_facts from;
-    mend::file_facts to;
     if (const int error = on.look(names.from, from))
         return words_of(error);
-    const bool is_there = on.look(names.to, to) == 0;
-    if (is_there && to.is_same_file(from))
-        return "is the recording itself";
     mend::outcome result;
     {
         const noted_signals until_whole;

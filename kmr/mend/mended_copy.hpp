@@ -13,6 +13,9 @@ struct copy_names {
     bool replace = false; // a file of that name may go
 };
 
+// Why there can be no such file; empty: there can. To be asked before long work is done for nothing.
+std::string why_not_written(mend::disk& on, const copy_names& names);
+
 // `original` is what `content` reads from. The file gets its name when it is whole; when the user ends the program, or
 // the original changes meanwhile, nothing is left of it. Gives words for what went wrong, or none.
 std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byte_source& original,

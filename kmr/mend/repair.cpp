@@ -1,6 +1,7 @@
 // kmr repair: mends recordings in place, with a way back, or into a copy.
 #include "kmr/commands.hpp"
 #include "kmr/judged_file.hpp"
+#include "kmr/mend/changed_recording.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
 #include "kmr/mend/mended_copy.hpp"
@@ -119,26 +120,12 @@ exit_status repair_run::run() {
 
 // What stands beside the recording from before.
 exit_status repair_run::prepare() {
-    using enum mend::undo_situation;
-    switch (recording_->look_for_undo()) {
-    case none:
-        return exit_status::sound;
-    case complete:
-        if (options_.no_undo && options_.changes_in_place())
-            return fail(
-                "it has an undo file already, which would no longer fit: leave out --no-undo, or move "
-                "that file away");
-        return exit_status::sound;
-    case interrupted:
+    const mend::undo_situation found = recording_->look_for_undo();
+    if (found == mend::undo_situation::interrupted)
         return take_back_interrupted();
-    case torn:
-        return fail(words_of({.status = mend::mend_status::undo_torn, .error = 0}));
-    case no_file:
-        return fail(words_of({.status = mend::mend_status::undo_is_no_file, .error = 0}));
-    case unreadable:
-        break;
-    }
-    return fail("its undo file cannot be read; nothing was written");
+    const std::string problem =
+        problem_of(found, {.dry_run = !options_.changes_in_place(), .no_undo = options_.no_undo});
+    return problem.empty() ? exit_status::sound : fail(problem);
 }
 
 exit_status repair_run::take_back_interrupted() {
@@ -208,7 +195,7 @@ exit_status repair_run::mend_it() {
         result = recording_->apply(planned_, !options_.no_undo);
     }
     if (result.status == mend::mend_status::interrupted && options_.no_undo)
-        return say(words_of(result.error) + "; not finished, and without an undo file there is no way back");
+        return say(words_without_way_back(result.error));
     if (!result.is_done())
         return say("not mended: " + words_of(result));
     if (!options_.json)
@@ -221,9 +208,10 @@ exit_status repair_run::write_copy() {
     mend::changed_source mended(recording_->source(), planned_);
     scan::byte_source& content =
         told_.changes ? static_cast<scan::byte_source&>(mended) : recording_->source();
-    const std::string problem =
-        write_mended_copy(disk_, {.from = path_, .to = options_.output, .replace = options_.force},
-                          recording_->source(), content);
+    const copy_names names = {.from = path_, .to = options_.output, .replace = options_.force};
+    std::string problem = why_not_written(disk_, names);
+    if (problem.empty())
+        problem = write_mended_copy(disk_, names, recording_->source(), content);
     if (!problem.empty()) {
         with_.err.say(options_.output, problem);
         return exit_status::failed;
