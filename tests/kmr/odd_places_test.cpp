@@ -1,5 +1,6 @@
 // Names, folders, descriptors and terminals that are out of the ordinary.
 #include "tests/kmr/program.hpp"
+#include "tests/support/watched_terminal.hpp"
 
 #include <climits>
 #include <cstdlib>
@@ -82,36 +83,9 @@ TEST_F(OddPlacesTest, AMergeTellsOfEachThatIsNone) {
 
 // --- a terminal for standard error, or for both ---
 
-class terminal {
-public:
-    terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
-        if (grantpt(master_) == 0 && unlockpt(master_) == 0)
-            slave_ =
-                open(ptsname(master_), O_RDWR | O_NOCTTY); // what is written stays there until it is read
-    }
-    ~terminal() {
-        close(slave_);
-        close(master_);
-    }
-    terminal(const terminal&) = delete;
-    terminal& operator=(const terminal&) = delete;
-
-    std::string name() const { return ptsname(master_); }
-    std::string shown() const {
-        fcntl(master_, F_SETFL, O_NONBLOCK);
-        char text[4096];
-        const ssize_t count = read(master_, text, sizeof text);
-        return count < 0 ? "" : std::string(text, static_cast<size_t>(count));
-    }
-
-private:
-    int master_;
-    int slave_ = -1;
-};
-
 TEST_F(OddPlacesTest, SomebodyWatchesTheMessages) {
     place_.compose("a.kmr");
-    const terminal watched;
+    const watched_terminal watched;
     for (const std::string command : {"check", "show"}) {
         const auto run =
             place_.shell("\"$1\" \"$2\" a.kmr missing.kmr /dev/null 2>\"$3\"", {command, watched.name()});
@@ -123,7 +97,7 @@ TEST_F(OddPlacesTest, SomebodyWatchesTheMessages) {
 
 TEST_F(OddPlacesTest, ATerminalHasColorsUnlessItIsDumb) {
     place_.compose("a.kmr");
-    const terminal watched;
+    const watched_terminal watched;
     const auto first_word = [&](const std::string& before) {
         place_.shell(before + " \"$1\" check a.kmr >\"$2\"", {watched.name()});
         const std::string text = watched.shown();
