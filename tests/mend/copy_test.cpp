@@ -1,8 +1,5 @@
 // Of twenty frames the I-frames are 1, 6, 11 and 16, at 88, 624, 1160 and 1696; every frame lasts a second here.
-#include "mend/copy.hpp"
-#include "tests/mend/mended.hpp"
-
-#include <gmock/gmock.h>
+#include "tests/mend/copied.hpp"
 
 namespace {
 
@@ -29,34 +26,6 @@ bytes recording_with_tags() {
 
 span_bound ms(int64_t value) {
     return {span_bound::unit::stream_ms, value};
-}
-span_bound number(int64_t value) {
-    return {span_bound::unit::frame_number, value};
-}
-
-struct copied {
-    copy_plan plan;
-    bytes file;
-};
-
-copied copy_of(const bytes& file, const span& of) {
-    kmr::scan::memory_source source(file);
-    copied result = {.plan = plan_copy(source, of), .file = {}};
-    if (result.plan.content) {
-        result.file.resize(result.plan.content->size());
-        EXPECT_EQ(result.plan.content->read_at(0, result.file).count, result.file.size());
-        EXPECT_EQ(recording::get_u32(result.file, 80), result.file.size());
-        EXPECT_EQ(recording::get_u32(result.file, 84), result.plan.frames);
-        result.plan.content.reset(); // its source ends here
-    }
-    return result;
-}
-
-std::vector<uint32_t> numbers_in(const bytes& file) {
-    std::vector<uint32_t> numbers;
-    for (const auto& each : frames_by_number(file))
-        numbers.push_back(each.first);
-    return numbers;
 }
 
 TEST(CopyTest, BeginsWithTheIFrameBeforeAndEndsInFrontOfTheBound) {
