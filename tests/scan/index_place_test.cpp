@@ -72,12 +72,14 @@ TEST(IndexPlaceTest, ABlockThatItsTrailerAloneNamesEndsASearch) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @1064 +96", "index-torn @1160 +212"));
 }
 
-// A block with room for 13 records has 1092 bytes and would begin at 76.
+// A block with room for 13 records has 1092 bytes and would begin at 76; the head that stands there bears it out.
 TEST(IndexPlaceTest, ATrailerThatReachesIntoTheFileHeaderNamesNothing) {
     bytes file = scan_test::without_index(sound_frames(10));
     file.resize(file.size() + 8);
     put_u32(file, 1160, KMR_INDEX_MAGIC);
     put_u32(file, 1164, 1092);
+    put_u32(file, 76 + 32, 13);
+    put_u32(file, 76 + 36, 80);
     scan::memory_source source(file);
     EXPECT_EQ(scan::look_quickly(source).index.offset, 0U);
 }
