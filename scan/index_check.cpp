@@ -43,10 +43,21 @@ void index_check::take(const indexed_frame& frame) {
     added.repeated = newest_ && wrapped_distance(newest_->number, frame.number) <= 0 &&
                      wrapped_distance(newest_->stamp, frame.stamp) <= 0;
     added.behind_break = added.behind_break || added.repeated;
+    if (added.frames_missing && !added.repeated)
+        added.i_frames_missing = i_frames_missing_before(frame);
+    if (newest_ && !added.behind_break)
+        numbers_apart_ = wrapped_distance(newest_->number, frame.number);
     if (!added.repeated)
         newest_ = {frame.number, frame.stamp};
     if (waiting_.size() > most_waiting)
         settle_front();
+}
+
+uint32_t index_check::i_frames_missing_before(const indexed_frame& frame) const {
+    if (numbers_apart_ <= 0)
+        return 0;
+    const int64_t distance = wrapped_distance(newest_->number, frame.number);
+    return distance % numbers_apart_ == 0 ? static_cast<uint32_t>(distance / numbers_apart_ - 1) : 0;
 }
 
 void index_check::take_torn(uint64_t offset, uint64_t length) {
@@ -89,24 +100,30 @@ bool index_check::falls_in_step() {
 
 // Takes the one distance by which the records from here on miss their frames, if there is one.
 bool index_check::follows_shift() {
+    const auto found = shifts_.find(distance_question());
+    if (found)
+        follow(*found);
+    return found.has_value();
+}
+
+shift_search::question index_check::distance_question() {
     const bool clock_known = latest_ && latest_->clock_run == waiting_.front().clock_run;
-    const auto found =
-        shifts_.find({.frames = waiting_,
-                      .record = record_,
-                      .behind_torn = behind_torn(),
-                      .start_ms = clock_known ? std::optional(latest_->start_ms) : std::nullopt});
-    if (!found)
-        return false;
-    for (size_t i = 0; i < found->frame; ++i)
+    return {.frames = waiting_,
+            .record = record_,
+            .behind_torn = behind_torn(),
+            .start_ms = clock_known ? std::optional(latest_->start_ms) : std::nullopt};
+}
+
+void index_check::follow(const record_shift& found) {
+    for (size_t i = 0; i < found.frame; ++i)
         miss_front();
-    while (record_ < found->record && is_in_torn_region(place_of(record_)))
+    while (record_ < found.record && is_in_torn_region(place_of(record_)))
         next_record();
-    if (found->shift != 0 && found->shift != shift_)
-        report_wrong_place(first_astray(found->record));
-    shift_ = found->shift;
-    while (record_ < found->record)
+    if (found.shift != 0 && found.shift != shift_)
+        report_wrong_place(first_astray(found.record));
+    shift_ = found.shift;
+    while (record_ < found.record)
         next_record(); // of frames that are lost
-    return true;
 }
 
 // By chance a record may name another I-frame than its own.
@@ -149,6 +166,8 @@ bool index_check::settle_chance() {
     if (!waiting_.front().behind_break || waiting_.size() < 2 || waiting_[1].begins_anew() ||
         record_ + 1 >= records_.count())
         return false;
+    if (follows_numbers())
+        return true;
     if (falls_in_step())
         return false;
     if (follows_shift())
@@ -157,6 +176,17 @@ bool index_check::settle_chance() {
         miss_front();
     else
         match_front();
+    return true;
+}
+
+// Where I-frames stand equally far apart, those behind a cut stand where others stood, and records name them by chance.
+// The numbers tell how many are gone, unless the index never had them: then it names nothing behind the last frame.
+bool index_check::follows_numbers() {
+    const auto found = shifts_.by_numbers(distance_question());
+    if (!found || !lies_behind_frames(records_.count() - 1))
+        return false;
+    follow(*found);
+    waiting_.front().i_frames_missing = 0; // they are accounted for
     return true;
 }
 

@@ -46,6 +46,7 @@ private:
     void settle_front();
     void settle_apart();
     bool settle_chance();
+    bool follows_numbers();
     uint64_t behind_torn();
     bool skip_lost_frames();
     bool names_a_later_frame();
@@ -54,6 +55,8 @@ private:
     size_t frames_until(uint64_t record);
     bool falls_in_step();
     bool follows_shift();
+    shift_search::question distance_question();
+    void follow(const record_shift& found);
     uint64_t first_astray(uint64_t last);
     void match_front();
     void miss_front();
@@ -63,6 +66,7 @@ private:
     uint32_t place_of(uint64_t record) { return records_[record].IPos - shift_; }
     bool is_in_torn_region(uint32_t position) const;
     bool lies_behind_frames(uint64_t record);
+    uint32_t i_frames_missing_before(const indexed_frame& frame) const;
     std::optional<kmr_frame_header> frame_at(uint64_t position);
     bool is_i_frame_at(uint64_t position);
     bool take_as_misplaced(uint64_t record);
@@ -88,6 +92,7 @@ private:
         uint32_t stamp = 0;
     };
     std::optional<moment> newest_ = {}; // of the I-frame furthest ahead so far
+    int64_t numbers_apart_ = 0;         // of the last two I-frames that nothing broke between
     struct entry_offset {
         int64_t start_ms = 0; // wall clock at stream time 0
         uint32_t clock_run = 0;

@@ -22,6 +22,8 @@ struct indexed_frame {
     bool behind_break = false;
     bool frames_missing = false; // numbers among them that never came
     bool repeated = false;       // number and stamp have been met before
+    // I-frames in front that never came, by its number, where they follow each other at one distance of numbers.
+    uint32_t i_frames_missing = 0;
 
     // The frames in front may miss their records by another distance.
     bool begins_anew() const { return behind_break && !repeated; }

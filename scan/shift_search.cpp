@@ -34,8 +34,15 @@ std::optional<record_shift> shift_search::find(const question& asked) {
     return asked.frames.size() == 1 ? last(asked) : far(asked);
 }
 
+std::optional<record_shift> shift_search::by_numbers(const question& asked) {
+    const uint32_t missing = asked.frames.front().i_frames_missing;
+    return missing == 0 ? std::nullopt : agreeing(asked, asked.record + missing, 0);
+}
+
 std::optional<record_shift> shift_search::near(const question& asked) {
     const indexed_frame& front = asked.frames.front();
+    if (const auto found = by_numbers(asked))
+        return found;
     // Where frames follow each other at one distance, the records of lost ones would do as well.
     if (front.frames_missing && asked.behind_torn > asked.record)
         if (const auto found = agreeing(asked, asked.behind_torn, 0))

@@ -29,6 +29,9 @@ public:
     };
     std::optional<record_shift> find(const question& asked);
 
+    // The distance that holds when the front frame's number tells how many I-frames are gone in front of it.
+    std::optional<record_shift> by_numbers(const question& asked);
+
     static constexpr size_t most_ahead = 8; // records looked ahead where nothing is known to be missing
 
 private:

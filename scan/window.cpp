@@ -14,7 +14,8 @@ constexpr size_t piece = 65536;
 
 window::window(byte_source& source)
     : source_(source), size_(source.size()),
-      bytes_(static_cast<size_t>(std::min<uint64_t>(most_viewed, std::max<uint64_t>(source.size(), 1)))) {}
+      capacity_(static_cast<size_t>(std::min<uint64_t>(most_viewed, source.size()))),
+      bytes_(std::make_unique_for_overwrite<uint8_t[]>(capacity_)) {}
 
 size_t window::there(uint64_t offset, size_t length) const {
     return offset >= size_ ? 0 : static_cast<size_t>(std::min<uint64_t>(length, size_ - offset));
@@ -23,7 +24,7 @@ size_t window::there(uint64_t offset, size_t length) const {
 void window::fill(uint64_t offset, size_t length) {
     const bool reading_on = offset >= last_ && offset - last_ <= small_step;
     const size_t wanted = there(offset, reading_on ? std::max(length, piece) : length);
-    const std::span into(bytes_.data(), std::min(wanted, bytes_.size()));
+    const std::span into(bytes_.get(), std::min(wanted, capacity_));
     filled_ = 0;
     const read_result result = source_.read_at(offset, into);
     if (result.failed())
@@ -41,7 +42,7 @@ std::span<const uint8_t> window::view(uint64_t offset, size_t length) {
     if (!holds(offset, count))
         fill(offset, count);
     last_ = offset;
-    return {bytes_.data() + (offset - begin_), count};
+    return {bytes_.get() + (offset - begin_), count};
 }
 
 std::span<const uint8_t> window::view_some(uint64_t offset, size_t least, size_t most) {
@@ -56,7 +57,7 @@ size_t window::peek(uint64_t offset, std::span<uint8_t> into) {
     if (count == 0)
         return 0;
     if (holds(offset, count)) {
-        std::memcpy(into.data(), bytes_.data() + (offset - begin_), count);
+        std::memcpy(into.data(), bytes_.get() + (offset - begin_), count);
         return count;
     }
     const read_result result = source_.read_at(offset, into.first(count));

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <span>
-#include <vector>
 
 namespace kmr::scan {
 
@@ -50,7 +50,8 @@ private:
 
     byte_source& source_;
     uint64_t size_;
-    std::vector<uint8_t> bytes_;
+    size_t capacity_;
+    std::unique_ptr<uint8_t[]> bytes_; // only `filled_` of them are ever looked at
     uint64_t begin_ = 0;
     uint64_t last_ = 0; // offset of the last view
     size_t filled_ = 0;

@@ -258,6 +258,41 @@ TEST(EqualDistancesTest, ManyCutOutAreToldByTheirTimes) {
                                          "index-entry-wrong @9988 +80 record=16 field=offset actual=8664"));
 }
 
+// Record 6 names the first I-frame behind the cut by chance. The time is too near to tell; the number is not.
+TEST(EqualDistancesTest, OneCutOutIsToldByTheNumbers) {
+    bytes file = recording_of(sound_frames(200));
+    file.erase(file.begin() + 88 + 536L * 6, file.begin() + 88 + 536L * 7);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #36 t1400 lost=5",
+                                         "index-entry-wrong @21516 +80 record=6 field=offset actual=3304"));
+}
+
+TEST(EqualDistancesTest, SomeSecondsCutOutLeaveTheTimesOfTheOthersRight) {
+    bytes file = recording_of(sound_frames(200));
+    file.erase(file.begin() + 88 + 536L * 6, file.begin() + 88 + 536L * 17);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #86 t3400 lost=55",
+                                         "index-entry-wrong @16156 +80 record=6 field=offset actual=3304"));
+    // Record times are cut to seconds and the frames' are not: of each second up to 0.8 s are missing.
+    EXPECT_NEAR(static_cast<double>(*scan_test::judge(file).start_ms), scan_test::start_time * 1000.0 - 400,
+                400);
+}
+
+TEST(EqualDistancesTest, ACutWithinAGroupIsToldByTheNumbers) {
+    // From the third frame of the group 6 on, at 88 + 536 x 6 + 152 + 96, to the I-frame 9: any three neighbours among the
+    // records miss the frames behind by one distance. Record 7 names nothing there, record 9 is the next frame's.
+    bytes file = recording_of(sound_frames(200));
+    file.erase(file.begin() + 3552, file.begin() + 88 + 536L * 9);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @3552 +0 #46 t1800 lost=13",
+                                         "index-entry-wrong @20772 +80 record=7 field=offset actual=3840"));
+}
+
+// They were never written, so the records end with the frames.
+TEST(EqualDistancesTest, FramesThatTheIndexNeverHadAreNoCut) {
+    frames all = sound_frames(200);
+    for (size_t i = 50; i < all.size(); ++i)
+        all[i].number += 10;
+    EXPECT_THAT(found(recording_of(all)), ElementsAre("frames-lost @5448 +0 #61 t2000 lost=10"));
+}
+
 TEST(EqualDistancesTest, AWrongTimeBehindLostFramesIsNoShift) {
     // The numbers leap at the frame 48, which stands at 88 + 536 x 9 + 152 + 2 x 96. The time of record 10 is no other
     // I-frame's.
