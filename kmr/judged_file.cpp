@@ -3,6 +3,8 @@
 #include "kmr/scan_follower.hpp"
 
 #include <cerrno>
+#include <memory>
+#include <span>
 #include <system_error>
 
 namespace kmr::program {
@@ -47,23 +49,20 @@ public:
     uint64_t size() const override { return source_.size(); }
     scan::source_change change() const override { return source_.change(); }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        if (!read_) {
-            bytes_.resize(static_cast<size_t>(source_.size()));
-            const scan::read_result all = source_.read_at(0, bytes_);
-            error_ = all.error;
-            bytes_.resize(all.count);
-            read_ = true;
+        if (!bytes_) {
+            const auto size = static_cast<size_t>(source_.size());
+            bytes_ = std::make_unique_for_overwrite<uint8_t[]>(size);
+            all_ = source_.read_at(0, {bytes_.get(), size});
         }
-        if (error_ != 0)
-            return {.count = 0, .error = error_};
-        return scan::memory_source(bytes_).read_at(offset, into);
+        if (all_.failed())
+            return {.count = 0, .error = all_.error};
+        return scan::memory_source(std::span(bytes_.get(), all_.count)).read_at(offset, into);
     }
 
 private:
     scan::byte_source& source_;
-    std::vector<uint8_t> bytes_ = {};
-    int error_ = 0;
-    bool read_ = false;
+    std::unique_ptr<uint8_t[]> bytes_ = {};
+    scan::read_result all_ = {};
 };
 
 scan::report judge_source(scan::byte_source& source, const scan::judge_options& options,

@@ -39,7 +39,7 @@ public:
 private:
     // Threads may be ahead of the result that is taken next by so many for each of them: one long piece of work must
     // not hold up the others, and results that wait must not fill the memory.
-    static constexpr size_t results_ahead = 32;
+    static constexpr size_t results_ahead = 128;
 
     void start(size_t threads) {
         for (size_t i = 0; i < threads && i < count_; ++i)

@@ -38,10 +38,10 @@ TEST(OrderedWorkTest, RunsNoFurtherAheadThanItMay) {
     };
     const auto take = [&](size_t) {
         ++taken;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
     };
-    run(500, 2, stop, work, take);
-    EXPECT_LE(furthest, 2 * 32 + 1); // 32 for each thread, and the one that is being taken
+    run(2000, 2, stop, work, take);
+    EXPECT_LE(furthest, 2 * 128 + 1); // 128 for each thread, and the one that is being taken
 }
 
 TEST(OrderedWorkTest, OfNothingEndsAtOnce) {
