@@ -73,6 +73,7 @@ public:
     explicit collector(const span& of) : of_(of) {}
 
     void on_index(const scan::index_event& block) override { old_index = block; }
+    void on_record(const scan::record_match& found) override { index.note(found); }
 
     void on_torn(const scan::torn_event& region) override {
         if (begun_ && !over_)

@@ -26,6 +26,7 @@ public:
     void on_frame(const scan::seen_frame& seen) override;
     void on_torn(const scan::torn_event& region) override;
     void on_index(const scan::index_event& block) override;
+    void on_record(const scan::record_match& found) override { result_.index.note(found); }
     bool go_on(uint64_t offset) override;
 
     // Once, when the scan is over.

@@ -78,19 +78,38 @@ void new_index::match(planned_record& record, uint32_t number, const kmr_index_r
         std::memcpy(text.data(), old.TagName, text.size());
         set_tag(record, text);
     }
-    if (record.named)
+    if (record.has_record())
         return; // the first of several counts
-    record.named = true;
+    record.old_record = number;
+    record.in_place = old.IPos == record.old_position;
     record.time_known = true;
     record.time = old.TimeNow;
     record.sign = old.Sign;
 }
 
+void new_index::note(const scan::record_match& found) {
+    if (found.block != judged_block_)
+        judged_.clear();
+    judged_block_ = found.block;
+    if (judged_.size() < most_records)
+        judged_.push_back({static_cast<uint32_t>(found.record), static_cast<uint32_t>(found.frame_offset)});
+}
+
+void new_index::match_as_judged(old_records& old) {
+    for (const judged_match& each : judged_) {
+        const auto record = named_by(each.frame_place);
+        if (record != records_.end())
+            match(*record, each.record, old.records[each.record]);
+    }
+}
+
+// Where bytes came or went a record may name another's frame by chance.
 void new_index::match_by_place(old_records& old) {
     for (uint64_t i = 0; i < old.records.count(); ++i) {
         const kmr_index_record& each = old.records[i];
         const auto record = named_by(each.IPos);
-        if (record != records_.end())
+        if (record != records_.end() && record->old_record != i &&
+            (record->in_place || !record->has_record()))
             match(*record, static_cast<uint32_t>(i), each);
     }
 }
@@ -121,22 +140,40 @@ bool new_index::pair_in_order(old_records& old, uint64_t first, uint64_t end, si
     return true;
 }
 
+// The frames that have records, in the order of those.
+std::vector<uint32_t> new_index::frames_by_record() const {
+    std::vector<uint32_t> frames;
+    for (size_t i = 0; i < records_.size(); ++i)
+        if (records_[i].has_record())
+            frames.push_back(static_cast<uint32_t>(i));
+    std::sort(frames.begin(), frames.end(), [&](uint32_t left, uint32_t right) {
+        return records_[left].old_record < records_[right].old_record;
+    });
+    return frames;
+}
+
 void new_index::match_by_order(old_records& old, const std::function<bool(uint32_t)>& is_lost) {
-    uint64_t first = 0; // of the records that name nothing
-    size_t into = 0;    // the frame behind the last one that was named
+    const std::vector<uint32_t> matched = frames_by_record();
+    auto next_matched = matched.begin();
+    uint32_t shift = 0; // the last record that is matched names a place that is so much too high
+    uint64_t first = 0; // of the records that are nobody's
+    size_t into = 0;    // the frame behind the last one that has a record
     for (uint64_t i = 0; i <= old.records.count(); ++i) {
         size_t named = records_.size();
         if (i < old.records.count()) {
             const uint32_t position = old.records[i].IPos;
-            const auto record = named_by(position);
-            if (record == records_.end() && !is_lost(position))
+            if (next_matched != matched.end() && records_[*next_matched].old_record == i) {
+                named = *next_matched++;
+                shift = position - records_[named].old_position;
+            } else if (const auto again = named_by(position); again != records_.end() && again->in_place) {
+                named = static_cast<size_t>(again - records_.begin());
+            } else if (!is_lost(position - shift)) {
                 continue;
-            if (record != records_.end())
-                named = static_cast<size_t>(record - records_.begin());
+            }
         }
         const uint64_t strays = i - first;
         const bool paired = strays > 0 && named >= into && named - into == strays && old.whole &&
-                            !records_[into].named && pair_in_order(old, first, i, into, named);
+                            !records_[into].has_record() && pair_in_order(old, first, i, into, named);
         for (uint64_t stray = first; stray < i && !paired && old.whole; ++stray)
             lose_tag(static_cast<uint32_t>(stray), old.records[stray]);
         if (i < old.records.count() && named == records_.size())
@@ -147,7 +184,8 @@ void new_index::match_by_order(old_records& old, const std::function<bool(uint32
 }
 
 void new_index::drop_unnamed() {
-    std::erase_if(records_, [](const planned_record& each) { return each.by_old_index && !each.named; });
+    std::erase_if(records_,
+                  [](const planned_record& each) { return each.by_old_index && !each.has_record(); });
 }
 
 void new_index::compare(old_records& old) {
@@ -185,6 +223,9 @@ void new_index::take_old(scan::byte_source& source, const scan::index_event& blo
                          const std::function<bool(uint32_t)>& is_lost) {
     old_records old = {.records = scan::index_records(source, block.offset, records_of(block)),
                        .whole = block.state == scan::index_state::whole};
+    if (old.whole && judged_block_ == block.offset)
+        match_as_judged(old);
+    judged_.clear();
     match_by_place(old);
     drop_unnamed();
     match_by_order(old, is_lost);

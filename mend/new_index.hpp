@@ -4,6 +4,7 @@
 #include "analyse/format/index_block.h"
 #include "scan/byte_source.hpp"
 #include "scan/events.hpp"
+#include "scan/judge.hpp"
 #include "scan/report.hpp"
 
 #include <array>
@@ -27,16 +28,23 @@ struct planned_record {
     uint16_t height = 0;
     uint8_t tag = 0;           // 1 + its place among the tags; 0: none
     bool time_known = false;   // from the old index
-    bool by_old_index = false; // it counts only where the old index names it
-    bool named = false;        // by a record of the old index
+    bool by_old_index = false; // it counts only where the old index has a record of it
+    bool in_place = false;     // that record names the very place
+    uint32_t old_record = no_record;
+
+    static constexpr uint32_t no_record = UINT32_MAX;
+    bool has_record() const { return old_record != no_record; }
 };
 
 class new_index {
 public:
-    // 32 bytes of memory each; the recorder makes one a second or two.
+    // 40 bytes of memory each, and 8 for its record; the recorder makes one a second or two.
     static constexpr size_t most_records = size_t{1} << 20;
 
     bool add(const planned_record& record); // in file order; false: too many
+
+    // Which record of the old index is whose, as the recording was judged; others are taken to be of what they name.
+    void note(const scan::record_match& found);
 
     // Takes times, sizes, signs and tags over from the records of the old block. `is_lost` tells whether a frame that
     // stood at an offset is gone. Throws scan::read_stopped.
@@ -67,8 +75,10 @@ private:
     struct old_records;
     std::deque<planned_record>::iterator named_by(uint32_t position);
     void match(planned_record& record, uint32_t number, const kmr_index_record& old);
+    void match_as_judged(old_records& old);
     void match_by_place(old_records& old);
     void match_by_order(old_records& old, const std::function<bool(uint32_t)>& is_lost);
+    std::vector<uint32_t> frames_by_record() const;
     bool pair_in_order(old_records& old, uint64_t first, uint64_t end, size_t into, size_t into_end);
     void lose_tag(uint32_t number, const kmr_index_record& old);
     void drop_unnamed();
@@ -78,7 +88,14 @@ private:
     void fill_times(int64_t fallback_start_ms);
     kmr_index_head head() const;
 
+    struct judged_match {
+        uint32_t record = 0;
+        uint32_t frame_place = 0;
+    };
+
     std::deque<planned_record> records_ = {};
+    std::deque<judged_match> judged_ = {}; // in the order of the file
+    uint64_t judged_block_ = 0;
     std::vector<std::array<char, KMR_TAG_SIZE>> tags_ = {};
     std::vector<scan::tag> lost_tags_ = {};
     uint64_t tags_lost_ = 0;

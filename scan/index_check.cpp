@@ -20,9 +20,10 @@ uint32_t as_in_a_record(uint64_t offset) {
 } // namespace
 
 index_check::index_check(byte_source& source, const index_event& block, picture_size header_size,
-                         finding_list& findings)
+                         finding_list& findings, observer& watching)
     : source_(source), block_(block), records_(source, block.offset, block.head.RecordCount),
-      header_size_(header_size), findings_(findings), times_(findings), shifts_(source, block) {}
+      header_size_(header_size), findings_(findings), watching_(watching), times_(findings),
+      shifts_(source, block) {}
 
 std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
     const uint32_t sought = as_in_a_record(frame_offset) + shift_;
@@ -43,21 +44,21 @@ void index_check::take(const indexed_frame& frame) {
     added.repeated = newest_ && wrapped_distance(newest_->number, frame.number) <= 0 &&
                      wrapped_distance(newest_->stamp, frame.stamp) <= 0;
     added.behind_break = added.behind_break || added.repeated;
-    if (added.frames_missing && !added.repeated)
-        added.i_frames_missing = i_frames_missing_before(frame);
-    if (newest_ && !added.behind_break)
-        numbers_apart_ = wrapped_distance(newest_->number, frame.number);
+    if (!added.repeated && !added.record_optional)
+        note_number(added);
     if (!added.repeated)
         newest_ = {frame.number, frame.stamp};
     if (waiting_.size() > most_waiting)
         settle_front();
 }
 
-uint32_t index_check::i_frames_missing_before(const indexed_frame& frame) const {
-    if (numbers_apart_ <= 0)
-        return 0;
-    const int64_t distance = wrapped_distance(newest_->number, frame.number);
-    return distance % numbers_apart_ == 0 ? static_cast<uint32_t>(distance / numbers_apart_ - 1) : 0;
+void index_check::note_number(indexed_frame& frame) {
+    const int64_t distance = last_number_ ? wrapped_distance(*last_number_, frame.number) : 0;
+    if (!frame.behind_break)
+        numbers_apart_ = distance;
+    else if (numbers_apart_ > 0 && distance > 0 && distance % numbers_apart_ == 0)
+        frame.i_frames_missing = static_cast<uint32_t>(distance / numbers_apart_ - 1);
+    last_number_ = frame.number;
 }
 
 void index_check::take_torn(uint64_t offset, uint64_t length) {
@@ -123,7 +124,8 @@ void index_check::follow(const record_shift& found) {
         report_wrong_place(first_astray(found.record));
     shift_ = found.shift;
     while (record_ < found.record)
-        next_record(); // of frames that are lost
+        next_record();                     // of frames that are lost
+    waiting_.front().i_frames_missing = 0; // they are accounted for
 }
 
 // By chance a record may name another I-frame than its own.
@@ -163,11 +165,12 @@ void index_check::settle_front() {
 // Where bytes came or went, the first frame behind may stand where a lost one stood, or a copy where the frame stood
 // that is the next: the record is not its own then, and the neighbours tell.
 bool index_check::settle_chance() {
-    if (!waiting_.front().behind_break || waiting_.size() < 2 || waiting_[1].begins_anew() ||
-        record_ + 1 >= records_.count())
+    if (!waiting_.front().behind_break || waiting_.size() < 2 || record_ + 1 >= records_.count())
         return false;
     if (follows_numbers())
         return true;
+    if (waiting_[1].begins_anew())
+        return false;
     if (falls_in_step())
         return false;
     if (follows_shift())
@@ -182,11 +185,12 @@ bool index_check::settle_chance() {
 // Where I-frames stand equally far apart, those behind a cut stand where others stood, and records name them by chance.
 // The numbers tell how many are gone, unless the index never had them: then it names nothing behind the last frame.
 bool index_check::follows_numbers() {
+    if (waiting_.front().i_frames_missing.value_or(0) == 0)
+        return false;
     const auto found = shifts_.by_numbers(distance_question());
     if (!found || !lies_behind_frames(records_.count() - 1))
         return false;
     follow(*found);
-    waiting_.front().i_frames_missing = 0; // they are accounted for
     return true;
 }
 
@@ -196,6 +200,10 @@ void index_check::settle_apart() {
         return;
     if (names_a_later_frame()) {
         miss_front();
+        return;
+    }
+    if (const auto found = shifts_.by_numbers(distance_question())) {
+        follow(*found);
         return;
     }
     // Where frames follow each other at one distance any would do, so a record that names one is not shifted. Of a copy's
@@ -241,6 +249,7 @@ void index_check::match_front() {
                 .number = frame.number,
                 .stream_ms = frame.stream_ms,
                 .clock_run = frame.clock_run});
+    watching_.on_record({.block = block_.offset, .record = record, .frame_offset = frame.offset});
     latest_ = entry_offset{int64_t{records_[record].TimeNow} * 1000 - frame.stream_ms, frame.clock_run};
     check_size(frame);
     waiting_.pop_front();

@@ -9,6 +9,7 @@
 #include "scan/finding_list.hpp"
 #include "scan/index_records.hpp"
 #include "scan/indexed_frame.hpp"
+#include "scan/judge.hpp"
 #include "scan/report.hpp"
 #include "scan/shift_search.hpp"
 
@@ -23,7 +24,7 @@ class index_check {
 public:
     // `block` is whole. `header_size` is 0 x 0 where the file header is not valid.
     index_check(byte_source& source, const index_event& block, picture_size header_size,
-                finding_list& findings);
+                finding_list& findings, observer& watching);
 
     // The time in the record of the I-frame at this offset, if it has one near the place where it is to be expected.
     std::optional<uint32_t> time_of(uint64_t frame_offset);
@@ -66,7 +67,7 @@ private:
     uint32_t place_of(uint64_t record) { return records_[record].IPos - shift_; }
     bool is_in_torn_region(uint32_t position) const;
     bool lies_behind_frames(uint64_t record);
-    uint32_t i_frames_missing_before(const indexed_frame& frame) const;
+    void note_number(indexed_frame& frame);
     std::optional<kmr_frame_header> frame_at(uint64_t position);
     bool is_i_frame_at(uint64_t position);
     bool take_as_misplaced(uint64_t record);
@@ -83,6 +84,7 @@ private:
     index_records records_;
     picture_size header_size_;
     finding_list& findings_;
+    observer& watching_;
     entry_times times_;
 
     shift_search shifts_;
@@ -91,8 +93,9 @@ private:
         uint32_t number = 0;
         uint32_t stamp = 0;
     };
-    std::optional<moment> newest_ = {}; // of the I-frame furthest ahead so far
-    int64_t numbers_apart_ = 0;         // of the last two I-frames that nothing broke between
+    std::optional<moment> newest_ = {};        // of the I-frame furthest ahead so far
+    std::optional<uint32_t> last_number_ = {}; // of the last I-frame, copies left out
+    int64_t numbers_apart_ = 0;                // of the last two that nothing broke between
     struct entry_offset {
         int64_t start_ms = 0; // wall clock at stream time 0
         uint32_t clock_run = 0;

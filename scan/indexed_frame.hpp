@@ -4,6 +4,7 @@
 #include "scan/video.hpp"
 
 #include <cstdint>
+#include <optional>
 
 namespace kmr::scan {
 
@@ -23,7 +24,7 @@ struct indexed_frame {
     bool frames_missing = false; // numbers among them that never came
     bool repeated = false;       // number and stamp have been met before
     // I-frames in front that never came, by its number, where they follow each other at one distance of numbers.
-    uint32_t i_frames_missing = 0;
+    std::optional<uint32_t> i_frames_missing = {};
 
     // The frames in front may miss their records by another distance.
     bool begins_anew() const { return behind_break && !repeated; }

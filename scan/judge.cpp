@@ -54,6 +54,16 @@ pass_result pass(byte_source& source, const judge_options& options,
     return result;
 }
 
+// A second pass is made for the records alone.
+class record_listener final : public observer {
+public:
+    explicit record_listener(observer& to) : to_(to) {}
+    void on_record(const record_match& found) override { to_.on_record(found); }
+
+private:
+    observer& to_;
+};
+
 void note_change(const byte_source& source, report& judged) {
     const source_change change = source.change();
     judged.changed = change != source_change::none;
@@ -69,10 +79,13 @@ void note_change(const byte_source& source, report& judged) {
 
 report judge(byte_source& source, const judge_options& options, observer* watching) {
     observer nobody;
-    pass_result result = pass(source, options, {}, watching != nullptr ? *watching : nobody);
+    observer& watcher = watching != nullptr ? *watching : nobody;
+    pass_result result = pass(source, options, {}, watcher);
     // An index that its trailer does not name from the end of the file is known only when the frames have gone by.
-    if (result.unexpected_index)
-        result = pass(source, options, result.unexpected_index, nobody);
+    if (result.unexpected_index) {
+        record_listener records(watcher);
+        result = pass(source, options, result.unexpected_index, records);
+    }
     note_change(source, result.judged);
     return std::move(result.judged);
 }

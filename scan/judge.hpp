@@ -24,6 +24,14 @@ struct seen_frame {
     const payload_look* look = nullptr; // what the payload begins with; null where it was not looked at
 };
 
+// A record of the index and the frame that it is of: the one that it names, unless bytes have come into the recording or
+// gone out of it in front, so that all records there miss their frames by one distance.
+struct record_match {
+    uint64_t block = 0; // offset of the index; of two, the one that came last is the recording's
+    uint64_t record = 0;
+    uint64_t frame_offset = 0;
+};
+
 // Sees every event in the same pass, in the order of the file. What it gets is valid during the call.
 class observer {
 public:
@@ -33,6 +41,8 @@ public:
     virtual void on_torn(const torn_event&) {}
     virtual void on_index(const index_event&) {}
     virtual void on_trailing(const trailing_event&) {}
+    // In the order of the file, each somewhere behind its frame's event, and perhaps behind all of them.
+    virtual void on_record(const record_match&) {}
     // False ends the scan; the report then says what was seen so far and its verdict means nothing.
     virtual bool go_on(uint64_t /*offset*/) { return true; }
 };

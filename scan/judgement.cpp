@@ -24,7 +24,7 @@ bool is_i(const kmr_frame_header& header) {
 void judgement::expect_index(const index_event& block) {
     if (block.state != index_state::whole)
         return;
-    index_.emplace(source_, block, header_size(), findings_);
+    index_.emplace(source_, block, header_size(), findings_, watching_);
     expected_offset_ = block.offset;
 }
 

@@ -35,8 +35,12 @@ std::optional<record_shift> shift_search::find(const question& asked) {
 }
 
 std::optional<record_shift> shift_search::by_numbers(const question& asked) {
-    const uint32_t missing = asked.frames.front().i_frames_missing;
-    return missing == 0 ? std::nullopt : agreeing(asked, asked.record + missing, 0);
+    const auto missing = asked.frames.front().i_frames_missing;
+    if (!missing)
+        return {};
+    const uint64_t record = asked.record + *missing;
+    const bool stands_alone = asked.frames.size() > 1 && asked.frames[1].begins_anew();
+    return stands_alone ? of_its_time(asked, record) : agreeing(asked, record, 0);
 }
 
 std::optional<record_shift> shift_search::near(const question& asked) {
@@ -68,10 +72,14 @@ std::optional<record_shift> shift_search::far(const question& asked) {
     return {};
 }
 
-// The last frame has no neighbours left. Where the last record is of its time, it is its own.
+// The last frame has no neighbours left.
 std::optional<record_shift> shift_search::last(const question& asked) {
-    const uint64_t record = records_.count() - 1;
-    if (!asked.start_ms || !agrees_with_clock(asked, record, 0))
+    return of_its_time(asked, records_.count() - 1);
+}
+
+// Of a frame without neighbours: the record is its own where their times agree.
+std::optional<record_shift> shift_search::of_its_time(const question& asked, uint64_t record) {
+    if (record >= records_.count() || !asked.start_ms || !agrees_with_clock(asked, record, 0))
         return {};
     return record_shift{record, 0, records_[record].IPos - static_cast<uint32_t>(asked.frames[0].offset)};
 }

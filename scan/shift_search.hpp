@@ -38,6 +38,7 @@ private:
     std::optional<record_shift> near(const question& asked);
     std::optional<record_shift> far(const question& asked);
     std::optional<record_shift> last(const question& asked);
+    std::optional<record_shift> of_its_time(const question& asked, uint64_t record);
     bool agrees_with_clock(const question& asked, uint64_t record, size_t frame);
     std::optional<record_shift> agreeing(const question& asked, uint64_t record, size_t frame);
 
