@@ -285,6 +285,19 @@ TEST(EqualDistancesTest, ACutWithinAGroupIsToldByTheNumbers) {
                                          "index-entry-wrong @20772 +80 record=7 field=offset actual=3840"));
 }
 
+// From 4184, the fourth frame of the group 7, up to the last of the group 8, with the I-frame 8; 50 bytes come in behind
+// the I-frame 9, which stands at 4280 then and alone between the two. Its number tells that one record is gone, and the
+// record behind that is of its time.
+TEST(EqualDistancesTest, OneFrameBetweenACutAndAShift) {
+    bytes file = recording_of(sound_frames(200));
+    file.insert(file.begin() + 5160, 50, uint8_t{0x77});
+    file.erase(file.begin() + 4184, file.begin() + 4816);
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-lost @4184 +0 #45 t1760 lost=6", "bytes-torn @4528 +50 #48 t1880",
+                            "index-entry-wrong @21630 +80 record=8 field=offset actual=4376",
+                            "index-entry-wrong @21790 +80 record=10 field=offset actual=5448"));
+}
+
 // They were never written, so the records end with the frames.
 TEST(EqualDistancesTest, FramesThatTheIndexNeverHadAreNoCut) {
     frames all = sound_frames(200);
