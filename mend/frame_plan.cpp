@@ -68,6 +68,7 @@ void frame_plan::on_frame(const scan::seen_frame& seen) {
         queue_.back().stream_ms = seen.stream_ms;
         return;
     }
+    rebuild_.step_to(frame.header.TimeStamp);
     piece whole;
     whole.offset = frame.offset;
     whole.length = frame.length;
@@ -110,6 +111,8 @@ void frame_plan::finish() {
         result_.frames_end = queue_.back().end();
     else
         result_.frames_end = std::min<uint64_t>(size_, KMR_FILE_HEADER_SIZE);
+    if (!queue_.empty() && queue_.back().is_frame())
+        result_.last_frame = queue_.back().offset;
     queue_.clear();
     if (!steps_.empty()) {
         const auto middle = steps_.begin() + static_cast<std::ptrdiff_t>(steps_.size() / 2);
@@ -117,6 +120,7 @@ void frame_plan::finish() {
         result_.step_ms = *middle;
     }
     result_.duration_ms = first_ms_ ? last_ms_ - *first_ms_ : 0;
+    result_.rebuild_stops = rebuild_.stops();
     result_.is_jpeg = jpeg_frames_ > 0 && jpeg_frames_ * 2 > result_.ordinary;
 }
 

@@ -4,6 +4,7 @@
 #include "mend/changes.hpp"
 #include "mend/covers.hpp"
 #include "mend/new_index.hpp"
+#include "mend/rebuild_walk.hpp"
 #include "mend/region.hpp"
 #include "scan/judge.hpp"
 #include "scan/time_line.hpp"
@@ -38,13 +39,14 @@ public:
         new_index index = {};
         std::vector<region> regions = {}; // by offset
         uint64_t frames_end = 0;          // the new index stands there
-        uint64_t ordinary = 0;            // frames kept, those with proven lengths among them
-        uint64_t inserted = 0;            // without covers
+        std::optional<uint64_t> last_frame = {};
+        uint64_t ordinary = 0; // frames kept, those with proven lengths among them
+        uint64_t inserted = 0; // without covers
         uint64_t covers = 0;
         uint64_t without_video = 0;    // ordinary ones with audio alone
         uint64_t frames_covered = 0;   // whole ones, because they are too long to grow
         bool first_frame_lost = false; // bytes in front of the first frame are none
-        bool rebuild_stops = false;    // at a step of the clock the recorder's own rebuild would still cut
+        bool rebuild_stops = false;    // the recorder's own rebuild would cut the recording as it is
         int64_t duration_ms = 0;
         uint32_t step_ms = 0; // median step of the first frames; 0: unknown
         bool is_jpeg = false;
@@ -90,8 +92,9 @@ private:
     void emit_all(const piece* next);
     void emit_frame(const piece& frame);
     void emit_moved(const piece& frame, const kmr_frame_header& header);
-    void emit_covers(const piece& area, const std::optional<uint32_t>& next_stamp,
-                     const std::optional<uint32_t>& next_number, uint64_t left);
+    void emit_covers(size_t at, const piece* next);
+    std::optional<uint32_t> stamp_behind(size_t at, const piece* next) const;
+    uint64_t covers_up_to_frame(size_t at) const;
     void emit_record(const piece& frame);
     void note(region_action action, uint64_t offset, uint64_t length, std::optional<uint32_t> frame = {});
     void put_header(uint64_t offset, const kmr_frame_header& header);
@@ -102,7 +105,10 @@ private:
     uint32_t frame_rate_ = KMR_DEFAULT_FRAME_RATE;
     std::deque<piece> queue_ = {};      // the last ordinary frame and what came behind it
     std::optional<piece> settled_ = {}; // the last ordinary frame that is settled
-    uint64_t covers_behind_settled_ = 0;
+    std::optional<moment> last_frame_ =
+        {}; // that is settled, inserted ones among them: covers come behind it
+    uint64_t covers_behind_it_ = 0;
+    rebuild_walk rebuild_ = {};
     std::optional<int64_t> first_ms_ = {};
     int64_t last_ms_ = 0;
     uint32_t usual_step_ = 0;

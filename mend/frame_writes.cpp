@@ -1,8 +1,6 @@
 // What a frame plan writes, when it is settled what becomes of a frame and of the bytes behind it.
 #include "mend/frame_plan.hpp"
 
-#include "file_op/common/frame_check.h"
-
 #include <algorithm>
 
 namespace kmr::mend {
@@ -29,8 +27,6 @@ void frame_plan::put_header(uint64_t offset, const kmr_frame_header& header) {
 void frame_plan::note_step(const moment& from, const moment& to) {
     const int64_t numbers = scan::wrapped_distance(from.number, to.number);
     const int64_t step = scan::wrapped_distance(from.stamp, to.stamp);
-    if (rec_CheckFrameTm(to.stamp, from.stamp) == 0)
-        result_.rebuild_stops = true;
     if (step <= 0)
         return;
     usual_step_ = static_cast<uint32_t>(step / std::max<int64_t>(1, numbers));
@@ -39,43 +35,46 @@ void frame_plan::note_step(const moment& from, const moment& to) {
 }
 
 void frame_plan::emit_all(const piece* next) {
-    uint64_t leading = 0; // covers in front of the first frame
-    for (size_t i = 0; i < queue_.size() && !settled_ && queue_[i].what != piece::kind::ordinary; ++i)
-        if (!queue_[i].is_frame())
-            leading += cover_lengths(queue_[i].length).size();
     for (size_t i = 0; i < queue_.size(); ++i) {
-        const piece& each = queue_[i];
-        if (each.is_frame()) {
-            emit_frame(each);
-            continue;
-        }
-        const auto behind = moment_behind(i, next);
-        const auto stamp = behind ? std::optional(behind->stamp) : std::nullopt;
-        const auto number = behind ? std::optional(behind->number) : std::nullopt;
-        emit_covers(each, stamp, number, leading);
-        leading -= std::min<uint64_t>(leading, cover_lengths(each.length).size());
+        if (queue_[i].is_frame())
+            emit_frame(queue_[i]);
+        else
+            emit_covers(i, next);
     }
 }
 
-void frame_plan::emit_covers(const piece& area, const std::optional<uint32_t>& next_stamp,
-                             const std::optional<uint32_t>& next_number, uint64_t left) {
+// Of the next frame of any kind: every reader of stamps meets inserted ones too.
+std::optional<uint32_t> frame_plan::stamp_behind(size_t at, const piece* next) const {
+    while (++at < queue_.size())
+        if (queue_[at].is_frame())
+            return queue_[at].header.TimeStamp;
+    return next != nullptr ? std::optional(next->header.TimeStamp) : std::nullopt;
+}
+
+uint64_t frame_plan::covers_up_to_frame(size_t at) const {
+    uint64_t covers = 0;
+    for (; at < queue_.size() && !queue_[at].is_frame(); ++at)
+        covers += cover_lengths(queue_[at].length).size();
+    return covers;
+}
+
+void frame_plan::emit_covers(size_t at, const piece* next) {
+    const piece& area = queue_[at];
     if (area.length < header_size)
         return; // all that the file holds behind its header
+    const auto behind = moment_behind(at, next);
+    const uint32_t number = settled_ ? settled_->header.FrameNo : (behind ? behind->number : 1) - 1;
+    const auto next_stamp = stamp_behind(at, next);
+    uint64_t left = covers_up_to_frame(at);
     uint64_t offset = area.offset;
     for (const uint32_t length : cover_lengths(area.length)) {
-        uint32_t number = next_number.value_or(1) - 1;
-        uint32_t stamp = next_stamp.value_or(0) - static_cast<uint32_t>(left);
-        if (settled_) {
-            number = settled_->header.FrameNo;
-            stamp = cover_stamp(moment_of(settled_->header), ++covers_behind_settled_, next_stamp);
-        } else {
-            --left;
-            result_.first_frame_lost = true;
-        }
+        const uint32_t stamp = last_frame_ ? cover_stamp(*last_frame_, ++covers_behind_it_, next_stamp)
+                                           : next_stamp.value_or(0) - static_cast<uint32_t>(left--);
         put_header(offset, cover_header(length, number, stamp));
         offset += length;
         ++result_.covers;
     }
+    result_.first_frame_lost = result_.first_frame_lost || !settled_;
     note(area.action, area.offset, area.length);
 }
 
@@ -87,6 +86,8 @@ void frame_plan::emit_frame(const piece& frame) {
         emit_moved(frame, header);
     else if (frame.changed)
         put_header(frame.offset, header);
+    last_frame_ = moment_of(header);
+    covers_behind_it_ = 0;
     if (frame.what == piece::kind::inserted) {
         ++result_.inserted;
         return;
@@ -100,7 +101,6 @@ void frame_plan::emit_frame(const piece& frame) {
         first_ms_ = frame.stream_ms;
     last_ms_ = frame.stream_ms;
     settled_ = frame;
-    covers_behind_settled_ = 0;
 }
 
 // Video forward over the bytes in front of it, audio back over those behind it, zeros between the two.

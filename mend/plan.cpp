@@ -37,20 +37,45 @@ uint64_t errors_in(const scan::report& judged) {
     return errors;
 }
 
-class planner {
-public:
-    explicit planner(scan::byte_source& source)
-        : source_(source), frames_(source.size(), source.size() <= four_gib) {}
+bool is_torn_at(const scan::report& judged, const std::optional<uint64_t>& offset) {
+    return std::any_of(judged.findings.begin(), judged.findings.end(), [&](const scan::finding& each) {
+        return each.code == finding_code::bytes_torn && each.offset == offset;
+    });
+}
 
-    repair_plan run() {
-        plan_.before = scan::judge(source_, {}, &frames_);
-        frames_.finish();
-        found_ = frames_.take();
-        plan_.status = assemble();
-        return std::move(plan_);
+// A recording in which some frames have no header.
+class without_headers final : public scan::byte_source {
+public:
+    explicit without_headers(scan::byte_source& source) : source_(source) {}
+    void hide(uint64_t offset) { hidden_.push_back(offset); }
+
+    uint64_t size() const override { return source_.size(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        const scan::read_result read = source_.read_at(offset, into);
+        for (const uint64_t each : hidden_) {
+            const uint64_t first = std::max(each, offset);
+            const uint64_t end = std::min(each + KMR_FRAME_HEADER_SIZE, offset + read.count);
+            for (uint64_t at = first; at < end; ++at)
+                into[static_cast<size_t>(at - offset)] = 0;
+        }
+        return read;
     }
+    scan::source_change change() const override { return source_.change(); }
 
 private:
+    scan::byte_source& source_;
+    std::vector<uint64_t> hidden_ = {};
+};
+
+class planner {
+public:
+    explicit planner(scan::byte_source& source) : source_(source) {}
+
+    repair_plan run();
+
+private:
+    scan::report look_at(scan::byte_source& seen);
+    void look_again(scan::byte_source& seen);
     plan_status assemble();
     void plan_index();
     bool index_changes() const;
@@ -63,11 +88,44 @@ private:
     bool header_is_valid() const { return before().header.state == scan::header_state::valid; }
 
     scan::byte_source& source_;
-    frame_plan frames_;
     frame_plan::result found_ = frame_plan::result();
     repair_plan plan_ = {};
     new_index index_ = {};
+    bool last_is_none_ = false; // the last frame is no longer one in what would come out
 };
+
+scan::report planner::look_at(scan::byte_source& seen) {
+    frame_plan frames(source_.size(), source_.size() <= four_gib);
+    scan::report judged = scan::judge(seen, {}, &frames);
+    frames.finish();
+    found_ = frames.take();
+    return judged;
+}
+
+// Where the bytes behind the last frame are cut it claims exactly what is left, and a frame that does is looked into:
+// it may be one that lost bytes, and reaches over the good ones behind it. Then it is no frame from the beginning.
+repair_plan planner::run() {
+    constexpr int most_looks = 8;
+    without_headers seen(source_);
+    plan_.before = look_at(seen);
+    plan_.status = assemble();
+    for (int i = 1; i < most_looks && last_is_none_; ++i) {
+        seen.hide(*found_.last_frame);
+        look_again(seen);
+    }
+    return std::move(plan_);
+}
+
+void planner::look_again(scan::byte_source& seen) {
+    scan::report judged = look_at(seen);
+    scan::report first_look = std::move(plan_.before);
+    first_look.changed = first_look.changed || judged.changed;
+    plan_ = {};
+    plan_.before = judged.judged == scan::verdict::unreadable ? std::move(judged) : std::move(first_look);
+    index_ = {};
+    last_is_none_ = false;
+    plan_.status = assemble();
+}
 
 bool planner::is_lost(uint32_t position) const {
     const auto behind = std::partition_point(found_.regions.begin(), found_.regions.end(),
@@ -180,6 +238,13 @@ plan_status planner::assemble() {
     return prove();
 }
 
+// Follows the recorder's own rebuild over what would come out.
+class rebuild_watch final : public scan::observer {
+public:
+    void on_frame(const scan::seen_frame& seen) override { walk.step_to(seen.frame.header.TimeStamp); }
+    rebuild_walk walk = {};
+};
+
 // What would come out is judged before anything is written: every frame that was to be kept must be there.
 plan_status planner::prove() {
     plan_.planned = std::move(found_.planned);
@@ -194,13 +259,16 @@ plan_status planner::prove() {
     if (plan_.planned.empty())
         return plan_status::nothing_to_do;
     changed_source mended(source_, plan_.planned);
-    const scan::report after = scan::judge(mended);
+    rebuild_watch watch;
+    const scan::report after = scan::judge(mended, {}, &watch);
+    plan_.rebuild_stops = watch.walk.stops();
     plan_.errors_left = errors_in(after);
     if (after.judged == scan::verdict::unreadable)
         return plan_status::unreadable;
     const bool as_planned = after.frames.i + after.frames.p == found_.ordinary &&
                             after.frames.inserted == found_.inserted + found_.covers &&
                             after.frames.damaged == 0;
+    last_is_none_ = is_torn_at(after, found_.last_frame);
     return as_planned ? plan_status::ready : plan_status::no_way;
 }
 

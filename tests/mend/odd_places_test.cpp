@@ -1,0 +1,123 @@
+// Damage beside inserted frames, and beside frames that reach over others. Of ten frames the headers stand at 88 (I), 240,
+// 336, 432, 528, 624 (I), 776, 872, 968 and 1064; an inserted frame without video takes 32 bytes.
+#include "mend/like_recorder.hpp"
+#include "mend/plan.hpp"
+#include "tests/mend/mended.hpp"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace mend_test;
+using kmr::mend::plan_status;
+using ::testing::ElementsAre;
+
+recording::frame inserted_frame(uint32_t number, uint32_t stamp) {
+    recording::frame frame = {.number = number, .time_stamp = stamp, .kind = 1, .tag = 0x7788};
+    frame.video.clear();
+    return frame;
+}
+
+uint32_t number_at(const bytes& file, size_t header) {
+    return recording::get_u32(file, header + 12);
+}
+
+uint32_t stamp_at(const bytes& file, size_t header) {
+    return recording::get_u32(file, header + 16);
+}
+
+void expect_rebuild_keeps_all(const bytes& file) {
+    kmr::scan::memory_source source(file);
+    EXPECT_EQ(kmr::mend::plan_like_recorder(source).frames_lost, 0U);
+    EXPECT_FALSE(plan_of(file).rebuild_stops);
+}
+
+// I1 is gone, the inserted frame behind it is not: it has 1000, and P2 behind it 1040.
+TEST(OddPlacesTest, ACoverStaysInFrontOfAnInsertedFrame) {
+    auto all = scan_test::sound_frames(10);
+    all.insert(all.begin() + 1, inserted_frame(1, 1000));
+    bytes file = scan_test::recording_of(all);
+    overwrite(file, 88, 8);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @88 +152"));
+    const bytes after = with_changes(file, plan.planned);
+    EXPECT_EQ(number_at(after, 88), 1U) << "that of P2 less one";
+    EXPECT_EQ(stamp_at(after, 88), 999U);
+    EXPECT_FALSE(plan.rebuild_stops);
+    expect_rebuild_keeps_all(after);
+}
+
+// P2 at 240 and P3 at 368 are gone, the frame at 336 that was inserted behind P2 is not.
+TEST(OddPlacesTest, CoversOnBothSidesOfAnInsertedFrameRiseWithIt) {
+    auto all = scan_test::sound_frames(10);
+    all.insert(all.begin() + 2, inserted_frame(2, 1040));
+    bytes file = scan_test::recording_of(all);
+    overwrite(file, 240, 8);
+    overwrite(file, 368, 8);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @240 +96", "cover @368 +96"));
+    EXPECT_EQ(plan.frames_kept, 9U);
+    const bytes after = with_changes(file, plan.planned);
+    EXPECT_EQ(number_at(after, 240), 1U);
+    EXPECT_EQ(stamp_at(after, 240), 1001U) << "I1 has 1000";
+    EXPECT_EQ(number_at(after, 368), 1U) << "of the ordinary frame before";
+    EXPECT_EQ(stamp_at(after, 368), 1041U) << "the inserted one has 1040, P4 has 1120";
+    expect_rebuild_keeps_all(after);
+}
+
+// Behind the last ordinary frame, P10 at 1064, comes a hole and an inserted frame of the same stamp, 1360.
+TEST(OddPlacesTest, ACoverBehindTheLastFrameStaysInFrontOfAnInsertedOne) {
+    auto all = scan_test::sound_frames(10);
+    all.push_back(inserted_frame(10, 1360));
+    const bytes file = inserted(scan_test::recording_of(all), 1160, 60);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @1160 +60"));
+    const bytes after = with_changes(file, plan.planned);
+    EXPECT_EQ(stamp_at(after, 1160), 1360U);
+    expect_rebuild_keeps_all(after);
+}
+
+// In front of all frames stand an inserted one of stamp 990 and 50 bytes that are none.
+TEST(OddPlacesTest, ACoverBehindALeadingInsertedFrameRisesFromIt) {
+    auto all = scan_test::sound_frames(10);
+    all.insert(all.begin(), inserted_frame(0, 990));
+    const bytes file = inserted(scan_test::recording_of(all), 120, 50);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @120 +50"));
+    const bytes after = with_changes(file, plan.planned);
+    EXPECT_EQ(number_at(after, 120), 0U);
+    EXPECT_EQ(stamp_at(after, 120), 991U);
+    expect_rebuild_keeps_all(after);
+}
+
+TEST(OddPlacesTest, TheRebuildStopsAtAnInsertedFrameThatIsOlder) {
+    auto all = scan_test::sound_frames(10);
+    all.insert(all.begin() + 3, inserted_frame(3, 500));
+    bytes file = scan_test::recording_of(all);
+    EXPECT_EQ(plan_of(file).status, plan_status::nothing_to_do);
+    EXPECT_TRUE(plan_of(file).rebuild_stops);
+    overwrite(file, 624 + 32, 8); // P5 behind it
+    EXPECT_TRUE(plan_of(file).rebuild_stops);
+}
+
+// Of eight frames the index stands at 968. I6 loses 110 bytes of its video: P7 then stands at 666, P8 at 762 and the index
+// at 858. By its header I6 ends at 776, which is in the middle of P8, and behind that nothing is a frame.
+TEST(OddPlacesTest, AFrameThatReachesOverTheLastOnesIsNone) {
+    const bytes original = scan_test::recording_of(scan_test::sound_frames(8));
+    const bytes file = removed(original, 656, 110);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @624 +42"));
+    EXPECT_EQ(plan.errors_left, 0U);
+    expect_mended(original, file, {1, 2, 3, 4, 5, 7, 8});
+}
+
+// The same without an index, and with P8 cut off in its middle, at 810.
+TEST(OddPlacesTest, AFrameThatReachesOverAWholeAndATornOneIsNone) {
+    const bytes original = scan_test::recording_of(scan_test::sound_frames(8));
+    const bytes file = cut(removed(original, 656, 110), 810);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cover @624 +42", "cut @762 +48"));
+    expect_mended(original, file, {1, 2, 3, 4, 5, 7});
+}
+
+} // namespace
