@@ -1,10 +1,7 @@
 #include "mend/recording.hpp"
 
-#include "mend/undo_layout.hpp"
-
 #include <algorithm>
 #include <cerrno>
-#include <new>
 #include <utility>
 #include <vector>
 
@@ -33,30 +30,6 @@ outcome from_situation(undo_situation situation, int error) {
     return {};
 }
 
-// What asks for memory in the middle of a change must not end it there.
-template <typename Work>
-int or_no_memory(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
-    }
-}
-
-int unlink_if_there(disk& on, const std::string& path) {
-    const int error = on.unlink(path);
-    return error == ENOENT ? 0 : error;
-}
-
-// Nothing is taken back before the undo file says so. Its path may lead to an older one already.
-bool still_says_changed(open_file& undo) {
-    undo_layout::head_bytes bytes = {};
-    const scan::read_result read = undo.read_at(0, bytes);
-    const auto head =
-        read.failed() || read.count != bytes.size() ? std::nullopt : undo_layout::unpacked(bytes);
-    return head && head->state == undo_state::changed;
-}
-
 // Bytes that are read before any of them is written; an index goes in blocks.
 size_t longest_group(const changes& planned) {
     uint64_t longest = 0;
@@ -74,7 +47,8 @@ size_t longest_group(const changes& planned) {
 } // namespace
 
 recording::recording(disk& on, std::string path, std::unique_ptr<open_file> file, const file_facts& facts)
-    : disk_(on), path_(std::move(path)), file_(std::move(file)), facts_(facts), source_(*file_, facts_) {}
+    : disk_(on), path_(std::move(path)), ways_(disk_, path_), file_(std::move(file)), facts_(facts),
+      source_(*file_, facts_) {}
 
 recording::opening recording::open(disk& on, const std::string& path, bool for_change) {
     file_facts named;
@@ -101,117 +75,8 @@ recording::opening recording::open(disk& on, const std::string& path, bool for_c
             .result = {}};
 }
 
-// --- the way back ---
-
-recording::way_back recording::find_way_back(open_mode mode) {
-    way_back way;
-    const std::string path = undo_path_of(path_);
-    file_facts facts;
-    const int looked = disk_.look(path, facts);
-    if (looked == ENOENT)
-        return way;
-    way.situation = undo_situation::unreadable;
-    way.error = looked;
-    if (looked != 0)
-        return way;
-    if (facts.kind != file_kind::regular) {
-        way.situation = undo_situation::no_file;
-        return way;
-    }
-    opened file = disk_.open(path, mode);
-    way.error = file.error;
-    if (file.error == 0)
-        way.error = file.file->look(facts);
-    if (way.error != 0)
-        return way;
-    way.file = std::move(file.file);
-    const checked_undo checked = check_undo(*way.file, facts.size);
-    way.head = checked.head;
-    way.error = checked.error;
-    if (checked.what == undo_check::torn)
-        way.situation = undo_situation::torn;
-    if (checked.what == undo_check::sound)
-        way.situation = checked.head.state == undo_state::changed ? undo_situation::complete
-                                                                  : undo_situation::interrupted;
-    return way;
-}
-
 undo_situation recording::look_for_undo() {
-    return find_way_back(open_mode::read).situation;
-}
-
-int recording::put_in_place() {
-    const int error = disk_.rename(undo_draft_of(path_), undo_path_of(path_));
-    return error != 0 ? error : disk_.sync_folder(path_);
-}
-
-int recording::fill_draft(const changes& planned, way_back& older) {
-    const std::string draft = undo_draft_of(path_);
-    if (const int error = unlink_if_there(disk_, draft))
-        return error;
-    opened file = disk_.open(draft, open_mode::make_private);
-    if (file.error != 0)
-        return file.error;
-    if (const int error = write_undo(*file.file, source_, planned, facts_.dates, older.file.get(),
-                                     older.file ? older.head.length : 0))
-        return error;
-    return file.file->sync();
-}
-
-outcome recording::write_way_back(const changes& planned, way_back& older) {
-    const std::string draft = undo_draft_of(path_);
-    const std::string name = undo_path_of(path_);
-    int error = or_no_memory([&] { return fill_draft(planned, older); });
-    if (error == 0)
-        error = disk_.rename(draft, name);
-    if (error != 0) {
-        unlink_if_there(disk_, draft);
-        return failure(error);
-    }
-    error = disk_.sync_folder(path_);
-    if (error == 0)
-        return {};
-    forget_way_back();
-    return failure(error);
-}
-
-// Nothing was changed after all.
-void recording::forget_way_back() {
-    or_no_memory([&] {
-        way_back own = find_way_back(open_mode::change);
-        return own.situation == undo_situation::interrupted ? drop_way_back(own) : 0;
-    });
-}
-
-int recording::draw_older_out(way_back& way) {
-    const std::string draft = undo_draft_of(path_);
-    if (const int error = unlink_if_there(disk_, draft))
-        return error;
-    opened older = disk_.open(draft, open_mode::make_private);
-    if (older.error != 0)
-        return older.error;
-    std::vector<uint8_t> buffer(block);
-    for (uint64_t at = 0; at < way.head.older_length;) {
-        const uint64_t rest = way.head.older_length - at;
-        const std::span part(buffer.data(), static_cast<size_t>(std::min<uint64_t>(block, rest)));
-        const scan::read_result read = way.file->read_at(way.head.older_offset + at, part);
-        if (read.failed() || read.count != part.size())
-            return read.failed() ? read.error : EIO;
-        if (const int error = older.file->write_at(at, part))
-            return error;
-        at += part.size();
-    }
-    return older.file->sync();
-}
-
-// The undo file of the change before takes its place, if there was one.
-int recording::drop_way_back(way_back& way) {
-    if (way.head.older_length == 0) {
-        const int error = unlink_if_there(disk_, undo_path_of(path_));
-        return error != 0 ? error : disk_.sync_folder(path_);
-    }
-    const int error = draw_older_out(way);
-    return error != 0 ? error : put_in_place();
+    return ways_.find(open_mode::read).situation;
 }
 
 // --- changing ---
@@ -224,7 +89,7 @@ bool recording::is_unchanged() {
 }
 
 outcome recording::apply(const changes& planned, bool keep_undo) {
-    way_back older = find_way_back(open_mode::read);
+    way_back older = ways_.find(open_mode::read);
     if (older.situation == undo_situation::interrupted)
         return {.status = mend_status::interrupted, .error = 0};
     if (const outcome bad = from_situation(older.situation, older.error); !bad.is_done())
@@ -235,15 +100,15 @@ outcome recording::apply(const changes& planned, bool keep_undo) {
         return {.status = mend_status::changed_meanwhile, .error = 0};
     std::vector<uint8_t> buffer(longest_group(planned)); // all the memory that the writing itself takes
     if (keep_undo)
-        if (const outcome written = write_way_back(planned, older); !written.is_done())
-            return written;
+        if (const int error = ways_.write(planned, source_, facts_.dates, older))
+            return failure(error);
     return change(planned, keep_undo, buffer);
 }
 
 outcome recording::change(const changes& planned, bool keep_undo, std::span<uint8_t> buffer) {
     if (!is_unchanged()) {
         if (keep_undo)
-            forget_way_back();
+            ways_.forget();
         return {.status = mend_status::changed_meanwhile, .error = 0};
     }
     int error = write_all(planned, buffer);
@@ -252,7 +117,7 @@ outcome recording::change(const changes& planned, bool keep_undo, std::span<uint
     way_back own;
     if (keep_undo) {
         const int looked = or_no_memory([&] {
-            own = find_way_back(open_mode::change);
+            own = ways_.find(open_mode::change);
             return own.file ? 0 : std::max(own.error, EIO);
         });
         if (error == 0)
@@ -262,8 +127,8 @@ outcome recording::change(const changes& planned, bool keep_undo, std::span<uint
         become(planned.new_size());
         return {};
     }
-    const bool taken_back =
-        own.situation == undo_situation::interrupted && or_no_memory([&] { return take_back(own); }) == 0;
+    const bool taken_back = own.situation == undo_situation::interrupted &&
+                            or_no_memory([&] { return ways_.follow(own, *file_); }) == 0;
     return {.status = taken_back ? mend_status::failed : mend_status::interrupted, .error = error};
 }
 
@@ -347,36 +212,6 @@ void recording::become(uint64_t size) {
 
 // --- taking back ---
 
-int recording::write_old(way_back& way) {
-    int error = for_each_place(*way.file, way.head, [&](const old_place& place) {
-        if (!place.bytes.empty())
-            return file_->write_at(place.offset, place.bytes);
-        const std::vector<uint8_t> zeros(static_cast<size_t>(std::min<uint64_t>(block, place.length)));
-        int failed = 0;
-        for (uint64_t at = 0; at < place.length && failed == 0; at += zeros.size())
-            failed =
-                file_->write_at(place.offset + at, std::span(zeros).first(static_cast<size_t>(
-                                                       std::min<uint64_t>(zeros.size(), place.length - at))));
-        return failed;
-    });
-    if (error == 0)
-        error = file_->truncate(way.head.old_size);
-    return error;
-}
-
-int recording::take_back(way_back& way) {
-    int error = way.head.state == undo_state::undoing ? 0 : mark_undo(*way.file, undo_state::undoing);
-    if (error == 0)
-        error = write_old(way);
-    if (error == 0)
-        error = file_->sync();
-    if (error == 0)
-        error = file_->set_dates(way.head.dates);
-    if (error == 0)
-        error = file_->sync();
-    return error != 0 ? error : drop_way_back(way);
-}
-
 outcome recording::check_unchanged_since(way_back& way) {
     file_facts now;
     if (const int error = file_->look(now))
@@ -397,14 +232,14 @@ outcome recording::check_unchanged_since(way_back& way) {
 }
 
 outcome recording::undo() {
-    way_back way = find_way_back(open_mode::change);
+    way_back way = ways_.find(open_mode::change);
     if (way.situation == undo_situation::none)
         return {.status = mend_status::nothing_to_undo, .error = 0};
     if (const outcome bad = from_situation(way.situation, way.error); !bad.is_done())
         return bad;
     if (const outcome checked = check_unchanged_since(way); !checked.is_done())
         return checked;
-    if (const int error = or_no_memory([&] { return take_back(way); }))
+    if (const int error = or_no_memory([&] { return ways_.follow(way, *file_); }))
         return {.status = still_says_changed(*way.file) ? mend_status::failed : mend_status::interrupted,
                 .error = error};
     facts_.dates = way.head.dates;

@@ -4,7 +4,7 @@
 
 #include "mend/changes.hpp"
 #include "mend/disk.hpp"
-#include "mend/undo_file.hpp"
+#include "mend/way_back.hpp"
 
 #include <memory>
 #include <optional>
@@ -33,8 +33,6 @@ struct outcome {
     bool is_done() const { return status == mend_status::done; }
 };
 
-enum class undo_situation : uint8_t { none, complete, interrupted, torn, no_file, unreadable };
-
 class recording {
 public:
     struct opening;
@@ -56,33 +54,19 @@ public:
 private:
     recording(disk& on, std::string path, std::unique_ptr<open_file> file, const file_facts& facts);
 
-    struct way_back {
-        undo_situation situation = undo_situation::none;
-        int error = 0;
-        std::unique_ptr<open_file> file = {};
-        undo_head head = {};
-    };
-    way_back find_way_back(open_mode mode);
-    outcome write_way_back(const changes& planned, way_back& older);
-    int fill_draft(const changes& planned, way_back& older);
-    int put_in_place();
     bool is_unchanged();
-    void forget_way_back();
     outcome change(const changes& planned, bool keep_undo, std::span<uint8_t> buffer);
     int write_all(const changes& planned, std::span<uint8_t> buffer);
     int write_all_of(const changes& planned, bool those_put_off, std::span<uint8_t> buffer);
     int write_group(const changes& planned, size_t first, size_t last, std::span<uint8_t> buffer);
     int write_index_block(const changes& planned, const planned_write& write, std::span<uint8_t> buffer);
     int finish_change(const changes& planned);
-    int take_back(way_back& way);
-    int write_old(way_back& way);
-    int drop_way_back(way_back& way);
-    int draw_older_out(way_back& way);
     outcome check_unchanged_since(way_back& way);
     void become(uint64_t size);
 
     disk& disk_;
     std::string path_;
+    way_back_keeper ways_;
     std::unique_ptr<open_file> file_;
     file_facts facts_;
     open_file_source source_;
