@@ -64,7 +64,8 @@ private:
         bool has_header = false;                     // of a region: one whose lengths disagree stands first
         region_action action = region_action::cover; // of a region
         // Of a frame:
-        bool changed = false;      // its header is not what stands in the file
+        bool changed = false; // its header is not what stands in the file
+        bool restamped = false;
         bool back_to_back = false; // nothing is left between it and the ordinary frame before
         bool starts_picture = false;
         uint32_t moved = 0;

@@ -132,6 +132,7 @@ void frame_plan::emit_record(const piece& frame) {
     record.width = static_cast<uint16_t>(frame.size.width);
     record.height = static_cast<uint16_t>(frame.size.height);
     record.by_old_index = !is_i;
+    record.restamped = frame.restamped;
     if (!result_.index.add(record))
         give_up(plan_obstacle::too_many_i_frames);
 }

@@ -191,16 +191,19 @@ void new_index::drop_unnamed() {
 void new_index::compare(old_records& old) {
     same_as_old_ = old.whole && old.records.count() == records_.size();
     for (size_t i = 0; i < records_.size() && same_as_old_; ++i)
-        same_as_old_ = old.records[i].IPos == records_[i].position;
+        same_as_old_ = old.records[i].IPos == records_[i].position && records_[i].time_known;
 }
 
 void new_index::judge_run(size_t first, size_t end) {
     std::vector<int64_t> offsets;
     for (size_t i = first; i < end; ++i)
-        if (records_[i].time_known)
+        if (records_[i].time_known && !records_[i].restamped)
             offsets.push_back(offset_of(records_[i]));
-    if (offsets.empty())
+    if (offsets.empty()) {
+        for (size_t i = first; i < end; ++i)
+            records_[i].time_known = false;
         return;
+    }
     const int64_t middle = median(offsets);
     if (!start_ms_)
         start_ms_ = middle;

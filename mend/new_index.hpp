@@ -29,6 +29,7 @@ struct planned_record {
     uint8_t tag = 0;           // 1 + its place among the tags; 0: none
     bool time_known = false;   // from the old index
     bool by_old_index = false; // it counts only where the old index has a record of it
+    bool restamped = false;    // its stamp was set: the old index may have had its time from the wrong one
     bool in_place = false;     // that record names the very place
     uint32_t old_record = no_record;
 
@@ -53,7 +54,8 @@ public:
 
     // Wall clock at stream time 0 by the old index.
     std::optional<int64_t> start_ms() const { return start_ms_; }
-    bool is_the_old_one() const { return same_as_old_; } // the same frames in the same order
+    // The same frames in the same order, at the same times.
+    bool is_the_old_one() const { return same_as_old_; }
 
     // Times that the old index does not know, and sizes that neither it nor the frames do.
     void settle(int64_t fallback_start_ms, scan::picture_size header_size);

@@ -120,4 +120,35 @@ TEST(OddPlacesTest, AFrameThatReachesOverAWholeAndATornOneIsNone) {
     expect_mended(original, file, {1, 2, 3, 4, 5, 7});
 }
 
+// The stamps rise by 40 from 1000, so all four I-frames of twenty lie within the first second. The sixth, at 624, has a stamp
+// 899 s ahead, and whoever wrote the index took its time from that.
+TEST(OddPlacesTest, AFrameWhoseStampIsSetGetsTheTimeOfThatStamp) {
+    auto all = scan_test::sound_frames(20);
+    all[5].time_stamp = 900'000;
+    auto index = scan_test::records_for(all);
+    for (auto& each : index)
+        each.time = scan_test::start_time;
+    index[1].time = scan_test::start_time + 899;
+    const bytes file = scan_test::recording_of(all, index);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("set-stamp @640 +4 #6"));
+    EXPECT_TRUE(plan.index_rewritten);
+    EXPECT_EQ(plan.errors_left, 0U);
+    const bytes after = with_changes(file, plan.planned);
+    EXPECT_EQ(stamp_at(after, 624), 1200U);
+    for (const index_row& each : index_rows(after))
+        EXPECT_EQ(each.time, scan_test::start_time);
+}
+
+// The index knew better than the stamp: nothing of it is written.
+TEST(OddPlacesTest, ARightTimeStaysWhereAStampIsSet) {
+    auto all = scan_test::sound_frames(20);
+    auto index = scan_test::records_for(all);
+    all[5].time_stamp = 900'000;
+    const auto plan = plan_of(scan_test::recording_of(all, index));
+    EXPECT_THAT(told(plan), ElementsAre("set-stamp @640 +4 #6"));
+    EXPECT_FALSE(plan.index_rewritten);
+    EXPECT_EQ(plan.bytes_rewritten, 32U);
+}
+
 } // namespace
