@@ -39,7 +39,7 @@ struct planned_record {
 
 class new_index {
 public:
-    // 40 bytes of memory each, and 8 for its record; the recorder makes one a second or two.
+    // 48 bytes of memory each, and 8 for its record; the recorder makes one a second or two.
     static constexpr size_t most_records = size_t{1} << 20;
 
     bool add(const planned_record& record); // in file order; false: too many
