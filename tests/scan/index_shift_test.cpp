@@ -79,6 +79,18 @@ TEST(IndexShiftTest, BehindManyThatAreCutOut) {
                 ElementsAre("frames-lost @" + text(place(10)) + " +0 #101 t4000 lost=50", astray(file, 11)));
 }
 
+// The numbers leap by two groups that were never written: nothing is shifted, however well the numbers would bear it out.
+TEST(IndexShiftTest, FramesThatTheIndexNeverHadInFrontOfACut) {
+    frames all = varied_frames();
+    for (size_t i = 50; i < all.size(); ++i)
+        all[i].number += 10;
+    bytes file = recording_of(all);
+    cut(file, place(20), place(21));
+    EXPECT_THAT(found(file),
+                ElementsAre("frames-lost @" + text(place(10)) + " +0 #61 t2000 lost=10",
+                            "frames-lost @" + text(place(20)) + " +0 #116 t4200 lost=5", astray(file, 21)));
+}
+
 // Their times go on to be asked: a leap that they know nothing of is none of a recording that paused.
 TEST(IndexShiftTest, BehindManyThatAreCutOutTheClockLeaps) {
     frames all = varied_frames();
