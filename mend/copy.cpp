@@ -139,12 +139,16 @@ private:
     void take_ordinary(const scan::seen_frame& seen) {
         const kmr_frame_header& header = seen.frame.header;
         count(header);
-        if (of_.to && distance_from(*of_.to, seen) >= 0) {
+        const int64_t past_end = of_.to ? distance_from(*of_.to, seen) : -1;
+        if (past_end >= 0) {
+            if (maybe_over_ && maybe_over_->is_astray(past_end))
+                maybe_over_ = mark_here(past_end);
             if (!begun_ || in_front_ || maybe_over_)
                 return end_here();
-            maybe_over_ = mark_here();
+            maybe_over_ = mark_here(past_end);
         } else {
             maybe_over_.reset(); // the stamp or number of that frame alone was wrong
+            last_within_ = past_end;
         }
         const bool is_i = kmr_is_i_frame(&header) != 0;
         const int64_t past_start = of_.from ? distance_from(*of_.from, seen) : 1;
@@ -176,9 +180,16 @@ private:
         uint64_t torn_bytes = 0;
         uint64_t damaged_frames = 0;
         int64_t duration_ms = 0;
+        int64_t before =
+            0; // how far behind the end of the span the frame before was; below 0: in front of it
+        int64_t past_end = 0; // the same of the frame behind this place
+
+        // Whether its stamp or number alone was wrong, now that the next one is known: that lies behind it, and half-way
+        // between its neighbours it would be part of the span.
+        bool is_astray(int64_t next) const { return past_end > next && before + next < 0; }
     };
 
-    mark mark_here() const {
+    mark mark_here(int64_t past_end) const {
         return {.stretches = frames.size(),
                 .last_length = frames.back().length,
                 .records = index.count(),
@@ -186,7 +197,9 @@ private:
                 .inserted = plan.inserted,
                 .torn_bytes = plan.torn_bytes,
                 .damaged_frames = plan.damaged_frames,
-                .duration_ms = plan.duration_ms};
+                .duration_ms = plan.duration_ms,
+                .before = last_within_,
+                .past_end = past_end};
     }
 
     // In front of the frame that came to the end of the span first.
@@ -255,6 +268,7 @@ private:
     bool has_any_ = false; // a frame of the span itself, not only the I-frame in front of it
     bool over_ = false;
     std::optional<mark> maybe_over_ = {}; // one frame has come to the end of the span
+    int64_t last_within_ = 0;             // of the last one that has not
     uint32_t first_number_ = 0;
     scan::time_line numbers_ = {}; // which wrap as stamps do
 };

@@ -2,7 +2,7 @@
 // 336, 432, 528, 624 (I), 776, 872, 968 and 1064; an inserted frame without video takes 32 bytes.
 #include "mend/like_recorder.hpp"
 #include "mend/plan.hpp"
-#include "tests/mend/mended.hpp"
+#include "tests/mend/copied.hpp"
 
 #include <gmock/gmock.h>
 
@@ -149,6 +149,34 @@ TEST(OddPlacesTest, ARightTimeStaysWhereAStampIsSet) {
     EXPECT_THAT(told(plan), ElementsAre("set-stamp @640 +4 #6"));
     EXPECT_FALSE(plan.index_rewritten);
     EXPECT_EQ(plan.bytes_rewritten, 32U);
+}
+
+// Of twenty frames the tenth, at 1064, has 1360 and is 360 ms into the recording; the eleventh is an I-frame.
+TEST(OddPlacesTest, TheLastFrameOfACopyMayHaveAWrongStamp) {
+    const bytes sound = scan_test::recording_of(scan_test::sound_frames(20));
+    using unit = kmr::mend::span_bound::unit;
+    for (const uint32_t stamp : {1440U, 5000U, 900'000U}) {
+        bytes file = sound;
+        recording::put_u32(file, 1064 + 16, stamp);
+        const auto by_time = copy_of(file, {number(6), kmr::mend::span_bound{unit::stream_ms, 400}});
+        EXPECT_THAT(numbers_in(by_time.file), ElementsAre(6, 7, 8, 9, 10)) << stamp;
+        // Half-way between 320 and 400 ms it is no longer in front of 360.
+        const auto shorter = copy_of(file, {number(6), kmr::mend::span_bound{unit::stream_ms, 360}});
+        EXPECT_THAT(numbers_in(shorter.file), ElementsAre(6, 7, 8, 9)) << stamp;
+    }
+    bytes file = sound;
+    recording::put_u32(file, 1064 + 12, 70);
+    EXPECT_THAT(numbers_in(copy_of(file, {number(6), number(11)}).file), ElementsAre(6, 7, 8, 9, 70));
+}
+
+// Two frames of one stamp: the clock stands, and none of them is astray.
+TEST(OddPlacesTest, ACopyEndsInFrontOfFramesOfOneStamp) {
+    auto all = scan_test::sound_frames(20);
+    all[10].time_stamp = all[9].time_stamp;
+    const bytes file = scan_test::recording_of(all);
+    using unit = kmr::mend::span_bound::unit;
+    const auto made = copy_of(file, {number(6), kmr::mend::span_bound{unit::stream_ms, 360}});
+    EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9));
 }
 
 } // namespace
