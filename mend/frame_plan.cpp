@@ -59,6 +59,10 @@ void frame_plan::on_index(const scan::index_event& block) {
     result_.old_index = block;
 }
 
+void frame_plan::on_trailing(const scan::trailing_event& rest) {
+    result_.behind_index = rest;
+}
+
 void frame_plan::on_frame(const scan::seen_frame& seen) {
     const scan::frame_event& frame = seen.frame;
     if (!frame.is_whole()) {

@@ -28,6 +28,7 @@ public:
     void on_torn(const scan::torn_event& region) override;
     void on_index(const scan::index_event& block) override;
     void on_record(const scan::record_match& found) override { result_.index.note(found); }
+    void on_trailing(const scan::trailing_event& rest) override;
     bool go_on(uint64_t offset) override;
 
     // Once, when the scan is over.
@@ -51,6 +52,7 @@ public:
         uint32_t step_ms = 0; // median step of the first frames; 0: unknown
         bool is_jpeg = false;
         std::optional<scan::index_event> old_index = {};
+        std::optional<scan::trailing_event> behind_index = {};
     };
     result take();
 

@@ -2,6 +2,7 @@
 
 #include "mend/frame_plan.hpp"
 #include "mend/header_plan.hpp"
+#include "mend/views.hpp"
 #include "scan/time_line.hpp"
 #include "scan/window.hpp"
 
@@ -43,30 +44,6 @@ bool is_torn_at(const scan::report& judged, const std::optional<uint64_t>& offse
     });
 }
 
-// A recording in which some frames have no header.
-class without_headers final : public scan::byte_source {
-public:
-    explicit without_headers(scan::byte_source& source) : source_(source) {}
-    void hide(uint64_t offset) { hidden_.push_back(offset); }
-
-    uint64_t size() const override { return source_.size(); }
-    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        const scan::read_result read = source_.read_at(offset, into);
-        for (const uint64_t each : hidden_) {
-            const uint64_t first = std::max(each, offset);
-            const uint64_t end = std::min(each + KMR_FRAME_HEADER_SIZE, offset + read.count);
-            for (uint64_t at = first; at < end; ++at)
-                into[static_cast<size_t>(at - offset)] = 0;
-        }
-        return read;
-    }
-    scan::source_change change() const override { return source_.change(); }
-
-private:
-    scan::byte_source& source_;
-    std::vector<uint64_t> hidden_ = {};
-};
-
 class planner {
 public:
     explicit planner(scan::byte_source& source) : source_(source) {}
@@ -83,6 +60,7 @@ private:
     void tell_index();
     std::optional<kmr_file_header> right_header() const;
     bool plan_header();
+    void tell_rest();
     plan_status prove();
     const scan::report& before() const { return plan_.before; }
     bool header_is_valid() const { return before().header.state == scan::header_state::valid; }
@@ -167,6 +145,16 @@ void planner::tell_index() {
     plan_.start_guessed = plan_.times_guessed && found_.first_frame_lost;
 }
 
+// What stands behind the index goes when that is written anew. It may be more than stray bytes.
+void planner::tell_rest() {
+    if (!found_.behind_index || !plan_.index_rewritten)
+        return;
+    const scan::trailing_event& rest = *found_.behind_index;
+    found_.regions.push_back({region_action::cut, rest.offset, rest.length, {}});
+    behind_index behind(source_, rest);
+    plan_.frames_behind_index = scan::judge(behind).frames.total;
+}
+
 std::optional<kmr_file_header> planner::right_header() const {
     if (header_is_valid()) {
         kmr_file_header header = before().header.header;
@@ -231,6 +219,7 @@ plan_status planner::assemble() {
         if (!planned.write_index(found_.frames_end, std::move(index_)))
             return plan_status::too_damaged;
     }
+    tell_rest();
     plan_.regions = std::move(found_.regions);
     if (!plan_header())
         return plan_status::too_damaged;

@@ -40,6 +40,7 @@ struct repair_plan {
     uint64_t covers = 0;
     uint64_t frames_without_video = 0; // legal, but the viewer ends its walk there
     uint64_t frames_covered = 0;       // whole frames that could not be kept
+    uint64_t frames_behind_index = 0;  // whole frames where a recording has ended: they are cut
     bool times_guessed = false;        // no old index knows any time: the header's date was taken
     bool start_guessed = false;        // and the first frame, which it means, is lost
     bool rebuild_stops = false;        // the recorder's own rebuild would still cut, at a step of the clock

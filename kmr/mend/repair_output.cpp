@@ -32,6 +32,9 @@ std::vector<std::string> notes_of(const mend::repair_plan& plan) {
     if (plan.frames_covered > 0)
         notes.push_back(counted(plan.frames_covered, "whole frame is covered", "whole frames are covered") +
                         ": too long to take in the bytes behind");
+    if (plan.frames_behind_index > 0)
+        notes.push_back(counted(plan.frames_behind_index, "whole frame stands", "whole frames stand") +
+                        " behind the index, where the recording has ended: cut");
     if (plan.rebuild_stops)
         notes.emplace_back("the clock runs back or leaps: readers go on there, but the recorder's own repair "
                            "would cut the recording");

@@ -179,4 +179,22 @@ TEST(OddPlacesTest, ACopyEndsInFrontOfFramesOfOneStamp) {
     EXPECT_THAT(numbers_in(made.file), ElementsAre(6, 7, 8, 9));
 }
 
+// Ten frames and their index end at 1372. Behind them stands another recording: its file header is no frame, its ten
+// frames are.
+TEST(OddPlacesTest, WhatStandsBehindTheIndexIsToldBeforeItIsCut) {
+    const bytes sound = scan_test::recording_of(scan_test::sound_frames(10));
+    bytes file = sound;
+    file.insert(file.end(), 40, 0x5A);
+    auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cut @1372 +40"));
+    EXPECT_EQ(plan.frames_behind_index, 0U);
+    file = sound;
+    const bytes other = scan_test::without_index(scan_test::sound_frames(10));
+    file.insert(file.end(), other.begin(), other.end());
+    plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("cut @1372 +" + std::to_string(other.size())));
+    EXPECT_EQ(plan.frames_behind_index, 10U);
+    EXPECT_EQ(with_changes(file, plan.planned), sound);
+}
+
 } // namespace

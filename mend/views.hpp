@@ -1,0 +1,44 @@
+// A recording seen otherwise than it is, so that the scan tells what would be there.
+#pragma once
+
+#include "analyse/format/file_header.h"
+#include "analyse/format/frame_header.h"
+#include "scan/byte_source.hpp"
+#include "scan/events.hpp"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace kmr::mend {
+
+// Some frames have no header.
+class without_headers final : public scan::byte_source {
+public:
+    explicit without_headers(scan::byte_source& source) : source_(source) {}
+    void hide(uint64_t offset) { hidden_.push_back(offset); }
+
+    uint64_t size() const override { return source_.size(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override;
+    scan::source_change change() const override { return source_.change(); }
+
+private:
+    scan::byte_source& source_;
+    std::vector<uint64_t> hidden_ = {};
+};
+
+// What stands behind the index, as if it were a recording with the same file header.
+class behind_index final : public scan::byte_source {
+public:
+    behind_index(scan::byte_source& source, const scan::trailing_event& rest)
+        : source_(source), rest_(rest) {}
+
+    uint64_t size() const override { return KMR_FILE_HEADER_SIZE + rest_.length; }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override;
+
+private:
+    scan::byte_source& source_;
+    scan::trailing_event rest_;
+};
+
+} // namespace kmr::mend
