@@ -120,12 +120,21 @@ void index_check::follow(const record_shift& found) {
         miss_front();
     while (record_ < found.record && is_in_torn_region(place_of(record_)))
         next_record();
-    if (found.shift != 0 && found.shift != shift_)
+    if (found.shift == shift_) { // nothing moved: the records in front of that one are wrong, each by itself
+        while (record_ < found.record)
+            stray_record(true);
+    } else {
+        follow_distance(found);
+    }
+    waiting_.front().i_frames_missing = 0; // they are accounted for
+}
+
+void index_check::follow_distance(const record_shift& found) {
+    if (found.shift != 0)
         report_wrong_place(first_astray(found.record));
     shift_ = found.shift;
     while (record_ < found.record)
-        next_record();                     // of frames that are lost
-    waiting_.front().i_frames_missing = 0; // they are accounted for
+        next_record(); // of frames that are lost
 }
 
 // By chance a record may name another I-frame than its own.
@@ -420,9 +429,9 @@ void index_check::settle_tail() {
     }
 }
 
-// Beyond 4 GiB the index names offsets modulo 2^32, which do not tell.
+// Never where the index lies beyond 4 GiB: there it names offsets modulo 2^32, which do not tell.
 bool index_check::lies_behind_frames(uint64_t record) {
-    return block_.offset <= UINT32_MAX && place_of(record) >= block_.offset;
+    return place_of(record) >= block_.offset;
 }
 
 } // namespace kmr::scan

@@ -58,6 +58,7 @@ private:
     bool follows_shift();
     shift_search::question distance_question();
     void follow(const record_shift& found);
+    void follow_distance(const record_shift& found);
     uint64_t first_astray(uint64_t last);
     void match_front();
     void miss_front();

@@ -237,6 +237,43 @@ TEST(IndexShiftTest, OfAFrameThatIsLostIsSilent) {
                                          astray(file, 11)));
 }
 
+// --- records that name frames without their picture, in front of lost frames ---
+
+// Sixteen I-frames from the I-frame 10 on are P-frames of the same length, and numbers are missing behind them.
+bytes with_p_frames_instead() {
+    frames all = varied_frames();
+    const scan_test::records index = scan_test::records_for(all);
+    for (size_t k = 10; k < 26; ++k) {
+        all[5 * k].kind = 1;
+        all[5 * k].video = scan_test::p_video(all[5 * k].video.size());
+    }
+    for (size_t i = size_t{5} * 26; i < all.size(); ++i)
+        all[i].number += 7;
+    return recording_of(all, index);
+}
+
+TEST(IndexShiftTest, RecordsOfWhatIsNoIFrameAreEachWrong) {
+    const bytes file = with_p_frames_instead();
+    std::vector<std::string> expected = {"frames-lost @" + text(place(26)) + " +0 #138 t5200 lost=7"};
+    for (size_t k = 10; k < 26; ++k)
+        expected.push_back("index-entry-wrong @" + text(block_of(file) + 44 + 80 * k) + " +80 #" +
+                           text(5 * k + 1) + " t" + text(200 * k) + " record=" + text(k) +
+                           " field=kind actual=1");
+    EXPECT_EQ(found(file), expected);
+}
+
+// Where all records are shifted already, they name nothing at all.
+TEST(IndexShiftTest, RecordsOfWhatIsNoIFrameAreEachWrongBehindAShiftToo) {
+    bytes file = with_p_frames_instead();
+    file.insert(file.begin() + static_cast<std::ptrdiff_t>(place(5)), 50, uint8_t{0x77});
+    std::vector<std::string> expected = {"bytes-torn @" + text(place(5)) + " +50 #26 t1000",
+                                         "frames-lost @" + text(place(26) + 50) + " +0 #138 t5200 lost=7",
+                                         astray(file, 5)};
+    for (size_t k = 10; k < 26; ++k)
+        expected.push_back(astray(file, k));
+    EXPECT_EQ(found(file), expected);
+}
+
 // --- I-frames that stand equally far apart: k at 88 + 536 k ---
 
 TEST(EqualDistancesTest, AShiftThatEndsBehindALostFrame) {
@@ -316,6 +353,18 @@ TEST(EqualDistancesTest, FramesThatTheIndexNeverHadAreNoCut) {
     for (size_t i = 50; i < all.size(); ++i)
         all[i].number += 10;
     EXPECT_THAT(found(recording_of(all)), ElementsAre("frames-lost @5448 +0 #61 t2000 lost=10"));
+}
+
+TEST(EqualDistancesTest, RecordsThatAllNameOtherFramesByChanceAreShiftedAllTheSame) {
+    // The I-frame 10 and its P-frames take the room of nine others and are cut out. So record 10 names the I-frame 11, 11
+    // the I-frame 20, and so on: the first of them stands for all.
+    frames all = sound_frames(200);
+    all[50].video = scan_test::i_video(120 + 8 * 536);
+    bytes file = recording_of(all);
+    cut(file, 5448, 88 + size_t{536} * 19);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @5448 +0 #56 t2200 lost=5",
+                                         "index-entry-wrong @" + text(block_of(file) + 844) +
+                                             " +80 record=10 field=offset actual=5448"));
 }
 
 TEST(EqualDistancesTest, AWrongTimeBehindLostFramesIsNoShift) {
