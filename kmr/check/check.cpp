@@ -79,7 +79,7 @@ private:
 
     judged_file judge(const found_file& file) { // on any thread
         follower watching(bytes_done_, stop_);
-        judged_file judged = kept_.judge(file, judging_, &watching);
+        judged_file judged = kept_.judge(file, judging_, watching);
         watching.tell(judged.judged.size);
         return judged;
     }

@@ -1,7 +1,6 @@
 #include "kmr/check/kept_results.hpp"
 
-#include <cstdlib>
-#include <memory>
+#include <filesystem>
 
 namespace kmr::program {
 namespace {
@@ -10,12 +9,10 @@ std::string_view name_of(std::string_view path) {
     return path.substr(path.rfind('/') + 1); // all of it where there is no folder
 }
 
+// Also of a file that has gone meanwhile, as those beside a database do.
 std::string resolved(const std::string& path) {
-    struct release {
-        void operator()(char* text) const { std::free(text); }
-    };
-    const std::unique_ptr<char, release> real(realpath(path.c_str(), nullptr));
-    return real ? real.get() : path;
+    std::error_code error;
+    return std::filesystem::weakly_canonical(path, error).string();
 }
 
 std::optional<store::file_stamp> stamp_of(const judged_file& file) {
@@ -47,17 +44,16 @@ bool kept_results::is_own(const std::string& path) const {
 }
 
 judged_file kept_results::judge(const found_file& file, const scan::judge_options& options,
-                                scan::observer* watching) {
+                                scan::observer& watching) {
     if (!store_)
-        return judge_file(file, options, watching);
+        return judge_file(file, options, &watching);
     const auto now = file.error == 0 && !read_all_ ? store::stamp_of(file.path) : std::nullopt;
     if (now) {
         if (auto known = store_->unchanged(file.path, *now, options.most_per_code))
             return {.path = file.path, .in_folder = file.in_folder, .judged = std::move(*known)};
     }
-    judged_file judged = judge_file(file, options, watching);
-    const bool whole = watching == nullptr || watching->go_on(judged.judged.size); // else it was cut short
-    if (whole)
+    judged_file judged = judge_file(file, options, &watching);
+    if (watching.go_on(judged.judged.size)) // else it was cut short
         store_->keep(file.path, stamp_of(judged), judged.judged, options.most_per_code);
     return judged;
 }

@@ -24,7 +24,7 @@ public:
     bool is_own(const std::string& path) const;
 
     // Any number of threads may ask at once.
-    judged_file judge(const found_file& file, const scan::judge_options& options, scan::observer* watching);
+    judged_file judge(const found_file& file, const scan::judge_options& options, scan::observer& watching);
 
     // When all files were judged: what is not there any more is marked.
     void finish(const std::vector<std::string>& roots);
