@@ -273,10 +273,10 @@ private:
     scan::time_line numbers_ = {}; // which wrap as stamps do
 };
 
-// Every frame of the copy is a good one, so nothing in it may be an error.
+// Every frame of the copy is a good one, so nothing in it may be damaged.
 bool is_sound(const scan::report& judged, const copy_plan& plan) {
     return judged.ended == scan::end_state::complete && judged.frames.i + judged.frames.p == plan.frames &&
-           judged.frames.damaged == 0 && judged.header.state == scan::header_state::valid;
+           judged.repair.bytes_lost == 0 && judged.header.state == scan::header_state::valid;
 }
 
 copy_status finish(scan::byte_source& source, collector& found, copy_plan& plan) {

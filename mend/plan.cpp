@@ -254,9 +254,10 @@ plan_status planner::prove() {
     plan_.errors_left = errors_in(after);
     if (after.judged == scan::verdict::unreadable)
         return plan_status::unreadable;
+    // With nothing torn or damaged left no frame stands for another.
     const bool as_planned = after.frames.i + after.frames.p == found_.ordinary &&
                             after.frames.inserted == found_.inserted + found_.covers &&
-                            after.frames.damaged == 0;
+                            after.repair.bytes_lost == 0;
     last_is_none_ = is_torn_at(after, found_.last_frame);
     return as_planned ? plan_status::ready : plan_status::no_way;
 }

@@ -11,7 +11,7 @@ namespace kmr::program {
 std::string problem_of(mend::undo_situation found, const change_options& how) {
     using enum mend::undo_situation;
     const auto words = [](mend::mend_status status) { return words_of({.status = status, .error = 0}); };
-    switch (found) {
+    switch (found) { // uncovered: every value has its case
     case none:
         break;
     case complete:

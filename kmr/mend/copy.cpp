@@ -43,9 +43,10 @@ private:
     std::optional<output::progress> progress_ = {};
 };
 
+// Why there is no copy; empty where there is one.
 std::string words_for(const mend::copy_plan& plan) {
     using enum mend::copy_status;
-    switch (plan.status) {
+    switch (plan.status) { // uncovered: every value has its case
     case ready:
         break;
     case unreadable: {
@@ -87,8 +88,8 @@ public:
             return refuse(from_, problem_of(opened), with);
         std::error_code error;
         names_.from = std::filesystem::canonical(from_, error).string(); // a link is followed
-        if (error)
-            return refuse(from_, error.message(), with);
+        if (error)                                       // uncovered: it was there a moment ago
+            return refuse(from_, error.message(), with); // uncovered: as above
         mend::plain_disk disk;
         if (const std::string why = why_not_written(disk, names_); !why.empty())
             return refuse(names_.to, why, with);
@@ -134,8 +135,8 @@ private:
         told_source source(recording, with.err);
         const mend::copy_plan plan = mend::plan_copy(source, span);
         source.be_quiet();
-        if (plan.status != mend::copy_status::ready)
-            return refuse(from_, words_for(plan), with);
+        if (const std::string why = words_for(plan); !why.empty())
+            return refuse(from_, why, with);
         take_size_limits_as_errors();
         told_source content(*plan.content, with.err);
         const std::string why = write_mended_copy(disk, names_, source, content);

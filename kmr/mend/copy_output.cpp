@@ -59,7 +59,7 @@ private:
 
     void append_span() {
         line("span");
-        if (plan_.after.start_ms) {
+        if (plan_.after.start_ms) { // uncovered: every copy has a record, which tells it
             to_ += clock_.iso_text(*plan_.after.start_ms);
             to_ += " to ";
             to_ += clock_.iso_text(*plan_.after.start_ms + plan_.duration_ms);

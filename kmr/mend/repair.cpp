@@ -48,7 +48,7 @@ private:
     void tell();
     exit_status mend_it();
     exit_status write_copy();
-    std::optional<uint64_t> undo_bytes();
+    int count_undo_bytes();
     exit_status say(const std::string& words, exit_status status = exit_status::failed);
     exit_status fail(const std::string& words);
     exit_status ask_first(const std::string& question);
@@ -100,15 +100,13 @@ exit_status repair_run::run() {
     if (const exit_status status = prepare(); status != exit_status::sound)
         return status;
     const mend::plan_status status = plan();
-    if (status != mend::plan_status::ready && status != mend::plan_status::nothing_to_do)
-        return fail(options_.like_recorder && status == mend::plan_status::no_way
-                        ? "beyond 4 GiB the recorder's own repair cuts what it should keep"
-                        : words_of(status, before_));
+    if (options_.like_recorder && status == mend::plan_status::no_way)
+        return fail("beyond 4 GiB the recorder's own repair cuts what it should keep");
+    if (const std::string problem = words_of(status, before_); !problem.empty())
+        return fail(problem);
     if (!options_.is_copy() && !options_.no_undo && told_.changes) {
-        const auto bytes = undo_bytes();
-        if (!bytes)
-            return fail("changed while it was read");
-        told_.numbers->undo_bytes = *bytes;
+        if (const int error = count_undo_bytes())
+            return fail(words_of(error));
     }
     tell();
     if (options_.is_copy() && !options_.dry_run)
@@ -166,13 +164,12 @@ mend::plan_status repair_run::plan() {
     return plan.status;
 }
 
-std::optional<uint64_t> repair_run::undo_bytes() {
+int repair_run::count_undo_bytes() {
     const mend::undo_size own = mend::undo_size_of(recording_->source(), planned_);
-    if (own.error != 0)
-        return {};
     mend::file_facts older;
     const bool is_there = disk_.look(mend::undo_path_of(path_), older) == 0;
-    return own.bytes + (is_there ? older.size : 0);
+    told_.numbers->undo_bytes = own.bytes + (is_there ? older.size : 0);
+    return own.error;
 }
 
 void repair_run::tell() {

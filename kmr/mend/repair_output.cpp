@@ -159,12 +159,10 @@ told_repair told_of(const std::string& path, const mend::recorder_plan& plan) {
                         .index_rewritten = true};
     if (plan.cut)
         told.regions.push_back(*plan.cut);
-    if (plan.frames_lost > 0) {
+    if (plan.first_lost) {
         std::string note =
             counted(plan.frames_lost, "whole frame behind the cut is", "whole frames behind the cut are");
-        note += " lost";
-        if (plan.first_lost)
-            append_number(note += ", the first is number ", *plan.first_lost);
+        append_number(note += " lost, the first is number ", *plan.first_lost);
         told.notes.push_back(note);
     }
     return told;
@@ -172,7 +170,7 @@ told_repair told_of(const std::string& path, const mend::recorder_plan& plan) {
 
 void append_repair_text(std::string& to, const told_repair& what, output::clock& clock) {
     output::append_text(to, what.path);
-    if (!what.changes || !what.numbers) {
+    if (!what.changes) {
         to += ": nothing to do\n";
     } else {
         const repair_numbers& numbers = *what.numbers;

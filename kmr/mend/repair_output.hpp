@@ -38,6 +38,7 @@ struct told_repair {
 told_repair told_of(const std::string& path, const mend::repair_plan& plan);
 told_repair told_of(const std::string& path, const mend::recorder_plan& plan);
 
+// Of what could be planned.
 void append_repair_text(std::string& to, const told_repair& what, output::clock& clock);
 void append_repair_json(std::string& to, const told_repair& what); // a line
 

@@ -21,10 +21,10 @@ int64_t whole_seconds(int64_t ms) {
     return ms >= 0 ? ms / ms_a_second : -((-ms + ms_a_second - 1) / ms_a_second);
 }
 
-// Why a tag is not to be had or set; `record` is what was asked for.
+// Why a tag is not to be had or set, empty where it is; `record` is what was asked for.
 std::string words_for(mend::tag_status status, int error, const std::string& record) {
     using enum mend::tag_status;
-    switch (status) {
+    switch (status) { // uncovered: every value has its case
     case ready:
         break;
     case unreadable:
@@ -97,10 +97,11 @@ private:
         const mend::tag_list listed =
             mend::list_tags(*opened.source, [&](const scan::tag& each) { writer->append(each); });
         writer->finish(listed);
-        if (listed.status == mend::tag_status::ready)
+        const std::string why = words_for(listed.status, listed.error, {});
+        if (why.empty())
             return exit_status::sound;
         with.out.flush();
-        with.err.say(path, words_for(listed.status, listed.error, {}));
+        with.err.say(path, why);
         return exit_status::failed;
     }
 
@@ -188,8 +189,8 @@ private:
         if (!opening.opened)
             return refuse(opening.problem);
         const mend::tag_plan plan = task.plan(opening.opened->source());
-        if (plan.status != mend::tag_status::ready)
-            return refuse(words_for(plan.status, plan.error, task.record));
+        if (const std::string why = words_for(plan.status, plan.error, task.record); !why.empty())
+            return refuse(why);
         if (!how_.dry_run)
             if (const std::string why = apply(*opening.opened, plan.planned, how_); !why.empty())
                 return refuse(why);

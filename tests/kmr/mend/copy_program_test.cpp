@@ -436,6 +436,16 @@ TEST_F(LongCopyTest, LeavesNothingBehindWhenItIsInterrupted) {
     }
 }
 
+// As behind nohup.
+TEST_F(LongCopyTest, GoesOnWhereItIsToIgnoreAnInterrupt) {
+    const auto run = place_.shell("trap '' HUP INT TERM; \"$1\" copy long.kmr b.kmr & "
+                                  "while [ ! -e b.kmr.kmr-new ] && [ ! -e b.kmr ]; do sleep 0.01; done; "
+                                  "kill -HUP $!; kill -INT $!; kill -TERM $!; wait $!");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("500 of 500"));
+    EXPECT_THAT(names(), ElementsAre("a.kmr", "b.kmr", "long.kmr"));
+}
+
 TEST_F(LongCopyTest, GivesNothingWhereTheRecordingIsRewrittenMeanwhile) {
     kmr_test::on_terminal run(place_, {"copy", "long.kmr", "b.kmr"});
     wait_for_unfinished_file();
