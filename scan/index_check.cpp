@@ -22,8 +22,8 @@ uint32_t as_in_a_record(uint64_t offset) {
 index_check::index_check(byte_source& source, const index_event& block, picture_size header_size,
                          finding_list& findings, observer& watching)
     : source_(source), block_(block), records_(source, block.offset, block.head.RecordCount),
-      header_size_(header_size), findings_(findings), watching_(watching), times_(findings),
-      shifts_(source, block) {}
+      findings_(findings), told_(findings, records_.offset_of(0), header_size), watching_(watching),
+      times_(findings), shifts_(source, block) {}
 
 std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
     const uint32_t sought = as_in_a_record(frame_offset) + shift_;
@@ -40,25 +40,9 @@ std::optional<uint32_t> index_check::time_of(uint64_t frame_offset) {
 }
 
 void index_check::take(const indexed_frame& frame) {
-    indexed_frame& added = waiting_.emplace_back(frame);
-    added.repeated = newest_ && wrapped_distance(newest_->number, frame.number) <= 0 &&
-                     wrapped_distance(newest_->stamp, frame.stamp) <= 0;
-    added.behind_break = added.behind_break || added.repeated;
-    if (!added.repeated && !added.record_optional)
-        note_number(added);
-    if (!added.repeated)
-        newest_ = {frame.number, frame.stamp};
+    numbers_.mark(waiting_.emplace_back(frame));
     if (waiting_.size() > most_waiting)
         settle_front();
-}
-
-void index_check::note_number(indexed_frame& frame) {
-    const int64_t distance = last_number_ ? wrapped_distance(*last_number_, frame.number) : 0;
-    if (!frame.behind_break)
-        numbers_apart_ = distance;
-    else if (numbers_apart_ > 0 && distance > 0 && distance % numbers_apart_ == 0)
-        frame.i_frames_missing = static_cast<uint32_t>(distance / numbers_apart_ - 1);
-    last_number_ = frame.number;
 }
 
 void index_check::take_torn(uint64_t offset, uint64_t length) {
@@ -260,7 +244,7 @@ void index_check::match_front() {
                 .clock_run = frame.clock_run});
     watching_.on_record({.block = block_.offset, .record = record, .frame_offset = frame.offset});
     latest_ = entry_offset{int64_t{records_[record].TimeNow} * 1000 - frame.stream_ms, frame.clock_run};
-    check_size(frame);
+    told_.check_size(record, records_[record], frame);
     waiting_.pop_front();
     next_record();
 }
@@ -283,7 +267,7 @@ index_check::stray index_check::stray_record(bool frames_missing) {
     const uint64_t record = record_;
     stray what = stray::wrong;
     if (record > 0 && records_[record - 1].IPos == records_[record].IPos)
-        report_order(record);
+        told_.order(record);
     else if (frames_missing && is_in_torn_region(place_of(record)))
         what = stray::lost_with_its_frame;
     else if (take_as_misplaced(record))
@@ -335,7 +319,7 @@ bool index_check::take_as_misplaced(uint64_t record) {
     }
     // The one that runs back: this one, or the next where there is one.
     const bool is_last = record + 1 == records_.count();
-    report_order(runs_back(record) || is_last ? record : record + 1);
+    told_.order(runs_back(record) || is_last ? record : record + 1);
     return true;
 }
 
@@ -343,53 +327,9 @@ bool index_check::runs_back(uint64_t record) {
     return record > 0 && records_[record].IPos < records_[record - 1].IPos;
 }
 
-finding index_check::entry_finding(uint64_t record, index_field field, int64_t actual) const {
-    finding found = {.code = finding_code::index_entry_wrong,
-                     .offset = records_.offset_of(record),
-                     .length = KMR_INDEX_RECORD_SIZE};
-    found.set(field_name::record, static_cast<int64_t>(record))
-        .set(field_name::field, static_cast<int64_t>(field))
-        .set(field_name::actual, actual);
-    return found;
-}
-
-// The record names a P-frame, or nothing at all, or by chance an I-frame that is not its own.
 void index_check::report_wrong_place(uint64_t record) {
-    const uint32_t position = records_[record].IPos;
-    const auto header = frame_at(position);
-    if (!header || kmr_is_i_frame(&*header)) {
-        findings_.add(entry_finding(record, index_field::offset, position));
-        return;
-    }
-    finding found = entry_finding(record, index_field::kind, header->FrameKind);
-    found.frame = header->FrameNo;
-    if (!waiting_.empty()) {
-        const indexed_frame& near = waiting_.front();
-        found.time_ms = near.stream_ms + wrapped_distance(near.stamp, header->TimeStamp);
-    }
-    findings_.add(found);
-}
-
-void index_check::report_order(uint64_t record) {
-    if (std::exchange(order_reported_, true))
-        return;
-    finding found = {.code = finding_code::index_order,
-                     .offset = records_.offset_of(record),
-                     .length = KMR_INDEX_RECORD_SIZE};
-    found.set(field_name::record, static_cast<int64_t>(record));
-    findings_.add(found);
-}
-
-void index_check::check_size(const indexed_frame& frame) {
-    const kmr_index_record& entry = records_[record_];
-    const picture_size size = {entry.VideoWidth, entry.VideoHeight};
-    if (size == header_size_ || size == frame.own_size || (!header_size_.known() && !frame.own_size.known()))
-        return;
-    const int64_t packed = int64_t{entry.VideoHeight} << 16 | entry.VideoWidth; // as it stands in the record
-    finding found = entry_finding(record_, index_field::size, packed);
-    found.frame = frame.number;
-    found.time_ms = frame.stream_ms;
-    findings_.add(found);
+    const auto named = frame_at(records_[record].IPos);
+    told_.wrong_place(record, records_[record].IPos, named, waiting_.empty() ? nullptr : &waiting_.front());
 }
 
 void index_check::next_record() {

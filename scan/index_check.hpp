@@ -7,6 +7,8 @@
 #include "scan/entry_times.hpp"
 #include "scan/events.hpp"
 #include "scan/finding_list.hpp"
+#include "scan/i_frame_numbers.hpp"
+#include "scan/index_findings.hpp"
 #include "scan/index_records.hpp"
 #include "scan/indexed_frame.hpp"
 #include "scan/judge.hpp"
@@ -68,35 +70,25 @@ private:
     uint32_t place_of(uint64_t record) { return records_[record].IPos - shift_; }
     bool is_in_torn_region(uint32_t position) const;
     bool lies_behind_frames(uint64_t record);
-    void note_number(indexed_frame& frame);
     std::optional<kmr_frame_header> frame_at(uint64_t position);
     bool is_i_frame_at(uint64_t position);
     bool take_as_misplaced(uint64_t record);
     bool runs_back(uint64_t record);
     void report_wrong_place(uint64_t record);
-    void report_order(uint64_t record);
-    void check_size(const indexed_frame& frame);
     void next_record();
     void settle_tail();
-    finding entry_finding(uint64_t record, index_field field, int64_t actual) const;
 
     byte_source& source_;
     index_event block_;
     index_records records_;
-    picture_size header_size_;
     finding_list& findings_;
+    index_findings told_;
     observer& watching_;
     entry_times times_;
 
     shift_search shifts_;
 
-    struct moment {
-        uint32_t number = 0;
-        uint32_t stamp = 0;
-    };
-    std::optional<moment> newest_ = {};        // of the I-frame furthest ahead so far
-    std::optional<uint32_t> last_number_ = {}; // of the last I-frame, copies left out
-    int64_t numbers_apart_ = 0;                // of the last two that nothing broke between
+    i_frame_numbers numbers_ = {};
     struct entry_offset {
         int64_t start_ms = 0; // wall clock at stream time 0
         uint32_t clock_run = 0;
@@ -109,7 +101,6 @@ private:
     std::deque<region> torn_ = {}; // in the order of the file
     uint64_t behind_torn_ = 0;     // records up to here lie in torn regions
     absent_frames absent_ = {};
-    bool order_reported_ = false;
     uint64_t time_record_ = 0;
     uint64_t tag_count_ = 0;
     std::vector<tag> tags_ = {};
