@@ -143,8 +143,11 @@ int way_back_keeper::drop(way_back& way) {
         const int error = unlink_if_there(disk_, undo_path_of(recording_));
         return error != 0 ? error : disk_.sync_folder(recording_);
     }
-    const int error = draw_older_out(way);
-    return error != 0 ? error : put_in_place();
+    if (const int error = draw_older_out(way)) {
+        unlink_if_there(disk_, undo_draft_of(recording_)); // where there is no room it would take some
+        return error;
+    }
+    return put_in_place();
 }
 
 int way_back_keeper::follow(way_back& way, open_file& recording) {

@@ -3,7 +3,9 @@
 #include "mend/like_recorder.hpp"
 #include "mend/plan.hpp"
 #include "tests/mend/copied.hpp"
+#include "tests/mend/on_disk.hpp"
 
+#include <cerrno>
 #include <gmock/gmock.h>
 
 namespace {
@@ -195,6 +197,27 @@ TEST(OddPlacesTest, WhatStandsBehindTheIndexIsToldBeforeItIsCut) {
     EXPECT_THAT(told(plan), ElementsAre("cut @1372 +" + std::to_string(other.size())));
     EXPECT_EQ(plan.frames_behind_index, 10U);
     EXPECT_EQ(with_changes(file, plan.planned), sound);
+}
+
+// The undo file of the first change lies in that of the second, and has to be drawn out when that one is followed. On a full
+// disk it does not get there, and takes none of the room either; the way back is still there.
+TEST(OddPlacesTest, AnUndoFileThatCannotBeDrawnOutLeavesNothing) {
+    model_disk disk;
+    const bytes original(1000, 0x33);
+    disk.put(path, original, old_dates);
+    ASSERT_TRUE(overwrite_on(disk, 0, bytes(500, 0x11)).is_done());
+    ASSERT_TRUE(overwrite_on(disk, 10, bytes(20, 0x22)).is_done());
+    disk.set_room(disk.used() + 200); // the older one has more than 500
+    const auto told = undo_on(disk);
+    EXPECT_EQ(told.status, kmr::mend::mend_status::interrupted);
+    EXPECT_EQ(told.error, ENOSPC);
+    EXPECT_FALSE(disk.has(undo_path + "-new"));
+    EXPECT_TRUE(disk.has(undo_path));
+    disk.set_room(UINT64_MAX);
+    EXPECT_TRUE(undo_on(disk).is_done());
+    EXPECT_TRUE(undo_on(disk).is_done());
+    EXPECT_EQ(disk.content(path), original);
+    EXPECT_FALSE(disk.has(undo_path));
 }
 
 } // namespace
