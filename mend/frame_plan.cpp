@@ -296,7 +296,8 @@ void frame_plan::mend_stamp(const piece* next) {
     if (rec_ValidFrame(&frame.header, 0) == KMR_FRAME_INDEX) // stamp 0 would make it one
         frame.header.TimeStamp = whole > 1 ? frame.header.TimeStamp + 1 : behind.stamp;
     frame.stream_ms = settled_->stream_ms + scan::wrapped_distance(before.stamp, frame.header.TimeStamp);
-    frame.clock_run = settled_->clock_run;
+    frame.healed_breaks = next->clock_run - settled_->clock_run; // it was alone in breaking the clock
+    frame.clock_run = next->clock_run;
     frame.changed = frame.restamped = true;
     note(region_action::set_stamp, frame.offset + offsetof(kmr_frame_header, TimeStamp), 4, own.number);
 }

@@ -74,6 +74,7 @@ private:
         uint32_t grown = 0;
         int64_t stream_ms = 0;
         uint32_t clock_run = 0;
+        uint32_t healed_breaks = 0; // of the clock, which go with its wrong stamp
         scan::picture_size size = {};
 
         bool is_frame() const { return what != kind::region; }
@@ -114,6 +115,7 @@ private:
     rebuild_walk rebuild_ = {};
     std::optional<int64_t> first_ms_ = {};
     int64_t last_ms_ = 0;
+    uint32_t healed_breaks_ = 0; // in front of the last frame that is settled, and at it
     uint32_t usual_step_ = 0;
     std::vector<uint32_t> steps_ = {};
     uint64_t jpeg_frames_ = 0;

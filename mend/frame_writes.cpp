@@ -94,6 +94,7 @@ void frame_plan::emit_frame(const piece& frame) {
     }
     ++result_.ordinary;
     result_.without_video += frame.header.VideoSize == 0 ? 1 : 0;
+    healed_breaks_ += frame.healed_breaks;
     emit_record(frame);
     if (settled_)
         note_step(moment_of(settled_->header), moment_of(frame.header));
@@ -126,7 +127,7 @@ void frame_plan::emit_record(const piece& frame) {
         return;
     planned_record record;
     record.stream_ms = frame.stream_ms;
-    record.clock_run = frame.clock_run;
+    record.clock_run = frame.clock_run - healed_breaks_;
     record.position = static_cast<uint32_t>(frame.offset);
     record.old_position = static_cast<uint32_t>(frame.offset + frame.moved);
     record.width = static_cast<uint16_t>(frame.size.width);

@@ -153,6 +153,23 @@ TEST(OddPlacesTest, ARightTimeStaysWhereAStampIsSet) {
     EXPECT_EQ(plan.bytes_rewritten, 32U);
 }
 
+// With the stamp the break of the clock goes too, so that the time in front of it is outvoted. The others, which are cut to
+// seconds, are 0.2, 0.4 and 0.6 s early: the middle of them tells of the first frame that it came 0.4 s early.
+TEST(OddPlacesTest, TheClockRunsOnWhereAStampIsSet) {
+    auto all = scan_test::sound_frames(20);
+    auto index = scan_test::records_for(all);
+    all[2].time_stamp = 900'000;
+    index[0].time += 50'000;
+    const bytes file = scan_test::recording_of(all, index);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("set-stamp @352 +4 #3"));
+    EXPECT_EQ(plan.errors_left, 0U);
+    std::vector<int64_t> times;
+    for (const index_row& each : index_rows(with_changes(file, plan.planned)))
+        times.push_back(int64_t{each.time} - scan_test::start_time);
+    EXPECT_THAT(times, ElementsAre(-1, 0, 0, 0));
+}
+
 // Of twenty frames the tenth, at 1064, has 1360 and is 360 ms into the recording; the eleventh is an I-frame.
 TEST(OddPlacesTest, TheLastFrameOfACopyMayHaveAWrongStamp) {
     const bytes sound = scan_test::recording_of(scan_test::sound_frames(20));
