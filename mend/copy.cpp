@@ -180,9 +180,9 @@ private:
         uint64_t torn_bytes = 0;
         uint64_t damaged_frames = 0;
         int64_t duration_ms = 0;
-        int64_t before =
-            0; // how far behind the end of the span the frame before was; below 0: in front of it
-        int64_t past_end = 0; // the same of the frame behind this place
+        // How far behind the end of the span the frames before and behind this place are; below 0: in front of it.
+        int64_t before = 0;
+        int64_t past_end = 0;
 
         // Whether its stamp or number alone was wrong, now that the next one is known: that lies behind it, and half-way
         // between its neighbours it would be part of the span.

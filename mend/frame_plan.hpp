@@ -107,10 +107,9 @@ private:
     uint64_t size_;
     bool can_cut_;
     uint32_t frame_rate_ = KMR_DEFAULT_FRAME_RATE;
-    std::deque<piece> queue_ = {};      // the last ordinary frame and what came behind it
-    std::optional<piece> settled_ = {}; // the last ordinary frame that is settled
-    std::optional<moment> last_frame_ =
-        {}; // that is settled, inserted ones among them: covers come behind it
+    std::deque<piece> queue_ = {};          // the last ordinary frame and what came behind it
+    std::optional<piece> settled_ = {};     // the last ordinary frame that is settled
+    std::optional<moment> last_frame_ = {}; // that is settled, be it an inserted one
     uint64_t covers_behind_it_ = 0;
     rebuild_walk rebuild_ = {};
     std::optional<int64_t> first_ms_ = {};

@@ -298,12 +298,26 @@ TEST(EqualDistancesTest, OneFrameBetweenTwoShifts) {
                                          "index-entry-wrong @6062 +80 record=4 field=offset actual=2232"));
 }
 
-TEST(EqualDistancesTest, ManyCutOutAreToldByTheirTimes) {
-    // The I-frames 6 to 29: record 6 names the I-frame 30 by chance, whose time is 4.8 s later. The frames end at
-    // 88 + 536 x 16, which record 16 names.
-    bytes file = recording_of(sound_frames(200));
+// The I-frames 6 to 29: record 6 names the I-frame 30 by chance. The frames end at 88 + 536 x 16, which record 16 names.
+void cut_many(bytes& file) {
     file.erase(file.begin() + 88 + 536L * 6, file.begin() + 88 + 536L * 30);
+}
+
+TEST(EqualDistancesTest, ManyCutOutAreToldWhereARecordNamesNothing) {
+    bytes file = recording_of(sound_frames(200));
+    cut_many(file);
     EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #151 t6000 lost=120",
+                                         "index-entry-wrong @9988 +80 record=16 field=offset actual=8664"));
+}
+
+// Two numbers more are missing, which is no part of a group: the I-frame 30 is 4.8 s later than the record says.
+TEST(EqualDistancesTest, ManyCutOutAreToldByTheirTimesWhereNumbersDoNotTell) {
+    frames all = sound_frames(200);
+    for (size_t i = 150; i < all.size(); ++i)
+        all[i].number += 2;
+    bytes file = recording_of(all);
+    cut_many(file);
+    EXPECT_THAT(found(file), ElementsAre("frames-lost @3304 +0 #153 t6000 lost=122",
                                          "index-entry-wrong @9988 +80 record=16 field=offset actual=8664"));
 }
 
