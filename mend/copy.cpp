@@ -119,26 +119,13 @@ public:
     std::optional<scan::index_event> old_index = {};
 
 private:
-    // Frame numbers from the first ordinary frame on.
-    void count(const kmr_frame_header& header) {
-        if (!numbers_.begun())
-            first_number_ = header.FrameNo;
-        numbers_.advance(header.FrameNo);
-    }
-
-    // How far behind a place the frame is that came last; below 0: in front of it.
     int64_t distance_from(const span_bound& bound, const scan::seen_frame& seen) const {
-        if (bound.in == span_bound::unit::stream_ms)
-            return seen.stream_ms - bound.value;
-        const auto number = static_cast<uint32_t>(bound.value);
-        const int64_t place = number >= first_number_ ? int64_t{number} - first_number_
-                                                      : scan::wrapped_distance(first_number_, number);
-        return numbers_.now() - place;
+        return meter_.distance_from(bound, seen.stream_ms);
     }
 
     void take_ordinary(const scan::seen_frame& seen) {
         const kmr_frame_header& header = seen.frame.header;
-        count(header);
+        meter_.count(header.FrameNo);
         const int64_t past_end = of_.to ? distance_from(*of_.to, seen) : -1;
         if (past_end >= 0) {
             if (maybe_over_ && maybe_over_->is_astray(past_end))
@@ -269,8 +256,7 @@ private:
     bool over_ = false;
     std::optional<mark> maybe_over_ = {}; // one frame has come to the end of the span
     int64_t last_within_ = 0;             // of the last one that has not
-    uint32_t first_number_ = 0;
-    scan::time_line numbers_ = {}; // which wrap as stamps do
+    scan::place_meter meter_ = {};
 };
 
 // Every frame of the copy is a good one, so nothing in it may be damaged.

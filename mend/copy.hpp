@@ -3,6 +3,7 @@
 
 #include "mend/new_index.hpp"
 #include "scan/judge.hpp"
+#include "scan/place.hpp"
 
 #include <cstdint>
 #include <memory>
@@ -11,13 +12,7 @@
 
 namespace kmr::mend {
 
-// A place in the recording: a frame number, or milliseconds of stream time. Numbers wrap as stamps do; one below that of
-// the first frame is in front of it or behind the wrap, whichever is nearer.
-struct span_bound {
-    enum class unit : uint8_t { stream_ms, frame_number };
-    unit in = unit::stream_ms;
-    int64_t value = 0;
-};
+using span_bound = scan::place;
 
 struct span {
     std::optional<span_bound> from = {}; // none: from the beginning

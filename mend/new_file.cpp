@@ -1,4 +1,4 @@
-#include "mend/recording.hpp"
+#include "mend/new_file.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,88 +13,81 @@ outcome from_error(int error) {
     return {.status = error == 0 ? mend_status::done : mend_status::failed, .error = error};
 }
 
-// A new file under another name until it is whole; it goes with this one unless it has got its own name.
-class draft {
-public:
-    draft(disk& on, const std::string& path) : disk_(on), path_(path), name_(draft_path_of(path)) {}
-    ~draft() {
-        if (made_)
-            disk_.unlink(name_);
+int fill(draft& file, scan::byte_source& content) {
+    std::vector<uint8_t> buffer(block);
+    for (uint64_t at = 0; at < content.size();) {
+        const std::span part(buffer.data(),
+                             static_cast<size_t>(std::min<uint64_t>(block, content.size() - at)));
+        const scan::read_result read = content.read_at(at, part);
+        if (read.failed() || read.count != part.size())
+            return read.failed() ? read.error : EIO;
+        if (const int error = file.write_at(at, part))
+            return error;
+        at += part.size();
     }
-    draft(const draft&) = delete;
-    draft& operator=(const draft&) = delete;
+    return file.sync();
+}
 
-    outcome make(const file_facts* never) {
-        if (const outcome cleared = clear(never); !cleared.is_done())
-            return cleared;
-        opened file = disk_.open(name_, open_mode::make);
-        if (file.error != 0)
-            return from_error(file.error);
-        file_ = std::move(file.file);
-        made_ = true;
-        file_->lock(); // tells others that somebody writes it; where nothing can be locked they are not told
-        return {};
-    }
+} // namespace
 
-    int fill(scan::byte_source& content) {
-        std::vector<uint8_t> buffer(block);
-        for (uint64_t at = 0; at < content.size();) {
-            const std::span part(buffer.data(),
-                                 static_cast<size_t>(std::min<uint64_t>(block, content.size() - at)));
-            const scan::read_result read = content.read_at(at, part);
-            if (read.failed() || read.count != part.size())
-                return read.failed() ? read.error : EIO;
-            if (const int error = file_->write_at(at, part))
-                return error;
-            at += part.size();
-        }
-        return file_->sync();
-    }
+draft::draft(disk& on, const std::string& path, bool replace, const file_facts* never)
+    : disk_(on), path_(path), name_(draft_path_of(path)), replace_(replace), never_(never) {}
 
-    int put_in_place() {
-        const int error = disk_.rename(name_, path_);
-        made_ = made_ && error != 0;
-        return error;
-    }
-
-private:
-    // What somebody left behind goes, but neither what somebody is writing nor the file that must never go.
-    outcome clear(const file_facts* never) {
-        file_facts there;
-        const int looked = disk_.look(name_, there);
-        if (looked != 0)
-            return from_error(looked == ENOENT ? 0 : looked);
-        if (never != nullptr && there.is_same_file(*never))
-            return from_error(EEXIST);
-        if (there.kind == file_kind::regular) {
-            const opened left = disk_.open(name_, open_mode::read);
-            if (left.error == 0 && left.file->lock() == EWOULDBLOCK)
-                return {.status = mend_status::locked, .error = 0};
-        }
-        return from_error(disk_.unlink(name_));
-    }
-
-    disk& disk_;
-    const std::string& path_;
-    std::string name_;
-    std::unique_ptr<open_file> file_ = {};
-    bool made_ = false;
-};
+draft::~draft() {
+    if (made_)
+        disk_.unlink(name_);
+}
 
 // Whether a new file may get this name.
-outcome is_free(disk& on, const std::string& path, bool replace, const file_facts* never) {
+outcome draft::is_free() const {
     file_facts there;
-    const int looked = on.look(path, there);
+    const int looked = disk_.look(path_, there);
     if (looked != 0)
         return from_error(looked == ENOENT ? 0 : looked);
     if (there.kind != file_kind::regular)
         return {.status = there.kind == file_kind::link ? mend_status::is_a_link : mend_status::not_a_file,
                 .error = 0};
-    const bool must_stay = never != nullptr && there.is_same_file(*never);
-    return from_error(!replace || must_stay ? EEXIST : 0);
+    const bool must_stay = never_ != nullptr && there.is_same_file(*never_);
+    return from_error(!replace_ || must_stay ? EEXIST : 0);
 }
 
-} // namespace
+// What somebody left behind goes, but neither what somebody is writing nor the file that must never go.
+outcome draft::clear() {
+    file_facts there;
+    const int looked = disk_.look(name_, there);
+    if (looked != 0)
+        return from_error(looked == ENOENT ? 0 : looked);
+    if (never_ != nullptr && there.is_same_file(*never_))
+        return from_error(EEXIST);
+    if (there.kind == file_kind::regular) {
+        const opened left = disk_.open(name_, open_mode::read);
+        if (left.error == 0 && left.file->lock() == EWOULDBLOCK)
+            return {.status = mend_status::locked, .error = 0};
+    }
+    return from_error(disk_.unlink(name_));
+}
+
+outcome draft::make() {
+    if (const outcome named = is_free(); !named.is_done())
+        return named;
+    if (const outcome cleared = clear(); !cleared.is_done())
+        return cleared;
+    opened file = disk_.open(name_, open_mode::make);
+    if (file.error != 0)
+        return from_error(file.error);
+    file_ = std::move(file.file);
+    made_ = true;
+    file_->lock(); // tells others that somebody writes it; where nothing can be locked they are not told
+    return {};
+}
+
+outcome draft::put_in_place() {
+    if (const outcome named = is_free(); !named.is_done())
+        return named; // somebody else may have made one meanwhile
+    const int error = disk_.rename(name_, path_);
+    made_ = made_ && error != 0;
+    return from_error(error);
+}
 
 std::string draft_path_of(const std::string& path) {
     return path + ".kmr-new";
@@ -102,16 +95,12 @@ std::string draft_path_of(const std::string& path) {
 
 outcome write_new_file(disk& on, const std::string& path, scan::byte_source& content, bool replace,
                        const file_facts* never) {
-    draft file(on, path);
-    outcome result = is_free(on, path, replace, never);
+    draft file(on, path, replace, never);
+    outcome result = file.make();
     if (result.is_done())
-        result = file.make(never);
+        result = from_error(fill(file, content));
     if (result.is_done())
-        result = from_error(file.fill(content));
-    if (result.is_done())
-        result = is_free(on, path, replace, never); // somebody else may have made one meanwhile
-    if (result.is_done())
-        result = from_error(file.put_in_place());
+        result = file.put_in_place();
     if (!result.is_done())
         return result;
     const int error = on.sync_folder(path);

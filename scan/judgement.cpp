@@ -6,7 +6,6 @@
 namespace kmr::scan {
 namespace {
 
-constexpr uint16_t mode_mjpeg = 41;
 constexpr uint64_t least_encrypted_size = 64; // frames with less data never count as encrypted
 constexpr size_t most_damaged_numbers = 1024;
 
@@ -49,7 +48,7 @@ void judgement::take(const header_event& header) {
     if (header.state == header_state::implausible)
         findings_.add(
             {.code = finding_code::header_implausible, .offset = 0, .length = KMR_FILE_HEADER_SIZE});
-    if (header.state == header_state::valid && header.header.Mode == mode_mjpeg)
+    if (header.state == header_state::valid && is_mjpeg(header.header))
         result_.codec = video_codec::mjpeg;
     watching_.on_header(header);
 }

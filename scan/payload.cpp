@@ -1,51 +1,15 @@
 #include "scan/payload.hpp"
 
 #include "scan/parameter_sets.hpp"
+#include "scan/units.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace kmr::scan {
 namespace {
 
 constexpr uint8_t short_start[] = {0, 0, 1};
-
-enum class unit_kind : uint8_t { other, video_set, sequence_set, picture_set, random_access, picture };
-
-unit_kind h264_kind(uint8_t first) {
-    switch (first & 0x1F) {
-    case 1:
-    case 2:
-        return unit_kind::picture;
-    case 5:
-        return unit_kind::random_access;
-    case 7:
-        return unit_kind::sequence_set;
-    case 8:
-        return unit_kind::picture_set;
-    default:
-        return unit_kind::other;
-    }
-}
-
-unit_kind h265_kind(uint8_t first) {
-    const unsigned type = first >> 1 & 0x3F;
-    if (type <= 9)
-        return unit_kind::picture;
-    if (type >= 16 && type <= 21)
-        return unit_kind::random_access;
-    switch (type) {
-    case 32:
-        return unit_kind::video_set;
-    case 33:
-        return unit_kind::sequence_set;
-    case 34:
-        return unit_kind::picture_set;
-    default:
-        return unit_kind::other;
-    }
-}
 
 // The header does not tell H.264 from H.265, their units do: an H.265 unit of the base layer has an even first byte and
 // a second one of 1; an H.264 unit that could be taken for it is one of a few kinds that are passed over here.
@@ -58,21 +22,8 @@ video_codec codec_of(uint8_t first, uint8_t second) {
         h265_type <= 9 || (h265_type >= 16 && h265_type <= 21) || (h265_type >= 32 && h265_type <= 40);
     if ((first & 1) == 0 && second == 1 && h265_name)
         return video_codec::h265;
-    return h264_kind(first) == unit_kind::other ? video_codec::unknown : video_codec::h264;
-}
-
-// The byte behind the next start code, `bytes.size()` when there is none. Its last byte is the one that is looked for:
-// zeros are frequent.
-size_t next_unit(std::span<const uint8_t> bytes, size_t from) {
-    for (size_t at = from + sizeof short_start - 1; at < bytes.size(); ++at) {
-        const void* const one = std::memchr(bytes.data() + at, short_start[2], bytes.size() - at);
-        if (one == nullptr)
-            break;
-        at = static_cast<size_t>(static_cast<const uint8_t*>(one) - bytes.data());
-        if (bytes[at - 1] == 0 && bytes[at - 2] == 0)
-            return at + 1;
-    }
-    return bytes.size();
+    return kind_of_unit(video_codec::h264, first) == unit_kind::other ? video_codec::unknown
+                                                                      : video_codec::h264;
 }
 
 bool starts_with_unit(std::span<const uint8_t> payload) {
@@ -80,16 +31,6 @@ bool starts_with_unit(std::span<const uint8_t> payload) {
         payload = payload.subspan(1);
     return payload.size() >= sizeof short_start &&
            std::equal(std::begin(short_start), std::end(short_start), payload.begin());
-}
-
-unit_kind kind_of_unit(video_codec codec, uint8_t first) {
-    return codec == video_codec::h265 ? h265_kind(first) : h264_kind(first);
-}
-
-// The unit alone: `bytes` begins with it and may go on with others.
-std::span<const uint8_t> without_next(std::span<const uint8_t> bytes) {
-    const size_t next = next_unit(bytes, 0);
-    return next == bytes.size() ? bytes : bytes.first(next - sizeof short_start);
 }
 
 void take_unit(payload_look& look, std::span<const uint8_t> unit) {
@@ -115,11 +56,6 @@ void take_unit(payload_look& look, std::span<const uint8_t> unit) {
     case unit_kind::other:
         break;
     }
-}
-
-// Where the codec's own units begin: behind the recorder's, whose bytes may look like anything.
-size_t behind_user_data(std::span<const uint8_t> payload, const user_data_look& user_data) {
-    return user_data.present && !user_data.broken ? std::min(user_data.unit_length, payload.size()) : 0;
 }
 
 } // namespace

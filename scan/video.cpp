@@ -4,6 +4,11 @@
 
 namespace kmr::scan {
 
+bool is_mjpeg(const kmr_file_header& header) {
+    constexpr uint16_t mode_mjpeg = 41;
+    return header.Mode == mode_mjpeg;
+}
+
 bool is_plausible(picture_size size) {
     kmr_file_header header = {};
     header.Width = static_cast<uint16_t>(size.width);

@@ -1,11 +1,16 @@
 // What is said about a recording's video.
 #pragma once
 
+#include "analyse/format/file_header.h"
+
 #include <cstdint>
 
 namespace kmr::scan {
 
 enum class video_codec : uint8_t { unknown, h264, h265, mjpeg };
+
+// The one coding that a file header names; the others are told apart by the video itself.
+bool is_mjpeg(const kmr_file_header& header);
 
 struct picture_size {
     uint32_t width = 0;

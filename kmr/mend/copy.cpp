@@ -6,9 +6,9 @@
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mended_copy.hpp"
 #include "kmr/option_checks.hpp"
-#include "kmr/output/progress.hpp"
 #include "kmr/place_options.hpp"
-#include "kmr/start_time.hpp"
+#include "kmr/stream_place.hpp"
+#include "kmr/told_source.hpp"
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
@@ -16,32 +16,6 @@
 
 namespace kmr::program {
 namespace {
-
-// Somebody else's bytes, on their way: on a terminal it is told how far they have come.
-class told_source final : public scan::byte_source {
-public:
-    told_source(scan::byte_source& source, output::messages& err) : source_(source) {
-        if (err.on_terminal())
-            progress_.emplace(err, output::work_done{1, source.size()});
-    }
-    void be_quiet() { progress_.reset(); }
-
-    uint64_t size() const override { return source_.size(); }
-    // What a recorder writes on behind what was there changes no frame of it.
-    scan::source_change change() const override {
-        const scan::source_change what = source_.change();
-        return what == scan::source_change::grown ? scan::source_change::none : what;
-    }
-    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        if (progress_)
-            progress_->show({0, offset});
-        return source_.read_at(offset, into);
-    }
-
-private:
-    scan::byte_source& source_;
-    std::optional<output::progress> progress_ = {};
-};
 
 // Why there is no copy; empty where there is one.
 std::string words_for(const mend::copy_plan& plan) {
@@ -94,8 +68,8 @@ public:
         if (const std::string why = why_not_written(disk, names_); !why.empty())
             return refuse(names_.to, why, with);
         mend::span span;
-        if (!take_bound(from, span.from, *opened.source, with) ||
-            !take_bound(to, span.to, *opened.source, with))
+        stream_places places(from_, *opened.source, with);
+        if (!places.take(from, span.from) || !places.take(to, span.to))
             return exit_status::failed;
         return copy_span(disk, *opened.source, span, with);
     }
@@ -104,30 +78,6 @@ private:
     static exit_status refuse(const std::string& path, const std::string& why, session& with) {
         with.err.say(path, why);
         return exit_status::failed;
-    }
-
-    bool take_bound(const std::optional<frame_place>& place, std::optional<mend::span_bound>& into,
-                    scan::byte_source& source, session& with) {
-        using bound = mend::span_bound;
-        if (!place)
-            return true;
-        if (place->in == frame_place::unit::number && place->value > int64_t{UINT32_MAX}) {
-            with.err.say(std::to_string(place->value), "no frame has such a number");
-            return false;
-        }
-        into = bound{bound::unit::stream_ms, place->value};
-        if (place->in == frame_place::unit::number)
-            into->in = bound::unit::frame_number;
-        if (place->in != frame_place::unit::wall_time)
-            return true;
-        if (!start_ms_)
-            start_ms_ = start_of(source, with);
-        if (!start_ms_) {
-            with.err.say(from_, "nothing tells when it was recorded; name a stream time or a frame number");
-            return false;
-        }
-        into->value -= *start_ms_;
-        return true;
     }
 
     exit_status copy_span(mend::disk& disk, scan::byte_source& recording, const mend::span& span,
@@ -151,7 +101,6 @@ private:
     std::string from_ = {};
     copy_names names_ = {};
     place_options places_ = {};
-    std::optional<int64_t> start_ms_ = {}; // once it was asked for
 };
 
 } // namespace

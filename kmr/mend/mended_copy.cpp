@@ -2,47 +2,12 @@
 
 #include "kmr/judged_file.hpp"
 #include "kmr/mend/mend_words.hpp"
+#include "kmr/mend/noted_signals.hpp"
 
 #include <cerrno>
-#include <csignal>
-#include <utility>
 
 namespace kmr::program {
 namespace {
-
-volatile std::sig_atomic_t ended_by = 0;
-
-extern "C" void note_signal(int number) {
-    ended_by = number;
-}
-
-// Notes what would end the program, so that the unfinished file can go first; then it ends by it. What was ignored
-// stays so.
-class noted_signals {
-public:
-    noted_signals() {
-        for (size_t i = 0; i < std::size(numbers); ++i) {
-            sigaction(numbers[i], nullptr, &before_[i]);
-            if (before_[i].sa_handler == SIG_IGN)
-                continue;
-            struct sigaction noting = {};
-            noting.sa_handler = note_signal;
-            sigaction(numbers[i], &noting, nullptr);
-        }
-    }
-    ~noted_signals() {
-        for (size_t i = 0; i < std::size(numbers); ++i)
-            sigaction(numbers[i], &before_[i], nullptr);
-        if (ended_by != 0)
-            std::raise(ended_by);
-    }
-    noted_signals(const noted_signals&) = delete;
-    noted_signals& operator=(const noted_signals&) = delete;
-
-private:
-    static constexpr int numbers[] = {SIGINT, SIGTERM, SIGHUP};
-    struct sigaction before_[std::size(numbers)] = {};
-};
 
 // Stops where the program is to end, and behind the last byte where the original is no longer what was planned for.
 class watched_content final : public scan::byte_source {
@@ -52,7 +17,7 @@ public:
 
     uint64_t size() const override { return content_.size(); }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        if (ended_by != 0)
+        if (noted_signals::any())
             return {.count = 0, .error = EINTR};
         const scan::read_result read = content_.read_at(offset, into);
         if (!read.failed() && offset + read.count >= size() &&
@@ -99,6 +64,10 @@ std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byt
         watched_content watched(content, original);
         result = mend::write_new_file(on, names.to, watched, names.replace, &from);
     }
+    return why_not_there(result);
+}
+
+std::string why_not_there(const mend::outcome& result) {
     if (result.status == mend::mend_status::is_a_link)
         return "a symbolic link: nothing is written through it";
     if (result.error == EEXIST)
