@@ -32,6 +32,9 @@ purpose() {
         libcli11-dev) echo "header CLI/CLI.hpp" ;;
         rapidjson-dev) echo "header rapidjson/writer.h" ;;
         libsqlite3-dev) echo "header sqlite3.h" ;;
+        libavformat-dev) echo "header libavformat/avformat.h" ;;
+        libavcodec-dev) echo "header libavcodec/avcodec.h" ;;
+        libavutil-dev) echo "header libavutil/avutil.h" ;;
         googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
         qemu-utils) echo "program qemu-img" ;;
         e2fsprogs) echo "file /sbin/mke2fs" ;;

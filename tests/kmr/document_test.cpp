@@ -58,6 +58,12 @@ TEST_F(DocumentTest, ShowsWhatACopyIs) {
                                         {"copy", "--from", "0:01.5", "disk/demo.kmr", "disk/part.kmr"})));
 }
 
+TEST_F(DocumentTest, ShowsWhatAnExtractionTells) {
+    const auto told = place_.kmr({"extract", "disk/hit.kmr", "-o", "disk/hit.h264"}); // of any suffix
+    EXPECT_EQ(told.status, 1);
+    EXPECT_THAT(guide_, HasSubstr("$ kmr extract disk/hit.kmr -o disk/hit.mp4\n" + told.err + "```\n"));
+}
+
 TEST_F(DocumentTest, BeginsWithWhatTheProgramPrints) {
     const std::string first_screen = scratch::read_text(KMR_SOURCES "/README.md");
     const auto checked = place_.kmr({"check", "-v", "disk"});

@@ -1,0 +1,271 @@
+// kmr extract: what a recording holds, for players.
+#include "convert/extract.hpp"
+#include "convert/container.hpp"
+#include "convert/elementary_stream.hpp"
+#include "kmr/commands.hpp"
+#include "kmr/extract/extract_words.hpp"
+#include "kmr/extract/output_kinds.hpp"
+#include "kmr/judged_file.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mended_copy.hpp"
+#include "kmr/mend/noted_signals.hpp"
+#include "kmr/option_checks.hpp"
+#include "kmr/place_options.hpp"
+#include "kmr/stream_place.hpp"
+#include "kmr/told_source.hpp"
+#include "mend/new_file.hpp"
+#include "mend/plain_disk.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <filesystem>
+#include <unistd.h>
+
+namespace kmr::program {
+namespace {
+
+class draft_sink final : public convert::byte_sink {
+public:
+    explicit draft_sink(mend::draft& into) : into_(into) {}
+    int write_at(uint64_t offset, std::span<const uint8_t> bytes) override {
+        return noted_signals::any() ? EINTR : into_.write_at(offset, bytes);
+    }
+
+private:
+    mend::draft& into_;
+};
+
+// Ends where the program is to end.
+class stoppable_source final : public scan::byte_source {
+public:
+    explicit stoppable_source(scan::byte_source& source) : source_(source) {}
+    uint64_t size() const override { return source_.size(); }
+    scan::source_change change() const override { return source_.change(); }
+    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
+        if (noted_signals::any())
+            return {.count = 0, .error = EINTR};
+        return source_.read_at(offset, into);
+    }
+
+private:
+    scan::byte_source& source_;
+};
+
+// Standard output, which ends the program by itself where it cannot be written.
+class output_sink final : public convert::byte_sink {
+public:
+    explicit output_sink(output::standard_output& into) : into_(into) {}
+    int write_at(uint64_t, std::span<const uint8_t> bytes) override {
+        into_.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        return 0;
+    }
+
+private:
+    output::standard_output& into_;
+};
+
+// A second that is named is part of the span, to its end. Numbers are those of the first frame that is not.
+void include_second(std::optional<frame_place>& place) {
+    constexpr int64_t second = 1000;
+    if (!place || place->in == frame_place::unit::number)
+        return;
+    const int64_t into_it = (place->value % second + second) % second;
+    place->value += second - into_it;
+}
+
+struct named_sound {
+    std::string_view name;
+    convert::sound_coding coding;
+};
+
+constexpr named_sound sounds[] = {{"alaw", convert::sound_coding::alaw},
+                                  {"mulaw", convert::sound_coding::mulaw},
+                                  {"s16le", convert::sound_coding::s16le},
+                                  {"u8", convert::sound_coding::u8}};
+
+class extract final : public command {
+public:
+    void add_options(CLI::App& to) override {
+        to.add_option("FILE", names_.from, "A recording")->required();
+        to.add_option("-o,--output", names_.to,
+                      "By its suffix: video alone (.h264, .h265, .mjpeg), sound alone (.raw); - is standard "
+                      "output, for video")
+            ->required()
+            ->option_text("OUT")
+            ->check(not_empty());
+        places_.add(to);
+        to.add_option("--audio", sound_,
+                      "With the sound, in .mp4 and .mkv: how it is coded, which no recording says")
+            ->option_text("alaw|mulaw|s16le|u8")
+            ->check(CLI::IsMember({"alaw", "mulaw", "s16le", "u8"}));
+        to.add_option(
+              "--close-pauses", close_pauses_,
+              "In .mp4 and .mkv: steps of the clock that are longer than this many seconds become as long as "
+              "the one before")
+            ->option_text("SECONDS")
+            ->check(CLI::Range(0.0, 2147483.0));
+        to.add_flag("--keep-damaged", options_.keep_damaged,
+                    "Leave out nothing but encrypted frames, whether a player can make sense of it or not");
+        to.add_flag("--strip-user-data", options_.strip_user_data,
+                    "Without the recorder's own unit in front of each picture");
+        to.add_flag("--force", names_.replace, "Replace OUT where it is there already; never FILE");
+    }
+
+    exit_status work(session& with) override {
+        if (!find_form(with))
+            return exit_status::failed;
+        std::optional<frame_place> from;
+        std::optional<frame_place> to;
+        if (!places_.read(with, from, to))
+            return exit_status::failed;
+        include_second(to);
+        const std::string path = names_.from;
+        const scan::opened_file opened = scan::file_source::open(path.c_str());
+        if (opened.status != scan::open_status::opened)
+            return refuse(path, problem_of(opened), with);
+        std::error_code error;
+        names_.from = std::filesystem::canonical(path, error).string(); // a link is followed
+        if (error)
+            return refuse(path, error.message(), with);
+        mend::plain_disk disk;
+        if (const std::string why = to_output() ? "" : why_not_written(disk, names_); !why.empty())
+            return refuse(names_.to, why, with);
+        stream_places places(path, *opened.source, with);
+        if (!places.take(from, options_.span.from) || !places.take(to, options_.span.to))
+            return exit_status::failed;
+        told_source source(*opened.source, with.err);
+        return to_output() ? write_output(path, source, with) : write_file(path, disk, source, with);
+    }
+
+private:
+    bool to_output() const { return names_.to == "-"; }
+
+    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
+        with.err.say(path, why);
+        return exit_status::failed;
+    }
+
+    bool find_form(session& with) {
+        if (to_output()) {
+            if (isatty(STDOUT_FILENO) == 1)
+                with.err.say("standard output is a terminal, and a stream is nothing to read");
+            return isatty(STDOUT_FILENO) != 1;
+        }
+        kind_ = output_kind_of(names_.to);
+        if (kind_ == nullptr)
+            return say_no("nothing is made for such a suffix; there are " + output_suffixes(), with);
+        const bool contained = kind_->form == output_form::container;
+        if (contained && !convert::has_containers())
+            return say_no("built without libavformat, this program makes no .mp4 and no .mkv; there are " +
+                              output_suffixes(),
+                          with);
+        if (!contained && (!sound_.empty() || close_pauses_))
+            return say_no("--audio and --close-pauses are for .mp4 and .mkv", with);
+        return true;
+    }
+
+    bool say_no(const std::string& why, session& with) const {
+        with.err.say(names_.to, why);
+        return false;
+    }
+
+    convert::container_options container() const {
+        convert::container_options of;
+        of.format = kind_->suffix == ".mkv" ? convert::container_format::mkv : convert::container_format::mp4;
+        if (!sound_.empty())
+            of.sound = std::find_if(std::begin(sounds), std::end(sounds) - 1, [&](const named_sound& each) {
+                           return each.name == sound_;
+                       })->coding;
+        if (close_pauses_)
+            of.longest_step_ms = static_cast<int64_t>(std::llround(*close_pauses_ * 1000));
+        return of;
+    }
+
+    std::unique_ptr<convert::stream_output> stream_into(convert::byte_sink& sink) const {
+        using part = convert::elementary_stream::part;
+        if (kind_ == nullptr)
+            return std::make_unique<convert::elementary_stream>(sink, part::video);
+        if (kind_->form == output_form::sound)
+            return std::make_unique<convert::elementary_stream>(sink, part::audio);
+        if (kind_->form == output_form::container)
+            return convert::make_container(sink, container());
+        return std::make_unique<convert::elementary_stream>(sink, part::video, kind_->coding);
+    }
+
+    // A stream that is to get a name, or is out already.
+    exit_status tell(const std::string& path, const convert::extracted& result, session& with) const {
+        if (const std::string left = words_for(result); !left.empty())
+            with.err.say(path, left);
+        const bool lost = result.left.seen_frames() != 0 || result.left.torn_bytes != 0;
+        return lost ? exit_status::found : exit_status::sound;
+    }
+
+    exit_status write_output(const std::string& path, told_source& source, session& with) const {
+        output_sink sink(with.out);
+        const auto stream = stream_into(sink);
+        const convert::extracted result = convert::extract(source, options_, *stream);
+        with.out.flush();
+        source.be_quiet();
+        const exit_status status = tell(path, result, with);
+        if (result.status != convert::extract_status::done)
+            return refuse(path, why_no_stream(result), with);
+        if (result.judged.changed)
+            return refuse(path, "was changed while it was read", with);
+        return status;
+    }
+
+    exit_status write_file(const std::string& path, mend::disk& disk, told_source& source,
+                           session& with) const {
+        take_size_limits_as_errors();
+        mend::file_facts original;
+        if (const int error = disk.look(names_.from, original))
+            return refuse(path, words_of(error), with);
+        const noted_signals until_whole;
+        mend::draft file(disk, names_.to, names_.replace, &original);
+        if (const mend::outcome made = file.make(); !made.is_done())
+            return refuse(names_.to, why_not_there(made), with);
+        draft_sink sink(file);
+        const auto stream = stream_into(sink);
+        stoppable_source stoppable(source);
+        const convert::extracted result = convert::extract(stoppable, options_, *stream);
+        source.be_quiet();
+        if (noted_signals::any())
+            return exit_status::failed; // it ends by the signal
+        const exit_status status = tell(path, result, with);
+        if (result.end.why == convert::stop_reason::not_written)
+            return refuse(names_.to, words_of(result.end.error), with);
+        if (result.status != convert::extract_status::done)
+            return refuse(path, why_no_stream(result), with);
+        if (result.judged.changed)
+            return refuse(names_.to, "the recording was changed meanwhile; nothing was written", with);
+        if (const mend::outcome named = file.put_in_place(); !named.is_done())
+            return refuse(names_.to, why_not_there(named), with);
+        return status;
+    }
+
+    copy_names names_ = {};
+    place_options places_ = {};
+    convert::extract_options options_ = {};
+    std::string sound_ = {};
+    std::optional<double> close_pauses_ = {};
+    const output_kind* kind_ = nullptr;
+};
+
+} // namespace
+
+const command_kind extract_command = {
+    "extract",
+    "Takes video or sound out of a recording, for players",
+    "  kmr extract recording.kmr -o video.mp4                          for any player\n"
+    "  kmr extract recording.kmr -o video.mkv --audio alaw             with the sound\n"
+    "  kmr extract recording.kmr -o video.h264                         the video, bit for bit\n"
+    "  kmr extract recording.kmr -o - | ffplay -                       into a player\n"
+    "  kmr extract --from 1:30 --to 2:00 recording.kmr -o part.mp4     half a minute\n"
+    "  kmr extract recording.kmr -o sound.raw                          the sound alone\n",
+    make_command<extract>,
+    "Exit status: 0 written; 1 written, and something was left out; 2 nothing was written.",
+};
+
+} // namespace kmr::program
