@@ -205,7 +205,7 @@ private:
         if (options_.format == container_format::mp4)
             av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
         else
-            av_dict_set(&settings, "write_crc", "0", 0); // sums over all the data, which few players look at
+            av_dict_set(&settings, "write_crc32", "0", 0); // sums over all the data, which few players look at
         const int result = avformat_write_header(context_, &settings);
         av_dict_free(&settings);
         return result;
