@@ -194,7 +194,7 @@ private:
         if (made < 0 || packet_ == nullptr || file_.context() == nullptr)
             return end_of(AVERROR(ENOMEM));
         context_->pb = file_.context();
-        context_->flush_packets = 0; // written when the buffer is full
+        context_->flush_packets = 0;                                   // written when the buffer is full
         context_->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT; // the same file every time
         const bool added = add_video(codec, size) && (!options_.sound || add_sound());
         return end_of(added ? write_header() : AVERROR(ENOMEM));
@@ -205,7 +205,8 @@ private:
         if (options_.format == container_format::mp4)
             av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
         else
-            av_dict_set(&settings, "write_crc32", "0", 0); // sums over all the data, which few players look at
+            av_dict_set(&settings, "write_crc32", "0",
+                        0); // sums over all the data, which few players look at
         const int result = avformat_write_header(context_, &settings);
         av_dict_free(&settings);
         return result;

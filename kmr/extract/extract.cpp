@@ -148,15 +148,14 @@ private:
     }
 
     bool find_form(session& with) {
-        if (to_output()) {
-            if (isatty(STDOUT_FILENO) == 1)
-                with.err.say("standard output is a terminal, and a stream is nothing to read");
-            return isatty(STDOUT_FILENO) != 1;
+        if (to_output() && isatty(STDOUT_FILENO) == 1) {
+            with.err.say("standard output is a terminal, and a stream is nothing to read");
+            return false;
         }
-        kind_ = output_kind_of(names_.to);
-        if (kind_ == nullptr)
+        kind_ = to_output() ? nullptr : output_kind_of(names_.to);
+        if (kind_ == nullptr && !to_output())
             return say_no("nothing is made for such a suffix; there are " + output_suffixes(), with);
-        const bool contained = kind_->form == output_form::container;
+        const bool contained = kind_ != nullptr && kind_->form == output_form::container;
         if (contained && !convert::has_containers())
             return say_no("built without libavformat, this program makes no .mp4 and no .mkv; there are " +
                               output_suffixes(),

@@ -53,7 +53,7 @@ TEST_F(ExtractFilesTest, UnknownSuffixesAreRefused) {
 
 TEST_F(ExtractFilesTest, OptionsOfContainersAreRefusedElsewhere) {
     for (const words& option : {words{"--audio", "alaw"}, words{"--close-pauses", "2"}})
-        for (const std::string name : {"b.h264", "b.raw"})
+        for (const std::string name : {"b.h264", "b.raw", "-"})
             expect_refused({"a.kmr", "-o", name, option[0], option[1]},
                            name + ": --audio and --close-pauses are for .mp4 and .mkv");
     EXPECT_EQ(extract({"a.kmr", "-o", "b.mkv", "--audio", "mp3"}).status, 2);

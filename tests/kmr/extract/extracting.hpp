@@ -22,7 +22,7 @@ protected:
     // Status 2, these words, and no file more or less.
     void expect_refused(const words& arguments, const std::string& message) const;
 
-    const workplace place_;
+    workplace place_;
 };
 
 } // namespace kmr_test
