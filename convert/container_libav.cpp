@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <dlfcn.h>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 extern "C" {
@@ -18,16 +20,73 @@ namespace {
 
 constexpr AVRational milliseconds = {1, 1000};
 
+// Loaded when a container is wanted: it brings more than a hundred other libraries along, which every start of the program
+// would have to wait for.
+struct libav_calls {
+    decltype(&::av_malloc) av_malloc = nullptr;
+    decltype(&::av_mallocz) av_mallocz = nullptr;
+    decltype(&::av_free) av_free = nullptr;
+    decltype(&::av_freep) av_freep = nullptr;
+    decltype(&::avio_alloc_context) avio_alloc_context = nullptr;
+    decltype(&::avio_context_free) avio_context_free = nullptr;
+    decltype(&::av_log_set_level) av_log_set_level = nullptr;
+    decltype(&::av_packet_alloc) av_packet_alloc = nullptr;
+    decltype(&::av_packet_free) av_packet_free = nullptr;
+    decltype(&::av_packet_rescale_ts) av_packet_rescale_ts = nullptr;
+    decltype(&::av_packet_unref) av_packet_unref = nullptr;
+    decltype(&::avformat_alloc_output_context2) avformat_alloc_output_context2 = nullptr;
+    decltype(&::avformat_free_context) avformat_free_context = nullptr;
+    decltype(&::avformat_new_stream) avformat_new_stream = nullptr;
+    decltype(&::avformat_write_header) avformat_write_header = nullptr;
+    decltype(&::av_dict_set) av_dict_set = nullptr;
+    decltype(&::av_dict_free) av_dict_free = nullptr;
+    decltype(&::av_strerror) av_strerror = nullptr;
+    decltype(&::av_channel_layout_default) av_channel_layout_default = nullptr;
+    decltype(&::av_write_frame) av_write_frame = nullptr;
+    decltype(&::av_write_trailer) av_write_trailer = nullptr;
+
+    bool load() {
+        const std::string name = "libavformat.so." + std::to_string(LIBAVFORMAT_VERSION_MAJOR);
+        void* const from = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (from == nullptr)
+            return false;
+        const auto find = [&](auto& call, const char* of) {
+            call = reinterpret_cast<std::remove_reference_t<decltype(call)>>(dlsym(from, of));
+            return call != nullptr;
+        };
+        return find(av_malloc, "av_malloc") && find(av_mallocz, "av_mallocz") && find(av_free, "av_free") &&
+               find(av_freep, "av_freep") && find(avio_alloc_context, "avio_alloc_context") &&
+               find(avio_context_free, "avio_context_free") && find(av_log_set_level, "av_log_set_level") &&
+               find(av_packet_alloc, "av_packet_alloc") && find(av_packet_free, "av_packet_free") &&
+               find(av_packet_rescale_ts, "av_packet_rescale_ts") &&
+               find(av_packet_unref, "av_packet_unref") &&
+               find(avformat_alloc_output_context2, "avformat_alloc_output_context2") &&
+               find(avformat_free_context, "avformat_free_context") &&
+               find(avformat_new_stream, "avformat_new_stream") &&
+               find(avformat_write_header, "avformat_write_header") && find(av_dict_set, "av_dict_set") &&
+               find(av_dict_free, "av_dict_free") && find(av_strerror, "av_strerror") &&
+               find(av_channel_layout_default, "av_channel_layout_default") &&
+               find(av_write_frame, "av_write_frame") && find(av_write_trailer, "av_write_trailer");
+    }
+};
+
+// Null where the library is not there.
+const libav_calls* libav() {
+    static libav_calls calls;
+    static const bool loaded = calls.load();
+    return loaded ? &calls : nullptr;
+}
+
 // The library's own view of a sink.
 class libav_file {
 public:
     explicit libav_file(byte_sink& into) : into_(into) {
         constexpr int buffer_size = 1 << 20;
-        auto* const buffer = static_cast<unsigned char*>(av_malloc(buffer_size));
+        auto* const buffer = static_cast<unsigned char*>(libav()->av_malloc(buffer_size));
         if (buffer == nullptr)
             return;
         // The library's versions differ in whether the bytes are constant.
-        context_ = avio_alloc_context(
+        context_ = libav()->avio_alloc_context(
             buffer, buffer_size, 1, this, nullptr,
             [](void* self, auto* bytes, int length) {
                 return static_cast<libav_file*>(self)->write(bytes, length);
@@ -36,12 +95,12 @@ public:
                 return static_cast<libav_file*>(self)->seek(offset, whence);
             });
         if (context_ == nullptr)
-            av_free(buffer);
+            libav()->av_free(buffer);
     }
     ~libav_file() {
         if (context_ != nullptr)
-            av_freep(&context_->buffer);
-        avio_context_free(&context_);
+            libav()->av_freep(&context_->buffer);
+        libav()->avio_context_free(&context_);
     }
     libav_file(const libav_file&) = delete;
     libav_file& operator=(const libav_file&) = delete;
@@ -122,11 +181,11 @@ stream_end stopped(stop_reason why, uint32_t number) {
 class libav_container final : public stream_output {
 public:
     libav_container(byte_sink& into, const container_options& options) : file_(into), options_(options) {
-        av_log_set_level(AV_LOG_QUIET); // what goes wrong is returned, and told by whoever called
+        libav()->av_log_set_level(AV_LOG_QUIET); // what goes wrong is returned, and told by whoever called
     }
     ~libav_container() override {
-        av_packet_free(&packet_);
-        avformat_free_context(context_);
+        libav()->av_packet_free(&packet_);
+        libav()->avformat_free_context(context_);
     }
 
     void begin(const kmr_file_header* header) override {
@@ -158,7 +217,7 @@ public:
     stream_end finish() override {
         if (stream_end written = write_held(held_at_ + stamps_.last_step()); !written.is_good())
             return written;
-        return end_of(av_write_trailer(context_));
+        return end_of(libav()->av_write_trailer(context_));
     }
 
     bool has_any() const override { return !held_.empty(); }
@@ -170,7 +229,7 @@ private:
         if (file_.error() != 0)
             return end_of_write(file_.error());
         char words[AV_ERROR_MAX_STRING_SIZE] = {};
-        av_strerror(result, words, sizeof words);
+        libav()->av_strerror(result, words, sizeof words);
         return {.why = stop_reason::container, .error = 0, .number = 0, .words = words};
     }
 
@@ -189,8 +248,9 @@ private:
         if (options_.sound && !has_sound_format())
             return stopped(stop_reason::no_sound_format, first.number);
         sets_ = first.sets;
-        const int made = avformat_alloc_output_context2(&context_, nullptr, name_of(options_), nullptr);
-        packet_ = av_packet_alloc();
+        const int made =
+            libav()->avformat_alloc_output_context2(&context_, nullptr, name_of(options_), nullptr);
+        packet_ = libav()->av_packet_alloc();
         if (made < 0 || packet_ == nullptr || file_.context() == nullptr)
             return end_of(AVERROR(ENOMEM));
         context_->pb = file_.context();
@@ -203,12 +263,12 @@ private:
     int write_header() {
         AVDictionary* settings = nullptr;
         if (options_.format == container_format::mp4)
-            av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
+            libav()->av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
         else
-            av_dict_set(&settings, "write_crc32", "0",
-                        0); // sums over all the data, which few players look at
-        const int result = avformat_write_header(context_, &settings);
-        av_dict_free(&settings);
+            libav()->av_dict_set(&settings, "write_crc32", "0",
+                                 0); // sums over all the data, which few players look at
+        const int result = libav()->avformat_write_header(context_, &settings);
+        libav()->av_dict_free(&settings);
         return result;
     }
 
@@ -220,7 +280,7 @@ private:
     }
 
     bool add_video(AVCodecID codec, scan::picture_size size) {
-        AVStream* const stream = avformat_new_stream(context_, nullptr);
+        AVStream* const stream = libav()->avformat_new_stream(context_, nullptr);
         if (stream == nullptr)
             return false;
         stream->time_base = milliseconds;
@@ -233,7 +293,8 @@ private:
             of.codec_tag = MKTAG('h', 'v', 'c', '1'); // the one that every player takes
         if (!sets_)
             return true;
-        of.extradata = static_cast<uint8_t*>(av_mallocz(sets_->size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        of.extradata =
+            static_cast<uint8_t*>(libav()->av_mallocz(sets_->size() + AV_INPUT_BUFFER_PADDING_SIZE));
         if (of.extradata == nullptr)
             return false;
         std::copy(sets_->begin(), sets_->end(), of.extradata);
@@ -242,7 +303,7 @@ private:
     }
 
     bool add_sound() {
-        AVStream* const stream = avformat_new_stream(context_, nullptr);
+        AVStream* const stream = libav()->avformat_new_stream(context_, nullptr);
         if (stream == nullptr)
             return false;
         const sound_format format = format_of(*options_.sound, header_.AudioSample, header_.AChannels);
@@ -252,7 +313,7 @@ private:
         of.codec_type = AVMEDIA_TYPE_AUDIO;
         of.codec_id = codec_of(*options_.sound);
         of.sample_rate = static_cast<int>(format.rate);
-        av_channel_layout_default(&of.ch_layout, static_cast<int>(format.channels));
+        libav()->av_channel_layout_default(&of.ch_layout, static_cast<int>(format.channels));
         of.bits_per_coded_sample = static_cast<int>(format.sample_bytes * 8);
         of.block_align = static_cast<int>(format.block());
         of.bit_rate = int64_t{format.rate} * format.block() * 8;
@@ -268,9 +329,9 @@ private:
         packet_->pts = packet_->dts = at;
         packet_->duration = duration;
         packet_->flags = starts ? AV_PKT_FLAG_KEY : 0;
-        av_packet_rescale_ts(packet_, base, context_->streams[stream]->time_base);
-        const int result = av_write_frame(context_, packet_);
-        av_packet_unref(packet_);
+        libav()->av_packet_rescale_ts(packet_, base, context_->streams[stream]->time_base);
+        const int result = libav()->av_write_frame(context_, packet_);
+        libav()->av_packet_unref(packet_);
         return result;
     }
 
@@ -331,10 +392,12 @@ private:
 } // namespace
 
 bool has_containers() {
-    return true;
+    return libav() != nullptr;
 }
 
 std::unique_ptr<stream_output> make_container(byte_sink& into, const container_options& options) {
+    if (!has_containers())
+        return nullptr;
     return std::make_unique<libav_container>(into, options);
 }
 

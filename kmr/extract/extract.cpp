@@ -157,7 +157,7 @@ private:
             return say_no("nothing is made for such a suffix; there are " + output_suffixes(), with);
         const bool contained = kind_ != nullptr && kind_->form == output_form::container;
         if (contained && !convert::has_containers())
-            return say_no("built without libavformat, this program makes no .mp4 and no .mkv; there are " +
+            return say_no("without libavformat this program makes no .mp4 and no .mkv; there are " +
                               output_suffixes(),
                           with);
         if (!contained && (!sound_.empty() || close_pauses_))

@@ -37,9 +37,9 @@ TEST_F(ExtractFilesTest, UnknownSuffixesAreRefused) {
 #ifdef KMR_WITHOUT_CONTAINERS
     const std::string there = ".h264, .h265, .mjpeg, .raw";
     for (const std::string name : {"b.mp4", "b.mkv"})
-        expect_refused(
-            {"a.kmr", "-o", name},
-            name + ": built without libavformat, this program makes no .mp4 and no .mkv; there are " + there);
+        expect_refused({"a.kmr", "-o", name},
+                       name + ": without libavformat this program makes no .mp4 and no .mkv; there are " +
+                           there);
 #else
     const std::string there = ".h264, .h265, .mjpeg, .raw, .mp4, .mkv";
 #endif
