@@ -98,6 +98,21 @@ void append_json(std::string& to, std::string_view from) {
     to += '"';
 }
 
+void append_xml(std::string& to, std::string_view from) {
+    for_each_character(from, [&](const utf8_character& each, std::string_view bytes) {
+        constexpr std::string_view special = "&<>\"'";
+        constexpr std::string_view written[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;"};
+        const bool is_none =
+            (each.code & 0xFFFE) == 0xFFFE; // the last two of each plane, whatever the encoding
+        if (!each.valid || is_control(each.code) || is_none)
+            append_bytes(to, bytes, "\\x");
+        else if (const size_t at = special.find(bytes); at != std::string_view::npos)
+            to += written[at];
+        else
+            to += bytes;
+    });
+}
+
 std::string text(std::string_view from) {
     std::string clean;
     append_text(clean, from);

@@ -17,6 +17,9 @@ void append_csv(std::string& to, std::string_view from);
 // them back; bytes that are not UTF-8 become \xhh here too.
 void append_json(std::string& to, std::string_view from);
 
+// For the text and the values of attributes in XML. What stands for no character there becomes \xhh as well.
+void append_xml(std::string& to, std::string_view from);
+
 std::string text(std::string_view from);
 
 } // namespace kmr::output

@@ -19,6 +19,12 @@ std::string json(std::string_view from) {
     return to;
 }
 
+std::string xml(std::string_view from) {
+    std::string to;
+    kmr::output::append_xml(to, from);
+    return to;
+}
+
 TEST(TextTest, StaysAsItIs) {
     EXPECT_EQ(text(""), "");
     EXPECT_EQ(text("a b\\c\"d"), "a b\\c\"d");
@@ -47,6 +53,18 @@ TEST(CsvTest, QuotesWhereItMust) {
     EXPECT_EQ(csv("a,b"), "\"a,b\"");
     EXPECT_EQ(csv("a\"b"), "\"a\"\"b\"");
     EXPECT_EQ(csv("a\nb\xFF"), "a\\x0ab\\xff");
+}
+
+TEST(XmlTextTest, HoldsNoMarkup) {
+    EXPECT_EQ(xml("plain"), "plain");
+    EXPECT_EQ(xml("<a b=\"c\" d='e'>&amp;"), "&lt;a b=&quot;c&quot; d=&#39;e&#39;&gt;&amp;amp;");
+    EXPECT_EQ(xml("T\xC3\xBCr"), "T\xC3\xBCr");
+}
+
+TEST(XmlTextTest, HoldsNothingThatXmlDoesNotKnow) {
+    EXPECT_EQ(xml("a\n\x1B\xFF\xE2\x80\xAE"), "a\\x0a\\x1b\\xff\\xe2\\x80\\xae");
+    EXPECT_EQ(xml("\xEF\xBF\xBE\xEF\xBF\xBF"), "\\xef\\xbf\\xbe\\xef\\xbf\\xbf"); // U+FFFE, U+FFFF
+    EXPECT_EQ(xml("\xEF\xBF\xBD"), "\xEF\xBF\xBD");                               // U+FFFD
 }
 
 TEST(JsonTextTest, EscapesInItsOwnWay) {
