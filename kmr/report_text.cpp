@@ -1,7 +1,6 @@
 #include "kmr/report_text.hpp"
 
 #include "kmr/output/numbers.hpp"
-#include "kmr/output/times.hpp"
 
 namespace kmr::program {
 
@@ -51,6 +50,29 @@ void append_repair(std::string& to, const scan::report& judged) {
     output::append_stream_time(to += " bytes, ", judged.duration_ms.value_or(0));
     append_number(to += ", loses ", judged.repair.bytes_lost);
     to += " bytes";
+}
+
+void append_span(std::string& to, const scan::report& judged, output::clock& clock) {
+    if (!judged.duration_ms)
+        return;
+    if (judged.start_ms) {
+        to += clock.iso_text(*judged.start_ms);
+        to += " to ";
+        to += clock.iso_text(*judged.start_ms + *judged.duration_ms);
+        to += judged.start_from_index ? ", " : " (by the header), ";
+    }
+    output::append_stream_time(to, *judged.duration_ms);
+}
+
+void append_frame_counts(std::string& to, const scan::frame_counts& frames) {
+    append_number(to, frames.total);
+    append_number(to += ": ", frames.i);
+    append_number(to += " I, ", frames.p);
+    append_number(to += " P, ", frames.inserted);
+    append_number(to += " inserted; ", frames.encrypted);
+    append_number(to += " encrypted, ", frames.damaged);
+    append_number(to += " damaged, ", frames.lost);
+    to += " lost";
 }
 
 } // namespace kmr::program

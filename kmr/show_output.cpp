@@ -114,27 +114,13 @@ private:
     void append_span() {
         if (!judged_.duration_ms)
             return;
-        line("span");
-        if (judged_.start_ms) {
-            to_ += clock_.iso_text(*judged_.start_ms);
-            to_ += " to ";
-            to_ += clock_.iso_text(*judged_.start_ms + *judged_.duration_ms);
-            to_ += judged_.start_from_index ? ", " : " (by the header), ";
-        }
-        output::append_stream_time(to_, *judged_.duration_ms);
+        program::append_span(line("span"), judged_, clock_);
         to_ += '\n';
     }
 
     void append_frames() {
-        const scan::frame_counts& frames = judged_.frames;
-        append_number(line("frames"), frames.total);
-        append_number(to_ += ": ", frames.i);
-        append_number(to_ += " I, ", frames.p);
-        append_number(to_ += " P, ", frames.inserted);
-        append_number(to_ += " inserted; ", frames.encrypted);
-        append_number(to_ += " encrypted, ", frames.damaged);
-        append_number(to_ += " damaged, ", frames.lost);
-        to_ += " lost\n";
+        append_frame_counts(line("frames"), judged_.frames);
+        to_ += '\n';
         append_number(line("longest gap"), judged_.longest_gap_ms);
         to_ += " ms\n";
     }
