@@ -4,6 +4,14 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || echo 2)
 
+# What kmr is built with, and what the tests of everything want besides; used by the scripts that read this file.
+# shellcheck disable=SC2034
+{
+    program_packages=(libcli11-dev rapidjson-dev libsqlite3-dev pkg-config libavformat-dev libavcodec-dev libavutil-dev
+        librsvg2-dev)
+    test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib)
+}
+
 # as_root COMMAND...: through sudo where the user is not root.
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
@@ -35,6 +43,9 @@ purpose() {
         libavformat-dev) echo "header libavformat/avformat.h" ;;
         libavcodec-dev) echo "header libavcodec/avcodec.h" ;;
         libavutil-dev) echo "header libavutil/avutil.h" ;;
+        librsvg2-dev) echo "file /usr/include/librsvg-2.0/librsvg/rsvg.h" ;;
+        libxml2-utils) echo "program xmllint" ;;
+        w3c-sgml-lib) echo "file /usr/share/xml/w3c-sgml-lib/schema/dtd/REC-SVG11-20110816/svg11.dtd" ;;
         googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
         qemu-utils) echo "program qemu-img" ;;
         e2fsprogs) echo "file /sbin/mke2fs" ;;

@@ -110,7 +110,7 @@ const rate_unit& unit_for(uint64_t rate) {
 // 1, 2 or 5 with zeros behind
 uint64_t rate_step_of_at_least(uint64_t least) {
     for (uint64_t power = 1;; power *= 10)
-        for (const uint64_t digit : {1, 2, 5})
+        for (const uint64_t digit : {uint64_t{1}, uint64_t{2}, uint64_t{5}})
             if (digit * power >= least)
                 return digit * power;
 }

@@ -34,8 +34,8 @@ gathered_frames frame_gatherer::finish() {
     if (waiting_)
         place(*waiting_, false);
     waiting_.reset();
-    if (steps_ > 0)
-        found_.usual_step_ms = std::max<int64_t>(1, (steps_ms_ + steps_ / 2) / steps_);
+    if (const step_sum& steps = usual_.count > 0 ? usual_ : longer_; steps.count > 0)
+        found_.usual_step_ms = (steps.ms + steps.count / 2) / steps.count;
     return std::move(found_);
 }
 
@@ -52,8 +52,8 @@ void frame_gatherer::place(const waiting_frame& frame, bool out_of_line) {
     const bool is_break = frame.is_break || out_of_line || std::abs(step_ms) > longest_usual_step_ms;
     if (is_break && found_.breaks.size() < gathered_frames::most_breaks)
         found_.breaks.push_back({frame.offset, before_ms, at_ms});
-    if (!is_break)
-        note_step(step_ms);
+    if (step_ms > 0 && !frame.is_break)
+        (step_ms > longest_usual_step_ms ? longer_ : usual_).add(step_ms);
     found_.bins.add(at_ms, frame.is_i, frame.bytes);
     found_.first_ms = found_.frames == 0 ? at_ms : std::min(found_.first_ms, at_ms);
     found_.last_ms = found_.frames == 0 ? at_ms : std::max(found_.last_ms, at_ms);
@@ -61,13 +61,6 @@ void frame_gatherer::place(const waiting_frame& frame, bool out_of_line) {
     if (frame.is_i && found_.i_frames++ < gathered_frames::most_i_frames)
         found_.i_frames_ms.push_back(at_ms);
     placed_ms_ = at_ms;
-}
-
-void frame_gatherer::note_step(int64_t step_ms) {
-    if (step_ms <= 0)
-        return;
-    ++steps_;
-    steps_ms_ += step_ms;
 }
 
 } // namespace kmr::plot

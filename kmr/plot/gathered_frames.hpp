@@ -56,16 +56,24 @@ private:
         bool is_break = false;
     };
 
+    struct step_sum {
+        int64_t count = 0;
+        int64_t ms = 0;
+        void add(int64_t step_ms) {
+            ++count;
+            ms += step_ms;
+        }
+    };
+
     bool is_out_of_line(const waiting_frame& frame, int64_t next_ms) const;
     void place(const waiting_frame& frame, bool out_of_line);
-    void note_step(int64_t step_ms);
 
     gathered_frames found_ = {};
     std::optional<waiting_frame> waiting_ = {};
     std::optional<int64_t> placed_ms_ = {};
     bool behind_torn_ = false;
-    int64_t steps_ = 0;
-    int64_t steps_ms_ = 0;
+    step_sum usual_ = {};
+    step_sum longer_ = {}; // pauses, where there are shorter ones
 };
 
 } // namespace kmr::plot

@@ -54,9 +54,10 @@ void draw_lanes(canvas& on, std::span<const lane> lanes, const time_scale& scale
         on.svg.leaf("title", scan::name_of(scan::kind_of(each.code).level));
         draw_marker(on.svg, each.code, to_marker, middle);
         on.write(to_text, middle + baseline, label_of(each));
-        on.line(scale.left, middle, scale.right, middle, grid_color);
         if (each.marks.empty())
             on.write(scale.left + to_label, middle + baseline, "the file as a whole", {.color = faint_ink});
+        else
+            on.line(scale.left, middle, scale.right, middle, grid_color);
         draw_markers(on, each, scale, middle);
         on.svg.end();
         top += lane_height;

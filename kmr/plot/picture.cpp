@@ -1,18 +1,17 @@
 #include "kmr/plot/picture.hpp"
 
-#include "kmr/output/numbers.hpp"
 #include "kmr/plot/chart.hpp"
 #include "kmr/plot/heading.hpp"
 #include "kmr/plot/lane_rows.hpp"
 #include "kmr/plot/legend.hpp"
 #include "kmr/plot/tag_labels.hpp"
+#include "kmr/plot/text_width.hpp"
 
 #include <algorithm>
+#include <numeric>
 
 namespace kmr::plot {
 namespace {
-
-using output::append_number;
 
 constexpr double edge = 16;
 constexpr double beside_chart = 44; // room of half a label of the axes
@@ -20,6 +19,7 @@ constexpr double tag_row_height = 17;
 constexpr double above_chart = 20; // room of the unit
 constexpr double usual_chart_height = 220;
 constexpr double least_chart_height = 90;
+constexpr double words_height = 16; // where there is no chart
 constexpr double i_frame_row_height = 14;
 constexpr double axis_height = 30; // of stream time, and as much of the time of day
 constexpr double below_axes = 14;
@@ -58,11 +58,18 @@ public:
 private:
     bool has_frames() const { return frames_.frames > 0; }
 
+    // Most of them can be told apart.
     bool has_i_frame_row() const {
-        constexpr double least_distance = 5;
-        const double width = place_.scale.right - place_.scale.left;
-        return frames_.i_frames <= frames_.i_frames_ms.size() && frames_.i_frames > 0 &&
-               static_cast<double>(frames_.i_frames) * least_distance <= width;
+        constexpr double least_distance = 4;
+        if (frames_.i_frames == 0 || frames_.i_frames > frames_.i_frames_ms.size())
+            return false;
+        std::vector<int64_t> steps(frames_.i_frames_ms.size());
+        std::adjacent_difference(frames_.i_frames_ms.begin(), frames_.i_frames_ms.end(), steps.begin());
+        if (steps.size() == 1)
+            return true;
+        const auto middle = steps.begin() + 1 + static_cast<std::ptrdiff_t>((steps.size() - 1) / 2);
+        std::nth_element(steps.begin() + 1, middle, steps.end());
+        return place_.scale.x(place_.scale.from_ms + *middle) - place_.scale.left >= least_distance;
     }
 
     double chart_top() const {
@@ -78,8 +85,8 @@ private:
     }
 
     void place_rows(uint32_t height) {
-        const double usual = has_frames() ? usual_chart_height : 0;
-        const double least = has_frames() ? least_chart_height : 0;
+        const double usual = has_frames() ? usual_chart_height : words_height;
+        const double least = has_frames() ? least_chart_height : words_height;
         double chart_height = usual;
         if (height != 0) {
             const auto room = [&] { return height - chart_top() - below_chart(); };
@@ -94,17 +101,22 @@ private:
         height_ = height != 0 ? height : place_.bottom + below_chart();
     }
 
+    // At most three.
     std::vector<std::string> notes() const {
         std::vector<std::string> all;
+        std::string unmarked;
         for (const lane& each : lanes_)
             if (each.without_mark > 0)
-                all.push_back(std::string(scan::kind_of(each.code).code) + ": the first " +
-                              std::to_string(each.count - each.without_mark) + " of " +
-                              std::to_string(each.count) + " are marked.");
+                unmarked.append(unmarked.empty() ? "" : ", ")
+                    .append(scan::kind_of(each.code).code)
+                    .append(" " + std::to_string(each.count - each.without_mark) + " of " +
+                            std::to_string(each.count));
+        if (!unmarked.empty())
+            all.push_back("Not all are marked: " + unmarked + ".");
         if (const size_t left_out = judged_.tags.size() - tags_.labels.size() + tags_.without_text;
             left_out > 0)
-            all.push_back(std::to_string(left_out) + " of " + std::to_string(judged_.tags.size()) +
-                          " tags have no room for their text: kmr tag lists them.");
+            all.push_back("Tags that have no room for their text: " + std::to_string(left_out) + " of " +
+                          std::to_string(judged_.tags.size()) + " (kmr tag lists them).");
         std::string further;
         for (size_t lane = shown_lanes_.size(); lane < lanes_.size(); ++lane)
             further.append(further.empty() ? "" : ", ").append(scan::kind_of(lanes_[lane].code).code);
@@ -152,8 +164,6 @@ private:
     void label(std::string_view text, double y) { on_.write(edge, y, text, {.color = faint_ink}); }
 
     void draw_tags() {
-        constexpr double beside_line = 4;
-        constexpr double baseline = 12;
         const auto top_of = [](const tag_label& tag) {
             return heading_height + static_cast<double>(tag.row) * tag_row_height;
         };
@@ -161,8 +171,17 @@ private:
             on_.line(tag.x, tag.is_shown ? top_of(tag) : place_.top, tag.x, axis_y_, ink, "3 3");
         for (const tag_label& tag : tags_.labels)
             if (tag.is_shown)
-                on_.write(tag.x + (tag.in_front ? -beside_line : beside_line), top_of(tag) + baseline,
-                          tag.text, {.anchor = tag.in_front ? "end" : "start"}, tag.whole);
+                write_tag(tag, top_of(tag));
+    }
+
+    // The lines of others end behind it.
+    void write_tag(const tag_label& tag, double top) {
+        constexpr double beside_line = 4;
+        constexpr double baseline = 12;
+        const double width = text_width(tag.text, small_text_size);
+        const double x = tag.in_front ? tag.x - beside_line : tag.x + beside_line;
+        on_.box(tag.in_front ? x - width : x, top + 1, width, tag_row_height - 2, "#ffffff");
+        on_.write(x, top + baseline, tag.text, {.anchor = tag.in_front ? "end" : "start"}, tag.whole);
     }
 
     void draw_axis(std::string_view name, const std::vector<tick>& ticks, double y) {

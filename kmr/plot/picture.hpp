@@ -17,7 +17,7 @@ struct picture_size {
 // The limits of either; a height below what the picture takes makes the part with the bit rate lower, and then leaves
 // out lanes, which is told.
 inline constexpr uint32_t least_width = 640;
-inline constexpr uint32_t least_height = 360;
+inline constexpr uint32_t least_height = 430; // without lanes, and with whatever else there may be
 inline constexpr uint32_t most_pixels = 4096;
 
 // SVG 1.1. The same recording gives the same bytes.

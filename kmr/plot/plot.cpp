@@ -52,7 +52,7 @@ public:
         const picture_form form = form_of(names_.to);
         if (form == picture_form::unknown)
             return refuse(names_.to, "a picture is a file that ends in .svg or .png", with);
-        if (const std::string why = why_no_file(); !why.empty())
+        if (const std::string why = why_no_picture(form); !why.empty())
             return refuse(names_.to, why, with);
         const found_file file = {.path = path_};
         kmr::plot::frame_gatherer gatherer(with.err, with.err.on_terminal() ? bytes_of({file}) : 0);
@@ -73,11 +73,14 @@ private:
     }
 
     // Before a long recording is read for nothing. Where that cannot be opened it is told later.
-    std::string why_no_file() {
+    std::string why_no_picture(picture_form form) {
+        if (names_.to == "-")
+            return {};
         std::error_code error;
         names_.from = std::filesystem::canonical(path_, error).string(); // a link is followed
         mend::plain_disk disk;
-        return names_.to == "-" || error ? "" : why_not_written(disk, names_);
+        const std::string why = error ? "" : why_not_written(disk, names_);
+        return why.empty() && form == picture_form::png ? kmr::plot::why_no_png() : why;
     }
 
     exit_status write(const std::string& svg, picture_form form, session& with) const {

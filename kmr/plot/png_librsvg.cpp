@@ -75,10 +75,14 @@ bool render(const svg_library& by, std::string_view svg, std::string& to) {
 
 } // namespace
 
+std::string why_no_png() {
+    return svg_library().load_all() ? "" : "librsvg is not installed, which makes a .png; .svg needs nothing";
+}
+
 png_result png_of(std::string_view svg) {
     svg_library library;
     if (!library.load_all())
-        return {.problem = "librsvg is not installed, which makes a .png; .svg needs nothing"};
+        return {.problem = why_no_png()};
     png_result result;
     if (!render(library, svg, result.bytes))
         result.problem = "librsvg cannot draw it";

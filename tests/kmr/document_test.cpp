@@ -53,6 +53,11 @@ TEST_F(DocumentTest, ShowsWhatTagsAreListedAndChanged) {
                                         {"tag", "add", "disk/demo.kmr", "0:01.5", "Door shut"})));
 }
 
+TEST_F(DocumentTest, ShowsWhatIsDrawn) {
+    EXPECT_EQ(place_.kmr({"plot", "disk/hit.kmr", "-o", "-"}, {.environment = {"TZ=CET-1"}}).out,
+              scratch::read_text(KMR_SOURCES "/docs/plot.svg"));
+}
+
 TEST_F(DocumentTest, ShowsWhatACopyIs) {
     EXPECT_THAT(guide_, HasSubstr(shown("copy --from 0:01.5 disk/demo.kmr disk/part.kmr",
                                         {"copy", "--from", "0:01.5", "disk/demo.kmr", "disk/part.kmr"})));
