@@ -18,6 +18,7 @@ extern const command_kind undo_command;
 extern const command_kind tag_command;
 extern const command_kind copy_command;
 extern const command_kind extract_command;
+extern const command_kind report_command;
 extern const command_kind plot_command;
 
 std::span<const command_kind* const> commands(); // in the order of the help

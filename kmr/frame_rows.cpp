@@ -197,6 +197,30 @@ private:
     output::clock clock_;
 };
 
+// What a frame has in JSON, in this order, up to its place in time.
+template <typename Take>
+void for_each_member(const frame_row& row, Take take) {
+    const kmr_frame_header& header = row.seen.frame.header;
+    take("number", header.FrameNo);
+    take("offset", row.seen.frame.offset);
+    take("type", type_of(row.seen));
+    take("size", header.FrameSize);
+    take("video_size", header.VideoSize);
+    take("audio_frames", header.AFrameNum);
+    take("audio_size", header.AFrameSize);
+    take("stamp", header.TimeStamp);
+    take("delay_ms", row.seen.delay_ms);
+    take("gap", row.seen.gap);
+    take("stream_ms", row.seen.stream_ms);
+}
+
+void write_segments(output::json_writer& json, const std::vector<segment_text>& segments) {
+    json.begin_array();
+    for (const segment_text& each : segments)
+        json.begin_object().member("kind", each.kind).member("value", each.value).end_object();
+    json.end_array();
+}
+
 class json_frame_writer final : public frame_writer {
 public:
     explicit json_frame_writer(output::time_zone zone) : clock_(zone) {}
@@ -204,37 +228,44 @@ public:
     void append_heading(std::string& /*to*/, bool /*user_data*/) override {}
 
     void append(std::string& to, const frame_row& row) override {
-        const kmr_frame_header& header = row.seen.frame.header;
         output::json_writer json(to);
-        json.begin_object()
-            .member("number", header.FrameNo)
-            .member("offset", row.seen.frame.offset)
-            .member("type", type_of(row.seen))
-            .member("size", header.FrameSize)
-            .member("video_size", header.VideoSize)
-            .member("audio_frames", header.AFrameNum)
-            .member("audio_size", header.AFrameSize)
-            .member("stamp", header.TimeStamp)
-            .member("delay_ms", row.seen.delay_ms)
-            .member("gap", row.seen.gap)
-            .member("stream_ms", row.seen.stream_ms)
-            .member("time", clock_.iso(row.time_ms))
-            .member("class", class_of(row.seen));
+        json.begin_object();
+        for_each_member(row, [&](std::string_view name, const auto& value) { json.member(name, value); });
+        json.member("time", clock_.iso(row.time_ms)).member("class", class_of(row.seen));
         if (row.user_data != nullptr)
-            write_segments(json, *row.user_data);
+            write_segments(json.key("user_data"), *row.user_data);
         json.end_object();
         to += '\n';
     }
 
 private:
-    static void write_segments(output::json_writer& json, const std::vector<segment_text>& segments) {
-        json.key("user_data").begin_array();
-        for (const segment_text& each : segments)
-            json.begin_object().member("kind", each.kind).member("value", each.value).end_object();
+    output::clock clock_;
+};
+
+class json_columns_writer final : public frame_writer {
+public:
+    void append_heading(std::string& to, bool user_data) override {
+        output::json_writer json(to);
+        json.begin_array();
+        const scan::frame_event any_frame;
+        const seen_frame any{.frame = any_frame};
+        for_each_member({.seen = any, .time_ms = {}},
+                        [&](std::string_view name, const auto& /*value*/) { json.value(name); });
+        json.value("class");
+        if (user_data)
+            json.value("user_data");
         json.end_array();
     }
 
-    output::clock clock_;
+    void append(std::string& to, const frame_row& row) override {
+        output::json_writer json(to);
+        json.begin_array();
+        for_each_member(row, [&](std::string_view /*name*/, const auto& value) { json.value(value); });
+        json.value(class_of(row.seen));
+        if (row.user_data != nullptr)
+            write_segments(json, *row.user_data);
+        json.end_array();
+    }
 };
 
 } // namespace
@@ -245,6 +276,8 @@ std::unique_ptr<frame_writer> frame_writer::make(frame_format format, output::ti
         return std::make_unique<csv_writer>(zone);
     case frame_format::json:
         return std::make_unique<json_frame_writer>(zone);
+    case frame_format::json_columns:
+        return std::make_unique<json_columns_writer>();
     case frame_format::table:
         break;
     }

@@ -17,7 +17,12 @@ struct frame_row {
     const std::vector<segment_text>* user_data = nullptr; // null: not asked for
 };
 
-enum class frame_format : uint8_t { table, csv, json };
+enum class frame_format : uint8_t {
+    table,
+    csv,
+    json,
+    json_columns, // the names of the columns as the heading, and then the values of each frame; without the wall clock
+};
 
 class frame_writer {
 public:

@@ -8,7 +8,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 # shellcheck disable=SC2034
 {
     program_packages=(libcli11-dev rapidjson-dev libsqlite3-dev pkg-config libavformat-dev libavcodec-dev libavutil-dev
-        librsvg2-dev)
+        libjs-dygraphs librsvg2-dev)
     test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib)
 }
 
@@ -39,6 +39,9 @@ purpose() {
         libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
         libcli11-dev) echo "header CLI/CLI.hpp" ;;
         rapidjson-dev) echo "header rapidjson/writer.h" ;;
+        libjs-dygraphs) echo "file /usr/share/javascript/dygraphs/dygraph.min.js" ;;
+        python3-selenium) echo "file /usr/lib/python3/dist-packages/selenium" ;;
+        chromium-driver) echo "program chromedriver" ;;
         libsqlite3-dev) echo "header sqlite3.h" ;;
         libavformat-dev) echo "header libavformat/avformat.h" ;;
         libavcodec-dev) echo "header libavcodec/avcodec.h" ;;

@@ -1,0 +1,91 @@
+// Strips below the picture of the bit rate: one for each kind of event, in step with it.
+
+const lane_height = 20;
+const lane_names = [
+    ['i_frames', 'I-frames'],
+    ['damage', 'damage'],
+    ['gaps', 'gaps'],
+    ['clock', 'clock, pauses'],
+    ['tags', 'tags'],
+];
+
+function color_of(name) {
+    return getComputedStyle(document.documentElement).getPropertyValue('--' + name).trim();
+}
+
+// `view` has from, to (stream time), left and width (pixels).
+function x_of(view, ms) { return view.left + (ms - view.from) / (view.to - view.from) * view.width; }
+
+// A canvas of so many pixels of the page, as fine as the screen.
+function fresh_canvas(canvas, width, height) {
+    const fine = window.devicePixelRatio || 1;
+    canvas.width = Math.round(width * fine);
+    canvas.height = Math.round(height * fine);
+    canvas.style.width = width + 'px';
+    canvas.style.height = height + 'px';
+    const pen = canvas.getContext('2d');
+    pen.scale(fine, fine);
+    return pen;
+}
+
+function draw_lane_names(pen, view) {
+    pen.font = '12px system-ui, sans-serif';
+    pen.textBaseline = 'middle';
+    pen.textAlign = 'right';
+    lane_names.forEach(([name, words], lane) => {
+        pen.fillStyle = color_of('lane');
+        pen.fillRect(view.left, lane * lane_height + 3, view.width, lane_height - 6);
+        pen.fillStyle = color_of('quiet');
+        pen.fillText(words, view.left - 8, lane * lane_height + lane_height / 2);
+    });
+}
+
+// At most one stroke a pixel, however many frames there are.
+function draw_i_frames(pen, view, frames) {
+    pen.fillStyle = color_of('i-frames');
+    let last = -Infinity;
+    for (let place = place_of_time(frames, view.from); place < frames.count; ++place) {
+        const index = frames.by_time[place];
+        if (frames.stream_ms[index] > view.to)
+            break;
+        const x = Math.round(x_of(view, frames.stream_ms[index]));
+        if (!frames.is_i[index] || x <= last)
+            continue;
+        pen.fillRect(x - 0.5, 3, 1.5, lane_height - 6);
+        last = x;
+    }
+}
+
+function draw_event(pen, view, event) {
+    const from = Math.max(view.left, x_of(view, event.from));
+    const to = Math.min(view.left + view.width, x_of(view, event.to));
+    if (to < view.left || from > view.left + view.width)
+        return;
+    const top = lane_of(event) * lane_height + 3;
+    pen.fillStyle = color_of(event.severity);
+    pen.fillRect(from - 1, top, Math.max(3, to - from + 2), lane_height - 6);
+}
+
+function lane_of(event) { return lane_names.findIndex(([name]) => name === event.lane); }
+
+function draw_lanes(canvas, view, frames, events) {
+    const pen = fresh_canvas(canvas, view.left + view.width + view.right, lane_names.length * lane_height);
+    draw_lane_names(pen, view);
+    draw_i_frames(pen, view, frames);
+    events.forEach(event => draw_event(pen, view, event));
+}
+
+// What somebody means who points there: the nearest event of that strip, a few pixels off at most.
+function event_at(view, events, x, y) {
+    const lane = Math.floor(y / lane_height);
+    let nearest = null;
+    let least = 7;
+    for (const event of events) {
+        const away = Math.max(x_of(view, event.from) - x, x - x_of(view, event.to), 0);
+        if (lane_of(event) === lane && away < least) {
+            nearest = event;
+            least = away;
+        }
+    }
+    return nearest;
+}

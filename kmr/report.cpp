@@ -1,0 +1,216 @@
+// kmr report: everything about a recording on one page, for a browser.
+#include "kmr/check/check_output.hpp"
+#include "kmr/commands.hpp"
+#include "kmr/frame_rows.hpp"
+#include "kmr/mend/held_signals.hpp"
+#include "kmr/mend/mended_copy.hpp"
+#include "kmr/mend/noted_signals.hpp"
+#include "kmr/option_checks.hpp"
+#include "kmr/page/page_text.hpp"
+#include "kmr/scan_follower.hpp"
+#include "kmr/show_output.hpp"
+#include "mend/new_file.hpp"
+#include "mend/plain_disk.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <filesystem>
+
+namespace kmr::program {
+namespace {
+
+// A page on its way to the disk, in large pieces. The first error stays, and nothing is written behind it.
+class page_file {
+public:
+    explicit page_file(mend::draft& into) : into_(into) {}
+
+    // To append to; `keep_small` must follow.
+    std::string& buffer() { return buffer_; }
+    void keep_small() {
+        constexpr size_t piece = 65536;
+        if (buffer_.size() >= piece)
+            flush();
+    }
+
+    int finish() {
+        flush();
+        if (error_ == 0)
+            error_ = into_.sync();
+        return error_;
+    }
+
+    // Whether it is any use to go on.
+    bool is_wanted() const { return error_ == 0 && !noted_signals::any(); }
+
+private:
+    void flush() {
+        if (error_ == 0)
+            error_ =
+                into_.write_at(written_, {reinterpret_cast<const uint8_t*>(buffer_.data()), buffer_.size()});
+        written_ += buffer_.size();
+        buffer_.clear();
+    }
+
+    mend::draft& into_;
+    std::string buffer_ = {};
+    uint64_t written_ = 0;
+    int error_ = 0;
+};
+
+// The frames, as they come. So much user data makes no page that a browser could not open; the rest is counted.
+class frames_block final : public file_progress {
+public:
+    frames_block(page_file& into, session& with, uint64_t bytes)
+        : file_progress(with.err, bytes), into_(into),
+          writer_(frame_writer::make(frame_format::json_columns, with.zone)) {
+        begin_block(into_.buffer(), "frames");
+        into_.buffer() += "{\"columns\":";
+        writer_->append_heading(into_.buffer(), true);
+        into_.buffer() += ",\"rows\":[";
+    }
+
+    void end() {
+        into_.buffer() += "\n],\"user_data_left_out\":" + std::to_string(left_out_) + "}";
+        end_block(into_.buffer());
+    }
+
+    void on_frame(const scan::seen_frame& seen) override {
+        if (!seen.frame.header_whole)
+            return;
+        segments_ = segments_of(seen.frame.long_payload);
+        leave_out_what_is_too_much();
+        row_.clear();
+        writer_->append(row_, {.seen = seen, .time_ms = {}, .user_data = &segments_});
+        into_.buffer() += begun_ ? ",\n" : "\n";
+        append_to_block(into_.buffer(), row_);
+        into_.keep_small();
+        begun_ = true;
+    }
+
+    bool reached(uint64_t offset) override { return into_.is_wanted() && file_progress::reached(offset); }
+
+private:
+    void leave_out_what_is_too_much() {
+        constexpr size_t most = 4 << 20; // six bytes in the page each, at worst
+        for (const segment_text& each : segments_)
+            user_data_bytes_ += each.value.size();
+        if (user_data_bytes_ <= most)
+            return;
+        left_out_ += segments_.size();
+        segments_.clear();
+    }
+
+    page_file& into_;
+    std::unique_ptr<frame_writer> writer_;
+    std::vector<segment_text> segments_ = {};
+    std::string row_ = {};
+    size_t user_data_bytes_ = 0;
+    uint64_t left_out_ = 0;
+    bool begun_ = false;
+};
+
+using append_json_line = void (*)(std::string&, const judged_file&, output::clock&);
+
+void append_block(std::string& to, std::string_view name, append_json_line append, const judged_file& file,
+                  output::clock& clock) {
+    std::string json;
+    append(json, file, clock);
+    begin_block(to, name);
+    append_to_block(to, json);
+    end_block(to);
+}
+
+class report final : public command {
+public:
+    void add_options(CLI::App& to) override {
+        to.add_option("FILE", names_.from, "A recording")->required();
+        to.add_option("-o", names_.to, "The page")->option_text("PAGE.html")->required()->check(not_empty());
+        to.add_flag("--force", names_.replace, "Replace the page where it is there already; never FILE");
+    }
+
+    exit_status work(session& with) override {
+        const std::string path = names_.from;
+        const scan::opened_file opened = scan::file_source::open(path.c_str());
+        if (opened.status != scan::open_status::opened)
+            return refuse(path, problem_of(opened), with);
+        std::error_code error;
+        names_.from = std::filesystem::canonical(path, error).string(); // a link is followed
+        if (error)
+            return refuse(path, error.message(), with);
+        mend::plain_disk disk;
+        if (const std::string why = why_not_written(disk, names_); !why.empty())
+            return refuse(names_.to, why, with);
+        return write_page(path, disk, *opened.source, with);
+    }
+
+private:
+    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
+        with.err.say(path, why);
+        return exit_status::failed;
+    }
+
+    exit_status write_page(const std::string& path, mend::disk& disk, scan::byte_source& source,
+                           session& with) const {
+        mend::file_facts original;
+        if (const int error = disk.look(names_.from, original))
+            return refuse(path, words_of(error), with);
+        take_size_limits_as_errors();
+        const noted_signals until_whole;
+        mend::draft draft(disk, names_.to, names_.replace, &original);
+        if (const mend::outcome made = draft.make(); !made.is_done())
+            return refuse(names_.to, why_not_there(made), with);
+        page_file page(draft);
+        const judged_file file = fill(page, path, source, with);
+        if (noted_signals::any())
+            return exit_status::failed; // it ends by the signal
+        if (file.judged.judged == scan::verdict::unreadable && page.is_wanted())
+            return refuse(path, file.problem, with);
+        if (const int error = page.finish())
+            return refuse(names_.to, words_of(error), with);
+        if (const mend::outcome named = draft.put_in_place(); !named.is_done())
+            return refuse(names_.to, why_not_there(named), with);
+        if (const int error = disk.sync_folder(names_.to))
+            return refuse(names_.to, words_of(error), with);
+        return tell(file, with);
+    }
+
+    static judged_file fill(page_file& page, const std::string& path, scan::byte_source& source,
+                            session& with) {
+        page.buffer() += page_head();
+        frames_block frames(page, with, source.size());
+        followed_source followed(source, frames);
+        judged_file file{.path = path, .judged = scan::judge(followed, {}, &frames)};
+        file.problem = problem_of(file.judged);
+        frames.end();
+        output::clock clock = with.clock();
+        append_block(page.buffer(), "check", append_checked_json, file, clock);
+        append_block(page.buffer(), "show", append_shown_json, file, clock);
+        page.buffer() += page_tail();
+        return file;
+    }
+
+    exit_status tell(const judged_file& file, session& with) const {
+        if (!file.problem.empty())
+            with.err.say(file.path, file.problem);
+        if (page_has_time_line())
+            return status_of(file.judged);
+        with.err.say(names_.to, "without a time line: this program was built without Dygraphs");
+        return worse(exit_status::found, status_of(file.judged));
+    }
+
+    copy_names names_ = {};
+};
+
+} // namespace
+
+const command_kind report_command = {
+    "report",
+    "Makes a page about a recording, for any browser",
+    "  kmr report recording.kmr -o recording.html              verdict, time line, frames, findings\n"
+    "  kmr report --utc --force recording.kmr -o page.html     anew, with times in UTC\n",
+    make_command<report>,
+    "Exit status: 0 sound; 1 something was found, or the page has no time line; 2 wrong usage, not\n"
+    "readable or not written.",
+};
+
+} // namespace kmr::program
