@@ -218,13 +218,13 @@ function make_time_line(frames, events, choose) {
 
     // Colours and width are those of now.
     function renew_look() {
+        graph.resize();
         graph.updateOptions({
+            file: rows(),
             colors: [color_of('i-frames'), color_of('p-frames')],
             gridLineColor: color_of('grid'),
             axisLineColor: color_of('grid'),
-        },
-                            true);
-        graph.resize();
+        });
     }
 
     draw();
