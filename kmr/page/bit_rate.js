@@ -25,7 +25,8 @@ function intervals(frames, first, width, count) {
         const interval = found[Math.floor((frames.stream_ms[index] - first) / width)];
         if (!interval)
             break;
-        const bits = frames.video_size[index] * 8 * 1000 / width;
+        // What a damaged frame says of its size is not to be trusted, and inserted ones are no picture.
+        const bits = frames.kind[index] === 0 ? frames.video_size[index] * 8 * 1000 / width : 0;
         ++interval.frames;
         interval.missing += frames.gap[index];
         if (frames.is_i[index]) {

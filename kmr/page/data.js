@@ -54,9 +54,15 @@ function frames_of(source) {
             frames.user_data.set(index, segments);
     });
     frames.by_time = order_in_time(frames.stream_ms);
-    frames.first_ms = rows.length > 0 ? frames.stream_ms[frames.by_time[0]] : 0;
-    frames.last_ms = rows.length > 0 ? frames.stream_ms[frames.by_time[rows.length - 1]] : 0;
+    [frames.first_ms, frames.last_ms] = span_of(frames);
     return frames;
+}
+
+// Of ordinary frames, where there are any: the time of a damaged one may be anything.
+function span_of(frames) {
+    const sure = frames.by_time.filter(index => frames.kind[index] === 0);
+    const all = sure.length > 0 ? sure : frames.by_time;
+    return all.length > 0 ? [frames.stream_ms[all[0]], frames.stream_ms[all[all.length - 1]]] : [0, 0];
 }
 
 // Where the clock runs back, frames do not stand in the order of their times.

@@ -1,7 +1,7 @@
 # Puts the parts of the page together, and into a source of the program:
-#   cmake -DPARTS=FOLDER -DSCRIPTS=NAME,... -DLIBRARY=FOLDER -DOUT=FILE -P embed.cmake
-# LIBRARY is where dygraph.min.js and dygraph.min.css lie; without it the page draws no time line. The page allows no
-# script and no style but its own, by their sums.
+#   cmake -DPARTS=FOLDER -DSCRIPTS=NAME,... -DLIBRARY=FOLDER -DLICENCE=FILE -DOUT=FILE -P embed.cmake
+# LIBRARY is where dygraph.min.js and dygraph.min.css lie; without it the page draws no time line. LICENCE is what that
+# comes under. The page allows no script and no style but its own, by their sums.
 cmake_minimum_required(VERSION 3.16)
 
 # A number of 256 bits as browsers want it: six bits a character.
@@ -21,7 +21,7 @@ function(to_base64 hex into)
     set(${into} ${text}= PARENT_SCOPE)
 endfunction()
 
-# element NAME CONTENT: adds it to `head` or `tail`, whichever is given, and its sum to `NAME_sums`.
+# add_element(TO NAME CONTENT): adds an element to what stands in TO, and its sum to NAME_sums.
 function(add_element to name content)
     if(content MATCHES "</${name}")
         message(FATAL_ERROR "a ${name} of the page would end in the middle")
@@ -32,7 +32,6 @@ function(add_element to name content)
     set(${name}_sums "${${name}_sums} 'sha256-${sum}'" PARENT_SCOPE)
 endfunction()
 
-# What CMake takes for the brackets of a list and the end of an item must survive.
 function(read_part file into)
     file(READ ${file} text)
     set(${into} "${text}" PARENT_SCOPE)
@@ -71,6 +70,13 @@ read_part(${PARTS}/page.html page)
 string(REPLACE "@script_sums@" "${script_sums}" page "${page}")
 string(REPLACE "@style_sums@" "${style_sums}" page "${page}")
 string(REPLACE "@styles@\n" "${styles}" page "${page}")
+set(licence "")
+if(LIBRARY AND LICENCE)
+    file(READ ${LICENCE} licence)
+    string(REPLACE "--" "- -" licence "${licence}") # two of them may end a comment
+    set(licence "<!-- Dygraphs, which draws the time line:\n\n${licence}-->\n")
+endif()
+string(REPLACE "@licence@\n" "${licence}" page "${page}")
 string(REPLACE "@scripts@\n" "${scripts}" page "${page}")
 string(FIND "${page}" "@data@\n" place)
 string(SUBSTRING "${page}" 0 ${place} head)

@@ -13,11 +13,12 @@ const lane_of_code = {
     'clock-leap': 'clock',
     'clock-back': 'clock',
     'paused': 'clock',
-    'encrypted': 'damage',
 };
 
 // A finding about what lies between two frames covers the time between them.
 const between_frames = new Set(['bytes-torn', 'frames-lost', 'clock-leap', 'paused']);
+
+const frame_header_size = 32;
 
 function time_before(frames, index) {
     for (let before = index - 1; before >= 0; --before)
@@ -26,12 +27,14 @@ function time_before(frames, index) {
     return index < frames.count ? frames.stream_ms[index] : frames.last_ms;
 }
 
-// The frame that a finding is about: its own, or the one behind. -1: none.
+// The frame that a finding is about: its own, or the one behind. -1: none. Findings about records of the index name a
+// frame by its number alone.
 function frame_of_finding(frames, finding) {
-    if (finding.frame === null && finding.time_ms === null && !(finding.code in lane_of_code))
-        return -1;
-    const index = frame_at_offset(frames, finding.offset);
-    return index < frames.count ? index : frames.count - 1;
+    if (finding.frame === null)
+        return finding.code in lane_of_code ? frames.count - 1 : -1;
+    const header = finding.code === 'user-data-broken' ? finding.offset - frame_header_size : finding.offset;
+    const index = frame_at_offset(frames, header);
+    return frames.number[index] === finding.frame ? index : frames.number.indexOf(finding.frame);
 }
 
 function event_of_finding(frames, finding) {
@@ -62,27 +65,31 @@ function events_of_frames(frames, told) {
     return found;
 }
 
-function events_of_tags(frames, show, start) {
-    const found = [];
-    for (const tag of show.tags) {
-        const at = parse_time(tag.time);
-        if (!at || !start)
-            continue;
-        const ms = at.ms - start.ms;
-        found.push({
-            lane: 'tags',
-            from: ms,
-            to: ms,
-            index: frame_at_time(frames, ms),
-            severity: 'tag',
-            words: tag.text
-        });
+// Tags have the whole second of their I-frame.
+function frame_of_tag(frames, ms) {
+    for (let place = place_of_time(frames, ms); place < frames.count; ++place) {
+        const index = frames.by_time[place];
+        if (frames.stream_ms[index] >= ms + 1000)
+            break;
+        if (frames.is_i[index])
+            return index;
     }
-    return found;
+    return frame_at_time(frames, ms);
 }
 
-function events_of(frames, page, start) {
+// With the frame that each is at, as far as anything tells it.
+function tags_of(frames, show, start) {
+    return show.tags.map(tag => {
+        const words = visible(tag.text);
+        const at = parse_time(tag.time);
+        const index = at && start ? frame_of_tag(frames, at.ms - start.ms) : -1;
+        const ms = index < 0 ? null : frames.stream_ms[index];
+        return {lane: 'tags', from: ms, to: ms, index, severity: 'tag', words, time: tag.time};
+    });
+}
+
+function events_of(frames, page, tags) {
     const findings = page.check.findings.map(each => event_of_finding(frames, each)).filter(each => each);
     const told = new Set(findings.map(each => each.lane + each.index));
-    return [...findings, ...events_of_frames(frames, told), ...events_of_tags(frames, page.show, start)];
+    return [...findings, ...events_of_frames(frames, told), ...tags.filter(each => each.index >= 0)];
 }

@@ -56,14 +56,30 @@ function draw_i_frames(pen, view, frames) {
     }
 }
 
-function draw_event(pen, view, event) {
+// The pixels that an event covers, three at least; null: it is out of sight.
+function stretch_of(view, event) {
+    if (event.to < view.from || event.from > view.to)
+        return null;
     const from = Math.max(view.left, x_of(view, event.from));
     const to = Math.min(view.left + view.width, x_of(view, event.to));
-    if (to < view.left || from > view.left + view.width)
-        return;
-    const top = lane_of(event) * lane_height + 3;
-    pen.fillStyle = color_of(event.severity);
-    pen.fillRect(from - 1, top, Math.max(3, to - from + 2), lane_height - 6);
+    return {from: from - 1, width: Math.max(3, to - from + 2)};
+}
+
+// By severity: looking a colour up takes longer than drawing.
+function event_colors(suffix) {
+    const names = ['error', 'warning', 'info', 'tag'];
+    return Object.fromEntries(names.map(name => [name, color_of(name + suffix)]));
+}
+
+function draw_events(pen, view, events) {
+    const colors = event_colors('');
+    for (const event of events) {
+        const stretch = stretch_of(view, event);
+        if (!stretch)
+            continue;
+        pen.fillStyle = colors[event.severity];
+        pen.fillRect(stretch.from, lane_of(event) * lane_height + 3, stretch.width, lane_height - 6);
+    }
 }
 
 function lane_of(event) { return lane_names.findIndex(([name]) => name === event.lane); }
@@ -72,7 +88,7 @@ function draw_lanes(canvas, view, frames, events) {
     const pen = fresh_canvas(canvas, view.left + view.width + view.right, lane_names.length * lane_height);
     draw_lane_names(pen, view);
     draw_i_frames(pen, view, frames);
-    events.forEach(event => draw_event(pen, view, event));
+    draw_events(pen, view, events);
 }
 
 // What somebody means who points there: the nearest event of that strip, a few pixels off at most.

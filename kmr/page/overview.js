@@ -16,10 +16,10 @@ function fill_list(list, facts) {
 
 function fill_head(page) {
     const {check} = page;
-    const name = check.path.slice(check.path.lastIndexOf('/') + 1);
+    const name = visible(check.path.slice(check.path.lastIndexOf('/') + 1));
     document.title = name + ': ' + check.verdict;
     by_id('name').textContent = name;
-    by_id('name').title = check.path;
+    by_id('name').title = visible(check.path);
     by_id('verdict').textContent = check.verdict;
     by_id('verdict').classList.add(check.verdict.replaceAll(' ', '-'));
     const nice = text => text ? text.replace('T', ' ') : 'not known';
@@ -55,16 +55,8 @@ function fill_summary(page) {
 
 function finding_row(finding, choose) {
     const row = element('tr', '', finding.severity);
-    const name = element('td');
-    if (choose) {
-        const button = element('button', finding.code, 'link');
-        button.type = 'button';
-        button.addEventListener('click', choose);
-        name.append(button);
-    } else {
-        name.textContent = finding.code;
-    }
-    row.append(element('td', finding.severity, 'severity'), name, element('td', finding.message),
+    row.append(element('td', finding.severity, 'severity'), cell_to_choose(finding.code, choose),
+               element('td', finding.message),
                element('td', finding.frame === null ? '' : String(finding.frame), 'number'),
                element('td', finding.time_ms === null ? '' : stream_time(finding.time_ms), 'number'),
                element('td', String(finding.offset), 'number'),
@@ -104,17 +96,27 @@ function save(blob, path, suffix) {
     setTimeout(() => URL.revokeObjectURL(link.href), 60000);
 }
 
+// What is chosen by a click; plain text where there is nothing to choose.
+function cell_to_choose(words, act) {
+    const cell = element('td', act ? '' : words);
+    if (act) {
+        const button = element('button', words, 'link');
+        button.type = 'button';
+        button.addEventListener('click', act);
+        cell.append(button);
+    }
+    return cell;
+}
+
 function fill_tags(tags, choose) {
     by_id('tags-words').textContent = tags.length === 0 ? 'There are no tags.' : '';
     by_id('tags-table').hidden = tags.length === 0;
     for (const tag of tags) {
         const row = element('tr');
-        const text = element('td');
-        const button = element('button', tag.words, 'link');
-        button.type = 'button';
-        button.addEventListener('click', () => choose(tag.index, 'tag', tag));
-        text.append(button);
-        row.append(element('td', tag.time), element('td', stream_time(tag.from), 'number'), text);
+        const act = tag.index < 0 ? null : () => choose(tag.index, 'tag', tag);
+        row.append(element('td', tag.time.replace('T', ' ')),
+                   element('td', tag.index < 0 ? '' : stream_time(tag.from), 'number'),
+                   cell_to_choose(tag.words, act));
         by_id('tags').append(row);
     }
 }

@@ -3,12 +3,8 @@
 const page = read_page();
 const start = parse_time(page.check.start);
 const frames = frames_of(page.frames);
-const events = events_of(frames, page, start);
-const tags =
-    events.filter(each => each.lane === 'tags').map(each => ({
-                                                        ...each,
-                                                        time: wall_time(start, each.from).slice(0, 19),
-                                                    }));
+const tags = tags_of(frames, page.show, start);
+const events = events_of(frames, page, tags);
 
 fill_head(page);
 fill_summary(page);
@@ -86,8 +82,7 @@ function clear_filters() {
 
 function go_to(text) {
     const ms = parse_stream_time(text);
-    const index = ms !== null ? frame_at_time(frames, ms + frames.first_ms)
-                              : frames.number.indexOf(Number(text.trim()));
+    const index = ms !== null ? frame_at_time(frames, ms) : frames.number.indexOf(Number(text.trim()));
     if (text.trim() === '' || index < 0)
         by_id('frames-words').textContent = 'There is no frame ' + text.trim();
     else

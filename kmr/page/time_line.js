@@ -66,18 +66,17 @@ function make_time_line(frames, events, choose) {
             'Shown: ' + (all ? 'the whole, ' : '') + stream_time(shown[0]) + ' to ' + stream_time(shown[1]);
     }
 
+    // Damage and gaps, through the whole height.
     function shade(pen, area, of) {
         graph = of;
         const here = view();
+        const colors = event_colors('-shade');
         for (const event of events) {
-            if (event.lane === 'tags' || event.severity === 'info' || event.of_damage)
+            const stretch = colors[event.severity] && !event.of_damage ? stretch_of(here, event) : null;
+            if (!stretch)
                 continue;
-            const from = Math.max(area.x, x_of(here, event.from));
-            const to = Math.min(area.x + area.w, x_of(here, event.to));
-            if (to < area.x || from > area.x + area.w)
-                continue;
-            pen.fillStyle = color_of(event.severity + '-shade');
-            pen.fillRect(from - 1, area.y, Math.max(3, to - from + 2), area.h);
+            pen.fillStyle = colors[event.severity];
+            pen.fillRect(stretch.from, area.y, stretch.width, area.h);
         }
     }
 
@@ -227,9 +226,17 @@ function make_time_line(frames, events, choose) {
         });
     }
 
+    function say(ms, words) {
+        box.setAttribute('aria-valuemin', Math.round(whole[0]));
+        box.setAttribute('aria-valuemax', Math.round(whole[1]));
+        box.setAttribute('aria-valuenow', Math.round(ms));
+        box.setAttribute('aria-valuetext', words);
+    }
+
     draw();
     listen();
     tell();
+    say(whole[0], 'No frame is chosen');
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', renew_look);
     return {
         renew_look,
@@ -240,10 +247,7 @@ function make_time_line(frames, events, choose) {
             if (ms < shown[0] || ms > shown[1])
                 show(ms - span / 2, ms + span / 2);
             place_cursor();
-            box.setAttribute('aria-valuemin', Math.round(whole[0]));
-            box.setAttribute('aria-valuemax', Math.round(whole[1]));
-            box.setAttribute('aria-valuenow', Math.round(ms));
-            box.setAttribute('aria-valuetext', words);
+            say(ms, words);
         },
     };
 }

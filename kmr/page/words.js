@@ -2,10 +2,17 @@
 
 function by_id(name) { return document.getElementById(name); }
 
+const invisible = /[\u0000-\u001f\u007f-\u009f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069]/g;
+
+// Text from outside without control characters, and without marks that turn the direction of writing.
+function visible(text) {
+    return text.replace(invisible, each => '\\u' + each.charCodeAt(0).toString(16).padStart(4, '0'));
+}
+
 // An element with text: what comes from a recording is only ever text.
 function element(name, text = '', of_class = '') {
     const made = document.createElement(name);
-    made.textContent = text;
+    made.textContent = visible(text);
     if (of_class)
         made.className = of_class;
     return made;

@@ -207,6 +207,13 @@ class HostilePageTest(PageTest):
         self.assertEqual(0, self.script("return document.querySelectorAll('img, svg').length"))
         self.assertEqual("<script><!--.kmr: sound", self.browser.title)
 
+    def test_shows_no_character_that_cannot_be_seen(self):
+        self.compose("a.kmr", "--frames", "30", "--tag", "0=evil\u202etxt.exe", "--segment", "osd=\u2066here")
+        self.open(self.page_of("a.kmr"))
+        self.find("#tags button").click()
+        self.assertEqual("evil\\u202etxt.exe", self.text("#tags button"))
+        self.assertTrue(self.text("#chosen").startswith("evil\\u202etxt.exe: Frame 1, "))
+
     def test_shows_what_is_no_recording(self):
         (self.folder / "notes").write_text("no recording at all")
         self.open(self.page_of("notes", 1))
