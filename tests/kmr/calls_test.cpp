@@ -163,6 +163,29 @@ TEST_F(CallsTest, AFileThatSomebodyWritesIsToldToChange) {
     }
 }
 
+TEST_F(CallsTest, OfAFileThatCannotBeReadToItsEndThereIsNoPage) {
+    const std::string page = place_.file("page.html");
+    for (const int error : {EIO, 0}) {
+        bad_from = 500;
+        bad_error = error;
+        const outcome told = kmr({"report", long_, "-o", page});
+        EXPECT_EQ(told.status, 2);
+        EXPECT_EQ(told.err,
+                  "kmr: " + long_ +
+                      (error != 0 ? ": Input/output error\n" : ": became shorter while it was read\n"));
+        EXPECT_FALSE(std::filesystem::exists(page));
+        EXPECT_FALSE(std::filesystem::exists(page + ".kmr-new"));
+    }
+}
+
+TEST_F(CallsTest, APageOfAFileThatSomebodyWritesSaysSo) {
+    is_rewritten = true;
+    const outcome told = kmr({"report", long_, "-o", place_.file("page.html")});
+    EXPECT_EQ(told.status, 2);
+    EXPECT_EQ(told.err, "kmr: " + long_ + ": changed while it was read\n");
+    EXPECT_THAT(scratch::read_text(place_.file("page.html")), ::testing::HasSubstr("\"changed\":true"));
+}
+
 TEST_F(CallsTest, AListLeavesOutWhatCannotBeRead) {
     bad_from = 20;
     const outcome failed = kmr({"ls", short_});

@@ -7,6 +7,7 @@ import time
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
+import pages
 from pages import PageTest
 
 # Colours of the picture of the bit rate that cover something, and whether there are other pixels at all.
@@ -27,7 +28,7 @@ return [...seen].filter(([color, count]) => count > 200 && !color.endsWith(' 0')
 
 
 class SmallPageTest(PageTest):
-    """75 frames of 40 ms from number 1 on; 21 is torn, 40 to 42 are missing. I-frames are 1, 26 and 51."""
+    """75 frames of 40 ms from number 1 on; 21 is torn, 41 to 43 are missing. I-frames are 1, 26 and 51."""
 
     def setUp(self):
         super().setUp()
@@ -95,7 +96,7 @@ class SmallPageTest(PageTest):
         self.assertEqual("51", self.text("#frames-rows tr[aria-selected=true] td"))
         self.assertTrue(self.text("#chosen").startswith("Frame 51, 0:00:02.000, 2015-01-02 03:04:07.000, I, "))
         self.assertTrue(self.find("#cursor").is_displayed())
-        # The strip of gaps: numbers 40 to 42 are missing between 1520 and 1720 ms.
+        # The strip of gaps: numbers 41 to 43 are missing between 1560 and 1720 ms.
         lanes = self.find("#lanes")
         ActionChains(self.browser).move_to_element_with_offset(lanes, round(self.at_time(1600)), 0).click().perform()
         self.assertEqual("Frame 44", self.chosen())
@@ -220,6 +221,41 @@ class HostilePageTest(PageTest):
         self.assertEqual("not a recording", self.text("#verdict"))
         self.assertEqual("There is no frame to draw.", self.text("#time-line-words"))
         self.assertFalse(self.find("#time-line").is_displayed())
+
+
+class PlainPageTest(PageTest):
+    def test_has_all_but_the_picture(self):
+        self.compose("hit.kmr", "--demo", "--lose", "40:3")
+        self.open(self.page_of("hit.kmr", 1, pages.KMR_WITHOUT_TIME_LINE))
+        self.assertFalse(self.find("#time-line").is_displayed())
+        self.assertFalse(self.find("#time-line-tools").is_displayed())
+        self.assertIn("1 gap, the largest of 3 frames", self.text("#time-line-words"))
+        self.find("#findings tr button").click()
+        self.assertTrue(self.text("#frame-title").startswith("Frame 44, 0:00:01.720"))
+
+
+class NamingPageTest(PageTest):
+    """What a finding is about, wherever it stands."""
+
+    def chosen_by_finding(self, row):
+        self.find("#findings tr:nth-child(%d) button" % row).click()
+        return self.text("#frame-title").split(",")[0]
+
+    def codes(self):
+        return self.script("return [...document.querySelectorAll('#findings tr')].map(row => row.cells[1].textContent)")
+
+    def test_names_the_frame_of_an_index_record(self):
+        # The size in record 1, which is of frame 26.
+        self.compose("a.kmr", "--frames", "75", "--record-field", "1.VideoWidth=7")
+        self.open(self.page_of("a.kmr", 1))
+        self.assertEqual(["index-entry-wrong"], self.codes())
+        self.assertEqual("Frame 26", self.chosen_by_finding(1))
+
+    def test_names_the_frame_of_broken_user_data(self):
+        self.compose("a.kmr", "--frames", "75", "--user-data", "30", "--segment", "osd=here", "--block-magic", "00000000")
+        self.open(self.page_of("a.kmr", 1))
+        self.assertEqual(["user-data-broken"], self.codes())
+        self.assertEqual("Frame 31", self.chosen_by_finding(1))
 
 
 class LargePageTest(PageTest):

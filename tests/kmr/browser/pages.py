@@ -14,7 +14,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 
-KMR = KMR_MAKE = ""  # programs
+KMR = KMR_WITHOUT_TIME_LINE = KMR_MAKE = ""  # programs
 PICTURES = pathlib.Path()
 
 
@@ -53,8 +53,8 @@ class PageTest(unittest.TestCase):
     def compose(self, name, *options):
         subprocess.run([KMR_MAKE, "--output", self.folder / name, *options], check=True, stdout=subprocess.DEVNULL)
 
-    def page_of(self, name, status=0):
-        made = subprocess.run([KMR, "report", name, "-o", "page.html"], cwd=self.folder, env={**os.environ, "TZ": "UTC0"})
+    def page_of(self, name, status=0, program=None):
+        made = subprocess.run([program or KMR, "report", name, "-o", "page.html"], cwd=self.folder, env={**os.environ, "TZ": "UTC0"})
         self.assertEqual(status, made.returncode)
         return self.folder / "page.html"
 
