@@ -6,6 +6,7 @@
 #   lib/libkmr_*.a                     the libraries
 #   include/kmr/                       the C headers, below the folders that they have here
 #   lib/cmake/kmr/                     find_package(kmr): the targets kmr::file, kmr::vfs, kmr::znfs and so on
+#   share/man/man1, man3, man5         the manual: programs, headers, the format
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

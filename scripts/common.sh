@@ -9,7 +9,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 {
     program_packages=(libcli11-dev rapidjson-dev libsqlite3-dev pkg-config libavformat-dev libavcodec-dev libavutil-dev
         libjs-dygraphs librsvg2-dev)
-    test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib)
+    test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib mandoc)
 }
 
 # as_root COMMAND...: through sudo where the user is not root.
