@@ -7,6 +7,8 @@
 #   include/kmr/                       the C headers, below the folders that they have here
 #   lib/cmake/kmr/                     find_package(kmr): the targets kmr::file, kmr::vfs, kmr::znfs and so on
 #   share/man/man1, man3, man5         the manual: programs, headers, the format
+#   share/bash-completion/completions, share/zsh/site-functions, share/fish/vendor_completions.d
+#                                      what shells offer behind the names of the programs
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
