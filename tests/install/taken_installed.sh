@@ -36,6 +36,16 @@ found=$(module_0 "$WORK/linked")
 grep -qx 'Well done :)' "$WORK/demo.txt" || fail "the demo is not sound"
 "$prefix/bin/kmr_make" --help | grep -qF "$prefix/share/kmr/demo.h264" || fail "the demo is not the installed clip"
 
+# Every program and every header has its page.
+for program in "$prefix"/bin/*; do
+    [ -e "$prefix/share/man/man1/${program##*/}.1" ] || fail "${program##*/} has no page"
+    [ -e "$prefix/share/bash-completion/completions/${program##*/}" ] || fail "${program##*/} has no completion"
+done
+while read -r header; do
+    [ -e "$prefix/share/man/man3/kmr_$(basename "$header" .h).3" ] || fail "$header has no page"
+done < <(find "$prefix/include" -name '*.h')
+[ -e "$prefix/share/man/man5/kmr.5" ] || fail "the format has no page"
+
 # Every header for itself, as C and as C++.
 while read -r header; do
     for language in 'c -std=c11' 'c++ -std=c++20'; do
