@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Each completion offers every command and option that the program's help names, and nothing else. bash is asked itself, fish
-too where it is installed; the files of zsh are read."""
+"""Each completion offers every command and option that the program's help names, and nothing else. bash is asked
+itself, fish too where it is installed; the files of zsh are read."""
 import os
 import pty
 import re
@@ -60,8 +60,9 @@ class Fish:
         self.folder = folder
 
     def offered(self, *words):
-        answer = run("fish", "--no-config", "-c", "source $argv[1]; complete -C $argv[2]", path_of("fish", words[0] + ".fish"),
-                     " ".join(words), cwd=self.folder, env=dict(os.environ, HOME=self.folder, XDG_DATA_HOME=self.folder))
+        at_home = dict(os.environ, HOME=self.folder, XDG_DATA_HOME=self.folder)
+        answer = run("fish", "--no-config", "-c", "source $argv[1]; complete -C $argv[2]",
+                     path_of("fish", words[0] + ".fish"), " ".join(words), cwd=self.folder, env=at_home)
         return {line.split("\t")[0] for line in answer.splitlines()}
 
 
@@ -102,7 +103,8 @@ def check_zsh(every, make, letters):
     text = read("zsh", "_kmr")
     common = re.search(r"common=\((.*?)^    \)", text, re.DOTALL | re.MULTILINE).group(1)
     listed = re.search(r"commands=\((.*?)^    \)", text, re.DOTALL | re.MULTILINE).group(1)
-    cases = dict(re.findall(r"^    (\w+)\)\n(.*?)^        ;;", text.partition("case $words[1] in")[2], re.DOTALL | re.MULTILINE))
+    rest = text.partition("case $words[1] in")[2]
+    cases = dict(re.findall(r"^    (\w+)\)\n(.*?)^        ;;", rest, re.DOTALL | re.MULTILINE))
     if every:
         commands = set(every) - {""}
         own = re.search(r"_arguments -C (.*)", text).group(1)
@@ -157,7 +159,8 @@ def typed_at_a_prompt(file, line, wanted):
                 break
         return mark.encode() in seen
 
-    done = send_and_wait(f"source {file}; kmr() {{ printf 'GOT'; printf '<%s>' \"$@\"; echo; }}; echo SET''UP\n", "SETUP")
+    kmr = "kmr() { printf 'GOT'; printf '<%s>' \"$@\"; echo; }"
+    done = send_and_wait(f"source {file}; {kmr}; echo SET''UP\n", "SETUP")
     done = done and send_and_wait(line + "\n", "GOT" + "".join(f"<{word}>" for word in wanted))
     if not done:
         complaints.say(f"bash: typed {line!r}, seen {seen!r}")

@@ -1,4 +1,4 @@
-"""What the programs say of their own options: a dictionary from each option ("-v", "--db") to its value, "" without one."""
+"""What the programs say of their own options: a dictionary from each ("-v", "--db") to its value, "" without one."""
 import os
 import re
 import string
