@@ -2,6 +2,8 @@
 #
 #   bin/kmr_viewer, bin/kmr_make
 #   share/kmr/demo.h264                what kmr_make --demo is made of
+#   share/kmr/kmr.magic                how file(1) knows a recording
+#   share/mime/packages/kmr.xml        how a desktop does
 #   lib/kmr/libznfs.so, libsznfs.so    the plain-file modules; other modules of these names may stand in their place
 #   lib/libkmr_*.a                     the libraries
 #   include/kmr/                       the C headers, below the folders that they have here
@@ -54,6 +56,12 @@ function(kmr_install_program target)
     if(KMR_INSTALL)
         install(TARGETS ${target})
     endif()
+endfunction()
+
+# kmr_install_descriptions(): what lets other programs know a recording when they see one.
+function(kmr_install_descriptions)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/kmr.magic DESTINATION ${CMAKE_INSTALL_DATADIR}/kmr COMPONENT tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/kmr.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT tools)
 endfunction()
 
 # kmr_install_package(): the description for find_package; after everything that is published.

@@ -35,6 +35,9 @@ found=$(module_0 "$WORK/linked")
     >"$WORK/demo.txt"
 grep -qx 'Well done :)' "$WORK/demo.txt" || fail "the demo is not sound"
 "$prefix/bin/kmr_make" --help | grep -qF "$prefix/share/kmr/demo.h264" || fail "the demo is not the installed clip"
+for description in kmr/kmr.magic mime/packages/kmr.xml; do
+    [ -s "$prefix/share/$description" ] || fail "$description is not installed"
+done
 
 # Every program and every header has its page.
 for program in "$prefix"/bin/*; do
