@@ -60,8 +60,9 @@ endfunction()
 
 # kmr_install_descriptions(): what lets other programs know a recording when they see one.
 function(kmr_install_descriptions)
-    install(FILES ${PROJECT_SOURCE_DIR}/data/kmr.magic DESTINATION ${CMAKE_INSTALL_DATADIR}/kmr COMPONENT tools)
-    install(FILES ${PROJECT_SOURCE_DIR}/data/kmr.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT tools)
+    set(data ${PROJECT_SOURCE_DIR}/data)
+    install(FILES ${data}/kmr.magic DESTINATION ${CMAKE_INSTALL_DATADIR}/kmr COMPONENT tools)
+    install(FILES ${data}/kmr.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT tools)
 endfunction()
 
 # kmr_install_package(): the description for find_package; after everything that is published.
