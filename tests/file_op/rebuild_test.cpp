@@ -336,10 +336,13 @@ TEST_F(RebuildTest, StartTimeIsAskedOfTheFileSystem) {
 }
 
 TEST_F(RebuildTest, StartTimeThatIsNotToBeHadIsZero) {
-    put_recording(frames_of(four_frames()));
-    EXPECT_EQ(recover(-1), 0);
-    EXPECT_EQ(get_u32(content(), 248 + 44), 0u);
-    EXPECT_EQ(get_u32(content(), 248 + 44 + 80), 3u);
+    for (const char* path : {"mnt/rec", "mnt/Hrec"}) { // no short name in it, and one that names no recording
+        path_ = path;
+        put(path_, frames_of(four_frames()));
+        EXPECT_EQ(recover(-1), 0);
+        EXPECT_EQ(get_u32(content(), 248 + 44), 0u);
+        EXPECT_EQ(get_u32(content(), 248 + 44 + 80), 3u);
+    }
 }
 
 TEST_F(RebuildTest, StartTimesBeyond2038ArePossible) {
