@@ -109,8 +109,10 @@ private:
             if (each.without_mark > 0)
                 unmarked.append(unmarked.empty() ? "" : ", ")
                     .append(scan::kind_of(each.code).code)
-                    .append(" " + std::to_string(each.count - each.without_mark) + " of " +
-                            std::to_string(each.count));
+                    .append(" ")
+                    .append(std::to_string(each.count - each.without_mark))
+                    .append(" of ")
+                    .append(std::to_string(each.count));
         if (!unmarked.empty())
             all.push_back("Not all are marked: " + unmarked + ".");
         if (const size_t left_out = judged_.tags.size() - tags_.labels.size() + tags_.without_text;
