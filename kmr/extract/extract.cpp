@@ -6,9 +6,9 @@
 #include "kmr/extract/extract_words.hpp"
 #include "kmr/extract/output_kinds.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/mend/held_signals.hpp"
-#include "kmr/mend/mended_copy.hpp"
-#include "kmr/mend/noted_signals.hpp"
+#include "kmr/new_file/new_file.hpp"
+#include "kmr/new_file/noted_signals.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/place_options.hpp"
 #include "kmr/stream_place.hpp"
@@ -244,7 +244,7 @@ private:
         return status;
     }
 
-    copy_names names_ = {};
+    new_file_names names_ = {};
     place_options places_ = {};
     convert::extract_options options_ = {};
     std::string sound_ = {};

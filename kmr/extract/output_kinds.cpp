@@ -1,9 +1,9 @@
 #include "kmr/extract/output_kinds.hpp"
 
 #include "convert/container.hpp"
+#include "kmr/new_file/new_file.hpp"
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 
 namespace kmr::program {
@@ -25,15 +25,10 @@ struct coding_words {
 constexpr coding_words codings[] = {
     {h264, "H.264"}, {h265, "H.265"}, {mjpeg, "MJPEG"}, {unknown, "coded in a way that nothing tells"}};
 
-char small_letter(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 } // namespace
 
 const output_kind* output_kind_of(const std::string& path) {
-    std::string suffix = std::filesystem::path(path).extension().string();
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(), small_letter);
+    const std::string suffix = small_suffix_of(path);
     const auto* const found = std::find_if(std::begin(kinds), std::end(kinds),
                                            [&](const output_kind& each) { return each.suffix == suffix; });
     return found == std::end(kinds) ? nullptr : found;

@@ -3,6 +3,7 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
+#include "kmr/new_file/size_limits.hpp"
 
 #include <CLI/CLI.hpp>
 

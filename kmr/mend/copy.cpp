@@ -3,8 +3,8 @@
 #include "kmr/commands.hpp"
 #include "kmr/judged_file.hpp"
 #include "kmr/mend/copy_output.hpp"
-#include "kmr/mend/held_signals.hpp"
-#include "kmr/mend/mended_copy.hpp"
+#include "kmr/new_file/new_file.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/place_options.hpp"
 #include "kmr/stream_place.hpp"
@@ -89,7 +89,7 @@ private:
             return refuse(from_, why, with);
         take_size_limits_as_errors();
         told_source content(*plan.content, with.err);
-        const std::string why = write_mended_copy(disk, names_, source, content);
+        const std::string why = write_whole_file(disk, names_, source, content);
         content.be_quiet();
         if (!why.empty())
             return refuse(names_.to, why, with);
@@ -99,7 +99,7 @@ private:
     }
 
     std::string from_ = {};
-    copy_names names_ = {};
+    new_file_names names_ = {};
     place_options places_ = {};
 };
 

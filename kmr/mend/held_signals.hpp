@@ -22,9 +22,4 @@ private:
     sigset_t before_ = {};
 };
 
-// A limit on the size of files is an error of the write that meets it, as a full disk is, and no end in its middle.
-inline void take_size_limits_as_errors() {
-    std::signal(SIGXFSZ, SIG_IGN);
-}
-
 } // namespace kmr::program

@@ -4,9 +4,10 @@
 #include "kmr/mend/changed_recording.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
-#include "kmr/mend/mended_copy.hpp"
 #include "kmr/mend/question.hpp"
 #include "kmr/mend/repair_output.hpp"
+#include "kmr/new_file/new_file.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/output/text.hpp"
 #include "kmr/scan_follower.hpp"
@@ -205,10 +206,10 @@ exit_status repair_run::write_copy() {
     mend::changed_source mended(recording_->source(), planned_);
     scan::byte_source& content =
         told_.changes ? static_cast<scan::byte_source&>(mended) : recording_->source();
-    const copy_names names = {.from = path_, .to = options_.output, .replace = options_.force};
+    const new_file_names names = {.from = path_, .to = options_.output, .replace = options_.force};
     std::string problem = why_not_written(disk_, names);
     if (problem.empty())
-        problem = write_mended_copy(disk_, names, recording_->source(), content);
+        problem = write_whole_file(disk_, names, recording_->source(), content);
     if (!problem.empty()) {
         with_.err.say(options_.output, problem);
         return exit_status::failed;

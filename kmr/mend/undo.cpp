@@ -2,6 +2,7 @@
 #include "kmr/commands.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/output/text.hpp"
 #include "mend/plain_disk.hpp"
 

@@ -1,8 +1,8 @@
 // kmr plot: the time line as one still picture.
 #include "kmr/commands.hpp"
 #include "kmr/judged_file.hpp"
-#include "kmr/mend/held_signals.hpp"
-#include "kmr/mend/mended_copy.hpp"
+#include "kmr/new_file/new_file.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/plot/marks.hpp"
 #include "kmr/plot/picture.hpp"
@@ -10,7 +10,6 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 
 namespace kmr::program {
@@ -18,13 +17,8 @@ namespace {
 
 enum class picture_form : uint8_t { svg, png, unknown };
 
-char small_letter(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 picture_form form_of(const std::string& path) {
-    std::string suffix = std::filesystem::path(path).extension().string();
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(), small_letter);
+    const std::string suffix = small_suffix_of(path);
     if (suffix == ".png")
         return picture_form::png;
     return suffix == ".svg" || path == "-" ? picture_form::svg : picture_form::unknown;
@@ -99,12 +93,12 @@ private:
         take_size_limits_as_errors();
         mend::plain_disk disk;
         scan::memory_source content({reinterpret_cast<const uint8_t*>(picture.data()), picture.size()});
-        const std::string why = write_mended_copy(disk, names_, content, content);
+        const std::string why = write_whole_file(disk, names_, content, content);
         return why.empty() ? exit_status::sound : refuse(names_.to, why, with);
     }
 
     std::string path_ = {};
-    copy_names names_ = {};
+    new_file_names names_ = {};
     kmr::plot::picture_size size_ = {};
 };
 

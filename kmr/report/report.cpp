@@ -2,9 +2,9 @@
 #include "kmr/check/check_output.hpp"
 #include "kmr/commands.hpp"
 #include "kmr/frame_rows.hpp"
-#include "kmr/mend/held_signals.hpp"
-#include "kmr/mend/mended_copy.hpp"
-#include "kmr/mend/noted_signals.hpp"
+#include "kmr/new_file/new_file.hpp"
+#include "kmr/new_file/noted_signals.hpp"
+#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/page/page_text.hpp"
 #include "kmr/scan_follower.hpp"
@@ -198,7 +198,7 @@ private:
         return worse(exit_status::found, status_of(file.judged));
     }
 
-    copy_names names_ = {};
+    new_file_names names_ = {};
 };
 
 } // namespace

@@ -1,7 +1,7 @@
 // What is said of changes that were not made, and what is looked at before and behind the writing of a new file.
 #include "kmr/mend/changed_recording.hpp"
 #include "kmr/mend/mend_words.hpp"
-#include "kmr/mend/mended_copy.hpp"
+#include "kmr/new_file/new_file.hpp"
 #include "mend/plain_disk.hpp"
 #include "tests/scan/compose.hpp"
 #include "tests/support/scratch.hpp"
@@ -76,8 +76,8 @@ protected:
     std::string write_to(const std::string& name) const {
         kmr::mend::plain_disk disk;
         kmr::scan::memory_source content(file_);
-        return kmr::program::write_mended_copy(disk, {.from = recording_, .to = place_.file(name)}, content,
-                                               content);
+        return kmr::program::write_whole_file(disk, {.from = recording_, .to = place_.file(name)}, content,
+                                              content);
     }
     std::string why_not_from(const std::string& recording) const {
         kmr::mend::plain_disk disk;

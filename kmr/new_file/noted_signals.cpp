@@ -1,4 +1,4 @@
-#include "kmr/mend/noted_signals.hpp"
+#include "kmr/new_file/noted_signals.hpp"
 
 namespace kmr::program {
 namespace {

@@ -1,13 +1,18 @@
-#include "kmr/mend/mended_copy.hpp"
+#include "kmr/new_file/new_file.hpp"
 
 #include "kmr/judged_file.hpp"
-#include "kmr/mend/mend_words.hpp"
-#include "kmr/mend/noted_signals.hpp"
+#include "kmr/new_file/noted_signals.hpp"
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 namespace kmr::program {
 namespace {
+
+constexpr char words_of_link[] = "a symbolic link: nothing is written through it";
+constexpr char words_of_no_file[] = "not a regular file";
+constexpr char words_of_taken[] = "is there already (--force replaces it)";
 
 // Stops where the program is to end, and behind the last byte where the original is no longer what was planned for.
 class watched_content final : public scan::byte_source {
@@ -31,9 +36,14 @@ private:
     scan::byte_source& original_;
 };
 
+// Of names of files, whatever the locale says.
+char small_letter(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
 } // namespace
 
-std::string why_not_written(mend::disk& on, const copy_names& names) {
+std::string why_not_written(mend::disk& on, const new_file_names& names) {
     mend::file_facts original;
     mend::file_facts there;
     if (const int error = on.look(names.from, original))
@@ -47,14 +57,14 @@ std::string why_not_written(mend::disk& on, const copy_names& names) {
     if (there.is_same_file(original))
         return "is the recording itself";
     if (there.kind == mend::file_kind::link)
-        return "a symbolic link: nothing is written through it";
+        return words_of_link;
     if (there.kind != mend::file_kind::regular)
-        return "not a regular file";
-    return names.replace ? "" : "is there already (--force replaces it)";
+        return words_of_no_file;
+    return names.replace ? "" : words_of_taken;
 }
 
-std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byte_source& original,
-                              scan::byte_source& content) {
+std::string write_whole_file(mend::disk& on, const new_file_names& names, scan::byte_source& original,
+                             scan::byte_source& content) {
     mend::file_facts from;
     if (const int error = on.look(names.from, from))
         return words_of(error);
@@ -68,13 +78,24 @@ std::string write_mended_copy(mend::disk& on, const copy_names& names, scan::byt
 }
 
 std::string why_not_there(const mend::outcome& result) {
-    if (result.status == mend::mend_status::is_a_link)
-        return "a symbolic link: nothing is written through it";
+    using enum mend::mend_status;
+    if (result.status == is_a_link)
+        return words_of_link;
+    if (result.status == not_a_file)
+        return words_of_no_file;
+    if (result.status == locked)
+        return "another program is changing it";
     if (result.error == EEXIST)
-        return "is there already (--force replaces it)";
+        return words_of_taken;
     if (result.error == ESTALE)
         return "the recording was changed meanwhile; nothing was written";
-    return words_of(result);
+    return result.is_done() ? "" : words_of(result.error);
+}
+
+std::string small_suffix_of(const std::string& path) {
+    std::string suffix = std::filesystem::path(path).extension().string();
+    std::transform(suffix.begin(), suffix.end(), suffix.begin(), small_letter);
+    return suffix;
 }
 
 } // namespace kmr::program
