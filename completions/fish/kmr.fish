@@ -1,7 +1,21 @@
 # Completion of kmr for fish.
-set -l commands check show frames ls query merge repair undo tag copy
+set -l commands check show frames ls query merge repair undo tag copy extract report plot
 set -l none "not __fish_seen_subcommand_from $commands"
 set -l any "__fish_seen_subcommand_from $commands"
+
+# The word at the cursor with each suffix at its end, in the place of one that it has begun ("video.m").
+function __kmr_named
+    set -l word (commandline -ct)
+    set -l stem (string replace -rf -- '(?<=[^/])\.[^./]*$' '' $word)
+    set -l begun (string replace -rf -- '.*[^/](\.[^./]*)$' '$1' $word)
+    set -l fitting
+    test -n "$begun"; and set fitting (string match -- "$begun*" $argv)
+    if set -q fitting[1]
+        printf '%s\n' $stem$fitting
+    else if string match -qr -- '^[^-].*(?<!/)$' $word
+        printf '%s\n' $word$argv
+    end
+end
 
 complete -c kmr -n $none -f
 complete -c kmr -n $none -s h -l help -d 'print the commands'
@@ -16,6 +30,9 @@ complete -c kmr -n $none -a repair -d 'mends recordings, and keeps a way back'
 complete -c kmr -n $none -a undo -d 'takes the last change of a recording back'
 complete -c kmr -n $none -a tag -d 'lists the tags of a recording and changes them'
 complete -c kmr -n $none -a copy -d 'copies a part of a recording into a recording of its own'
+complete -c kmr -n $none -a extract -d 'takes video or sound out of a recording'
+complete -c kmr -n $none -a report -d 'makes a page about a recording'
+complete -c kmr -n $none -a plot -d 'draws the time line of a recording'
 
 complete -c kmr -n $any -s h -l help -d 'print the options'
 complete -c kmr -n $any -l color -xa 'auto always never' -d 'colours'
@@ -64,3 +81,20 @@ complete -c kmr -n '__fish_seen_subcommand_from tag; and not __fish_seen_subcomm
 complete -c kmr -n '__fish_seen_subcommand_from copy' -l from -x -d 'from here on'
 complete -c kmr -n '__fish_seen_subcommand_from copy' -l to -x -d 'before here'
 complete -c kmr -n '__fish_seen_subcommand_from copy' -l force -d 'replace what is there'
+
+complete -c kmr -n '__fish_seen_subcommand_from extract' -s o -l output -rFa '(__kmr_named .mp4 .mkv .h264 .h265 .mjpeg .raw)' -d 'what to write, by its suffix'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l from -x -d 'from here on'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l to -x -d 'before here'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l audio -xa 'alaw mulaw s16le u8' -d 'with the sound, coded like this'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l close-pauses -x -d 'shorten longer pauses'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l keep-damaged -d 'leave out encrypted frames alone'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l strip-user-data -d 'without the recorder\'s own unit'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l force -d 'replace what is there'
+
+complete -c kmr -n '__fish_seen_subcommand_from report' -s o -rFa '(__kmr_named .html)' -d 'the page'
+complete -c kmr -n '__fish_seen_subcommand_from report' -l force -d 'replace what is there'
+
+complete -c kmr -n '__fish_seen_subcommand_from plot' -s o -l output -rFa '(__kmr_named .svg .png)' -d 'the picture'
+complete -c kmr -n '__fish_seen_subcommand_from plot' -l width -x -d 'in pixels'
+complete -c kmr -n '__fish_seen_subcommand_from plot' -l height -x -d 'in pixels'
+complete -c kmr -n '__fish_seen_subcommand_from plot' -l force -d 'replace what is there'

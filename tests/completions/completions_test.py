@@ -91,6 +91,23 @@ def check_values(shell, words, options):
             complaints.same(f"{shell.name}: {' '.join(words)} {name}", "value", value.split("|"), found)
 
 
+def suffixes_made(command):
+    """What the program says that it can make, of a name that has no suffix it knows. Containers are offered whether or
+    not it was built with them; a page has the suffix of its help text."""
+    said = help_text.output(KMR, command, "no-recording", "-o", "no-suffix").stderr
+    found = set(re.findall(r"\.\w+", said)) or {"." + every_command[command]["-o"].partition(".")[2]}
+    return found | ({".mp4", ".mkv"} if command == "extract" else set())
+
+
+def check_suffixes(shell):
+    """A name that is begun goes on with each suffix, in the place of the one that it has begun."""
+    for command in sorted({"extract", "report", "plot"} & set(every_command)):
+        for typed in ("video", "video.", "folder/video"):
+            wanted = {typed.rstrip(".") + suffix for suffix in suffixes_made(command)}
+            found = shell.offered("kmr", command, "recording.kmr", "-o", typed)
+            complaints.same(f"{shell.name}: kmr {command} -o {typed}", "name", wanted, found)
+
+
 def without_descriptions(text):
     return re.sub(r"\[(?:\\.|[^]\\])*\]", "", text)
 
@@ -114,6 +131,8 @@ def check_zsh(every, make, letters):
         for command in sorted(commands & set(cases)):
             found = in_text(cases[command]) | (in_text(common) if "$common" in cases[command] else set())
             complaints.same(f"zsh: kmr {command}", "option", long_ones(every[command]), found)
+            if named := re.search(r" _kmr_named ([^']*)'", cases[command]):
+                complaints.same(f"zsh: kmr {command}", "suffix", suffixes_made(command), named.group(1).split())
     complaints.same("zsh: kmr_make", "option", make, in_text(read("zsh", "_kmr_make")))
     viewer = without_descriptions(read("zsh", "_kmr_viewer"))
     complaints.same("zsh: kmr_viewer", "option", letters, re.findall(r"'(?:\(- \*\))?(-\w)", viewer))
@@ -191,6 +210,8 @@ with tempfile.TemporaryDirectory() as empty:
     shells = [Bash(empty)] + ([Fish(empty)] if shutil.which("fish") else [])
     for each in shells:
         check_shell(each, every_command, make_options, viewer_options)
+        check_suffixes(each)
 typed_at_a_prompt(path_of("bash", "kmr"), "kmr che\t--al\t", ["check", "--all-findings"])
 typed_at_a_prompt(path_of("bash", "kmr"), "kmr frames --format=c\t--ty\t I", ["frames", "--format=csv", "--type", "I"])
+typed_at_a_prompt(path_of("bash", "kmr"), "kmr extract x --au\ta\t -o v.h\t4\t", ["extract", "x", "--audio", "alaw", "-o", "v.h264"])
 complaints.end(f"{len(every_command)} helps of kmr, {len(make_options)} options of kmr_make")

@@ -6,7 +6,7 @@ import subprocess
 import tempfile
 
 # Two blanks, the option with or without a letter, at one blank its value, at two or more what it does.
-OPTION = re.compile(r"  (?:(-\w),)?(--[\w-]+)(?: (?!Needs:|Excludes:)(\S+))?(?: .*)?$")
+OPTION = re.compile(r"  (?:(-\w),)?(--[\w-]+|-\w)(?: (?!Needs:|Excludes:)(\S+))?(?: .*)?$")
 
 
 def output(*arguments):
