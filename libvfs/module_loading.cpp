@@ -1,6 +1,7 @@
 // Start-up: clears the layer's tables and loads both modules into the mount table. It knows every part of the layer,
 // whose functions stand in some slots; no part of the layer knows it.
 #include "libvfs/directories.hpp"
+#include "libvfs/module_handles.hpp"
 #include "libvfs/mount_table.hpp"
 #include "libvfs/open_files.hpp"
 
@@ -12,12 +13,13 @@
 
 extern const char g_cSoName[2][32] = {"libznfs.so", "libsznfs.so"};
 void* g_handle;
+void* kmr::module_handles[module_count];
 
 namespace {
 
 constexpr char module_folder[] = "./lib";
 constexpr char symbol_prefixes[2][64] = {"znfs_", "sznfs_"};
-constexpr uint32_t module_count = 2;
+using kmr::module_count;
 
 // What puts an address into one slot of a module's operations.
 using slot_filler = void (*)(vfs_module_operations& operations, const char* operation);
@@ -100,6 +102,7 @@ int32_t vfs_LoadInitMdl(vfs_mount_entry* entry) {
     char library[64];
     std::snprintf(library, sizeof library, "%s/%s", module_folder, entry->cName);
     g_handle = dlopen(library, RTLD_NOW);
+    kmr::module_handles[entry->Operations.iIndex] = g_handle;
     if (g_handle == nullptr)
         return -1;
     for (const slot_row& row : slot_rows)

@@ -1,9 +1,26 @@
-# Shared by the tests beside it: what they stop with, and the example of docs/library.md, run.
+# Shared by the tests beside it: what they stop with, an installation that was moved, and the example of docs/library.md, run.
 # shellcheck shell=bash
 
 fail() {
     echo "FAILED: $*" >&2
     exit 1
+}
+
+# install_below FOLDER [OPTION...]: as a package is made: below FOLDER for the prefix /opt/kmr.
+install_below() {
+    DESTDIR=$1 "$CMAKE" --install "$BUILD" --prefix /opt/kmr "${@:2}" >"$WORK/install.log"
+    if grep 'Installing: ' "$WORK/install.log" | grep -v "$1/opt/kmr/"; then
+        fail "installed outside of DESTDIR"
+    fi
+}
+
+# install_moved: an installation that stands elsewhere than it was made for; $prefix says where.
+install_moved() {
+    prefix=$WORK/moved
+    rm -rf "$WORK"
+    mkdir -p "$WORK"
+    install_below "$WORK/staging"
+    mv "$WORK/staging/opt/kmr" "$prefix"
 }
 
 # run_example PROGRAM MODULES: lets the example repair, mark and copy a recording of two I-frames, two seconds apart.

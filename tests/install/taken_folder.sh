@@ -9,4 +9,5 @@ rm -rf "$WORK"
 "$CMAKE" --build "$WORK" --parallel 2
 [ ! -e "$WORK/kmr/bin/kmr_viewer" ] || fail "the program was built, which nothing needs"
 run_example "$WORK/library_example" "$WORK/kmr/bin/lib"
+run_example "$WORK/library_example_shared" "$WORK/kmr/bin/lib"
 echo "taken as a folder: builds and runs"
