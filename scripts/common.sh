@@ -33,6 +33,7 @@ purpose() {
         gcc) echo "program ${CC:-cc}" ;;
         g++) echo "program ${CXX:-c++}" ;;
         clang) echo "program clang++" ;;
+        abigail-tools) echo "program abidiff" ;;
         binutils) echo "program readelf" ;;
         libgtest-dev) echo "header gtest/gtest.h" ;;
         libgmock-dev) echo "header gmock/gmock.h" ;;
