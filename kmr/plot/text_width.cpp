@@ -63,10 +63,10 @@ std::string shortened(std::string_view text, double size, double room) {
 }
 
 std::string shortened_in_front(std::string_view text, double size, double room) {
-    const std::string shown = output::text(text);
-    std::string_view end = shown;
-    if (text_width(end, size) <= room)
+    std::string shown = output::text(text);
+    if (text_width(shown, size) <= room)
         return shown;
+    std::string_view end = shown;
     double width = text_width(end, size) + width_of_dots(size);
     while (!end.empty() && width > room) {
         const utf8_character first = first_utf8_character(end);
