@@ -189,10 +189,26 @@ class SmallPageTest(PageTest):
         self.assertEqual("rgb(255, 255, 255)", self.script("return getComputedStyle(document.body).backgroundColor"))
         self.assertEqual("rgb(27, 35, 48)", self.script("return getComputedStyle(document.body).color"))
         self.assertFalse(self.find("#filters").is_displayed())
+        # As wide as paper: what is drawn does not become narrower when it is printed.
+        self.assertEqual(["680px", "680px"], self.script(
+            "return ['#plot canvas', '#lanes'].map(each => document.querySelector(each).style.width)"))
+        self.assertGreaterEqual(len(self.script(COLORS)), 4)
         self.picture("print")
         self.look("dark", "screen")
         self.script("window.dispatchEvent(new Event('afterprint'))")
         self.assertNotEqual("rgb(27, 35, 48)", self.script("return getComputedStyle(document.body).color"))
+        self.assertNotEqual("680px", self.script("return document.querySelector('#plot canvas').style.width"))
+
+    def test_fits_narrow_windows(self):
+        self.addCleanup(self.browser.set_window_size, 1280, 2300)
+        for width in (800, 400):
+            self.browser.set_window_size(width, 2300)
+            self.wait_for(lambda: self.script("return document.querySelector('#lanes').clientWidth < innerWidth"))
+            self.assertLessEqual(self.script("return document.documentElement.scrollWidth"), width)
+            cut = self.script("""return [...document.querySelectorAll('#frames-heading th')]
+                .filter(each => each.scrollWidth > each.clientWidth).map(each => each.textContent)""")
+            self.assertEqual([], cut)
+            self.picture("narrow-%d" % width)
 
 
 class HostilePageTest(PageTest):
