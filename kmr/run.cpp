@@ -150,6 +150,16 @@ public:
             return "Usage: " + name + " COMMAND [OPTION...] ...\n";
         return CLI::Formatter::make_usage(app, std::move(name));
     }
+    // A value that may be left out: the text of the option says so, and the name as the parser has it says what it is.
+    std::string make_option_name(const CLI::Option* option, bool is_positional) const override {
+        std::string name = CLI::Formatter::make_option_name(option, is_positional);
+        const size_t value = name.find('{');
+        return value == std::string::npos ? name : name.substr(0, value) + option->get_option_text();
+    }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const bool is_told = option->get_option_text().starts_with("[=");
+        return is_told ? "" : CLI::Formatter::make_option_opts(option);
+    }
 };
 
 exit_status run_command(int argc, const char* const* argv, output::standard_output& out,

@@ -17,11 +17,6 @@ using output::append_number;
 constexpr uint64_t ms_a_second = 1000;
 constexpr uint64_t bits_a_byte = 8;
 
-std::string_view word_for(scan::video_codec codec) {
-    constexpr std::string_view words[] = {"", "h264", "h265", "mjpeg"};
-    return words[static_cast<size_t>(codec)];
-}
-
 std::string_view name_of(scan::video_codec codec) {
     constexpr std::string_view names[] = {"unknown coding", "H.264", "H.265", "MJPEG"};
     return names[static_cast<size_t>(codec)];
@@ -196,6 +191,11 @@ std::optional<Value> only_if(bool condition, Value value) {
 }
 
 } // namespace
+
+std::string_view word_for(scan::video_codec codec) {
+    constexpr std::string_view words[] = {"", "h264", "h265", "mjpeg"};
+    return words[static_cast<size_t>(codec)];
+}
 
 std::optional<uint64_t> bit_rate_of(const scan::report& judged) {
     if (!judged.duration_ms || *judged.duration_ms <= 0)

@@ -5,6 +5,7 @@
 #include "kmr/commands.hpp"
 #include "kmr/extract/extract_words.hpp"
 #include "kmr/extract/output_kinds.hpp"
+#include "kmr/extract/stoppable_source.hpp"
 #include "kmr/judged_file.hpp"
 #include "kmr/new_file/new_file.hpp"
 #include "kmr/new_file/noted_signals.hpp"
@@ -35,22 +36,6 @@ public:
 
 private:
     mend::draft& into_;
-};
-
-// Ends where the program is to end.
-class stoppable_source final : public scan::byte_source {
-public:
-    explicit stoppable_source(scan::byte_source& source) : source_(source) {}
-    uint64_t size() const override { return source_.size(); }
-    scan::source_change change() const override { return source_.change(); }
-    scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override {
-        if (noted_signals::any())
-            return {.count = 0, .error = EINTR};
-        return source_.read_at(offset, into);
-    }
-
-private:
-    scan::byte_source& source_;
 };
 
 // Standard output, which ends the program by itself where it cannot be written.

@@ -13,8 +13,18 @@ function read_page() {
         check: read_block('check'),
         show: read_block('show'),
         frames: read_block('frames'),
-        video: video && {...video, bytes: () => bytes_of(document.getElementById('video-bytes').textContent)},
+        video: video && {...video, pieces: () => read_pieces('video-bytes-', video.blocks)},
     };
+}
+
+// What is in the pieces need not stand in the page as well.
+function read_pieces(name, count) {
+    return Array.from({length: count}, (_, number) => {
+        const block = document.getElementById(name + number);
+        const bytes = bytes_of(block.textContent);
+        block.remove();
+        return bytes;
+    });
 }
 
 function bytes_of(base64) {

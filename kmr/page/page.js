@@ -16,7 +16,7 @@ fill_time_line_text(frames, events, page.show);
 const table = make_frame_table(frames, choose);
 const time_line =
     frames.count > 0 && typeof Dygraph === 'function' ? make_time_line(frames, events, choose) : null;
-const player = page.video ? make_player(page.video, page.check.path, follow) : null;
+const player = page.video ? make_player(page.video, frames, page.check.path, follow) : null;
 
 function frame_words(index) {
     const wall = wall_time(start, frames.stream_ms[index]);
@@ -35,7 +35,7 @@ function choose(index, by, what) {
         clear_filters();
     show_frame(index, by !== 'table');
     if (player)
-        player.seek(frames.stream_ms[index]);
+        player.seek(index);
     by_id('chosen').textContent = (what ? (what.code || what.words) + ': ' : '') + frame_words(index);
     if (by === 'finding' || by === 'tag' || by === 'go to') {
         by_id('frames-table').focus({preventScroll: true});
@@ -43,22 +43,19 @@ function choose(index, by, what) {
     }
 }
 
-function show_frame(index, in_the_middle) {
+// `quietly`: without a word to screen readers.
+function show_frame(index, in_the_middle, quietly) {
     table.set_current(index, in_the_middle);
     by_id('frame-title').textContent = frame_words(index);
     const list = by_id('frame-user-data');
     list.replaceChildren();
     fill_list(list, (frames.user_data.get(index) || []).map(each => [each.kind, each.value]));
     if (time_line)
-        time_line.set_cursor(frames.stream_ms[index], frame_words(index));
+        time_line.set_cursor(frames.stream_ms[index], quietly ? '' : frame_words(index));
 }
 
-// The frame that is played; it is not said aloud.
-function follow(ms) {
-    const index = frame_at_time(frames, ms);
-    if (index >= 0 && table.is_listed(index))
-        show_frame(index, false);
-}
+// The frame that the video shows; while it plays, none is said aloud.
+function follow(index, plays) { show_frame(index, false, plays); }
 
 function apply_filters() {
     const type = by_id('filter-type').value;

@@ -2,8 +2,8 @@
 
 namespace kmr::program {
 
-void begin_block(std::string& to, std::string_view name) {
-    to.append("<script type=\"application/json\" id=\"").append(name).append("\">");
+void begin_block(std::string& to, std::string_view name, std::string_view type) {
+    to.append("<script type=\"").append(type).append("\" id=\"").append(name).append("\">");
 }
 
 void append_to_block(std::string& to, std::string_view json) {

@@ -13,8 +13,8 @@ std::string_view page_tail();
 // Whether the page draws a time line: the library that draws it was there when the program was built.
 bool page_has_time_line();
 
-// JSON that the script of the page finds by its name. Nothing in it can end the block.
-void begin_block(std::string& to, std::string_view name);
+// Data that the script of the page finds by its name. Nothing in JSON that is appended can end the block.
+void begin_block(std::string& to, std::string_view name, std::string_view type = "application/json");
 void append_to_block(std::string& to, std::string_view json);
 void end_block(std::string& to);
 

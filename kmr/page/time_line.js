@@ -247,7 +247,8 @@ function make_time_line(frames, events, choose) {
             if (ms < shown[0] || ms > shown[1])
                 show(ms - span / 2, ms + span / 2);
             place_cursor();
-            say(ms, words);
+            if (words)
+                say(ms, words);
         },
     };
 }

@@ -7,55 +7,20 @@
 #include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/page/page_text.hpp"
+#include "kmr/report/page_file.hpp"
+#include "kmr/report/page_video.hpp"
 #include "kmr/scan_follower.hpp"
 #include "kmr/show_output.hpp"
 #include "mend/new_file.hpp"
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
 namespace kmr::program {
 namespace {
-
-// A page on its way to the disk, in large pieces. The first error stays, and nothing is written behind it.
-class page_file {
-public:
-    explicit page_file(mend::draft& into) : into_(into) {}
-
-    // To append to; `keep_small` must follow.
-    std::string& buffer() { return buffer_; }
-    void keep_small() {
-        constexpr size_t piece = 65536;
-        if (buffer_.size() >= piece)
-            flush();
-    }
-
-    int finish() {
-        flush();
-        if (error_ == 0)
-            error_ = into_.sync();
-        return error_;
-    }
-
-    // Whether it is any use to go on.
-    bool is_wanted() const { return error_ == 0 && !noted_signals::any(); }
-
-private:
-    void flush() {
-        if (error_ == 0)
-            error_ =
-                into_.write_at(written_, {reinterpret_cast<const uint8_t*>(buffer_.data()), buffer_.size()});
-        written_ += buffer_.size();
-        buffer_.clear();
-    }
-
-    mend::draft& into_;
-    std::string buffer_ = {};
-    uint64_t written_ = 0;
-    int error_ = 0;
-};
 
 // The frames, as they come. So much user data makes no page that a browser could not open; the rest is counted.
 class frames_block final : public file_progress {
@@ -120,11 +85,28 @@ void append_block(std::string& to, std::string_view name, append_json_line appen
     end_block(to);
 }
 
+constexpr uint64_t most_mib = 4096; // a recording is no larger
+
+CLI::Validator size_in_mib() {
+    const auto check = [](const std::string& value) {
+        const bool is_number =
+            !value.empty() && value.size() <= 4 && value.find_first_not_of("0123456789") == std::string::npos;
+        const uint64_t number = is_number ? std::stoull(value) : 0;
+        return std::string(number > 0 && number <= most_mib ? ""
+                                                            : "a size is a number of MiB from 1 to 4096");
+    };
+    return {check, ""};
+}
+
 class report final : public command {
 public:
     void add_options(CLI::App& to) override {
         to.add_option("FILE", names_.from, "A recording")->required();
         to.add_option("-o", names_.to, "The page")->option_text("PAGE.html")->required()->check(not_empty());
+        to.add_flag("--video{64}", video_mib_,
+                    "With the video, as .mp4 of at most so many MiB (64 where no number is given)")
+            ->option_text("[=MIB]")
+            ->check(size_in_mib());
         to.add_flag("--force", names_.replace, "Replace the page where it is there already; never FILE");
     }
 
@@ -160,22 +142,24 @@ private:
         if (const mend::outcome made = draft.make(); !made.is_done())
             return refuse(names_.to, why_not_there(made), with);
         page_file page(draft);
-        const judged_file file = fill(page, path, source, with);
+        page_video video;
+        const judged_file file = fill(page, path, source, video, disk, with);
         if (noted_signals::any())
             return exit_status::failed; // it ends by the signal
         if (file.judged.judged == scan::verdict::unreadable && page.is_wanted())
             return refuse(path, file.problem, with);
-        if (const int error = page.finish())
+        const int unfinished = page.finish();
+        if (const int error = unfinished != 0 ? unfinished : video.error)
             return refuse(names_.to, words_of(error), with);
         if (const mend::outcome named = draft.put_in_place(); !named.is_done())
             return refuse(names_.to, why_not_there(named), with);
         if (const int error = disk.sync_folder(names_.to))
             return refuse(names_.to, words_of(error), with);
-        return tell(file, with);
+        return tell(file, video, with);
     }
 
-    static judged_file fill(page_file& page, const std::string& path, scan::byte_source& source,
-                            session& with) {
+    judged_file fill(page_file& page, const std::string& path, scan::byte_source& source, page_video& video,
+                     mend::disk& disk, session& with) const {
         page.buffer() += page_head();
         frames_block frames(page, with, source.size());
         followed_source followed(source, frames);
@@ -185,20 +169,28 @@ private:
         output::clock clock = with.clock();
         append_block(page.buffer(), "check", append_checked_json, file, clock);
         append_block(page.buffer(), "show", append_shown_json, file, clock);
+        if (!video_mib_.empty() && page.is_wanted() && file.judged.judged != scan::verdict::unreadable)
+            video = append_video(page, disk, names_.to, std::stoull(video_mib_), source, with.err);
         page.buffer() += page_tail();
         return file;
     }
 
-    exit_status tell(const judged_file& file, session& with) const {
+    exit_status tell(const judged_file& file, const page_video& video, session& with) const {
+        const exit_status judged = status_of(file.judged);
+        const bool is_all_there = page_has_time_line() && video.why_not.empty() && video.is_whole;
         if (!file.problem.empty())
             with.err.say(file.path, file.problem);
-        if (page_has_time_line())
-            return status_of(file.judged);
-        with.err.say(names_.to, "without a time line: this program was built without Dygraphs");
-        return worse(exit_status::found, status_of(file.judged));
+        if (!video.why_not.empty())
+            with.err.say(names_.to, std::string("without video: ") + video.why_not);
+        if (!video.left_out.empty())
+            with.err.say(names_.to, std::string("the video: ") + video.left_out);
+        if (!page_has_time_line())
+            with.err.say(names_.to, "without a time line: this program was built without Dygraphs");
+        return is_all_there ? judged : worse(exit_status::found, judged);
     }
 
     new_file_names names_ = {};
+    std::string video_mib_ = {}; // empty: no video
 };
 
 } // namespace
@@ -207,10 +199,13 @@ const command_kind report_command = {
     "report",
     "Makes a page about a recording, for any browser",
     "  kmr report recording.kmr -o recording.html              verdict, time line, frames, findings\n"
-    "  kmr report --utc --force recording.kmr -o page.html     anew, with times in UTC\n",
+    "  kmr report --utc --force recording.kmr -o page.html     anew, with times in UTC\n"
+    "  kmr report --video recording.kmr -o recording.html      with the video, where it takes at most 64 "
+    "MiB\n"
+    "  kmr report --video=200 recording.kmr -o recording.html  the same with at most 200 MiB\n",
     make_command<report>,
-    "Exit status: 0 sound; 1 something was found, or the page has no time line; 2 wrong usage, not\n"
-    "readable or not written.",
+    "Exit status: 0 sound; 1 something was found, the page has no time line, or the video is not there\n"
+    "or not whole; 2 wrong usage, not readable or not written.",
 };
 
 } // namespace kmr::program

@@ -1,7 +1,6 @@
 """Pages as a reader uses them."""
 import json
 import pathlib
-import subprocess
 import time
 
 from selenium.webdriver.common.action_chains import ActionChains
@@ -293,38 +292,3 @@ class LargePageTest(PageTest):
         self.assertLess(time.monotonic() - begun, 8)
         self.assertLess(self.script("return document.getElementsByTagName('*').length"), 30_000)
         self.picture("many")
-
-
-class VideoPageTest(PageTest):
-    """The picture of a test card, three seconds long, as it would come with the page."""
-
-    def video(self, *coding):
-        path = self.folder / "video.mp4"
-        subprocess.run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc=size=320x240:rate=25:duration=3", *coding,
-                        "-pix_fmt", "yuv420p", "-movflags", "+faststart", path], check=True)
-        return path.read_bytes()
-
-    def open_with(self, codec, *coding):
-        self.compose("demo.kmr", "--demo")
-        self.open(self.with_video(self.page_of("demo.kmr"), self.video(*coding), codec))
-
-    def test_plays_and_is_coupled_to_the_time_line(self):
-        self.open_with("h264", "-c:v", "libx264")
-        self.wait_for(lambda: self.script("return document.querySelector('#video').readyState >= 2"))
-        self.find("#tags tr:last-child button").click()  # at 2 s
-        self.wait_for(lambda: abs(self.script("return document.querySelector('#video').currentTime") - 2) < 0.05)
-        self.script("document.querySelector('#video').currentTime = 0")
-        self.script("return document.querySelector('#video').play()")
-        self.wait_for(lambda: self.script("return document.querySelector('#video').currentTime") > 0.5)
-        self.wait_for(lambda: int(self.find("#time-line").get_attribute("aria-valuenow")) not in (0, 2000))
-        self.picture("video")
-
-    def test_offers_what_a_browser_does_not_play(self):
-        self.open_with("h265", "-c:v", "libx265", "-x265-params", "log-level=error")
-        self.assertFalse(self.find("#video").is_displayed())
-        self.assertTrue(self.text("#video-words").startswith("This browser does not play H.265."))
-        self.assertEqual("demo.kmr.mp4", self.find("#video-save").get_attribute("download"))
-        self.find("#video-save").click()
-        saved = pathlib.Path(self.downloads.name) / "demo.kmr.mp4"
-        self.wait_for(saved.exists)
-        self.wait_for(lambda: saved.stat().st_size == (self.folder / "video.mp4").stat().st_size)

@@ -1,5 +1,4 @@
 """Pages of composed recordings, and a browser that has them open."""
-import base64
 import json
 import os
 import pathlib
@@ -53,8 +52,10 @@ class PageTest(unittest.TestCase):
     def compose(self, name, *options):
         subprocess.run([KMR_MAKE, "--output", self.folder / name, *options], check=True, stdout=subprocess.DEVNULL)
 
-    def page_of(self, name, status=0, program=None):
-        made = subprocess.run([program or KMR, "report", name, "-o", "page.html"], cwd=self.folder, env={**os.environ, "TZ": "UTC0"})
+    def page_of(self, name, status=0, program=None, options=()):
+        made = subprocess.run([program or KMR, "report", *options, name, "-o", "page.html"], cwd=self.folder,
+                              env={**os.environ, "TZ": "UTC0"}, stderr=subprocess.PIPE, text=True)
+        self.words = made.stderr
         self.assertEqual(status, made.returncode)
         return self.folder / "page.html"
 
@@ -64,16 +65,6 @@ class PageTest(unittest.TestCase):
         self.browser.get(page.as_uri())
         self.wait_for(lambda: self.script("return document.documentElement.hasAttribute('data-ready')"))
         return time.monotonic() - begun
-
-    @staticmethod
-    def with_video(page, video, codec):
-        """The page as it is with a video in it."""
-        facts = json.dumps({"type": "video/mp4", "codec": codec, "first_ms": 0})
-        blocks = '<script type="application/json" id="video-facts">%s</script>\n' \
-                 '<script type="text/plain" id="video-bytes">%s</script>\n' % (facts, base64.b64encode(video).decode())
-        text = page.read_text().replace("</main>\n", "</main>\n" + blocks, 1)
-        page.write_text(text)
-        return page
 
     # --- the browser
 
