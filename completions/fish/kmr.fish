@@ -82,10 +82,12 @@ complete -c kmr -n '__fish_seen_subcommand_from copy' -l from -x -d 'from here o
 complete -c kmr -n '__fish_seen_subcommand_from copy' -l to -x -d 'before here'
 complete -c kmr -n '__fish_seen_subcommand_from copy' -l force -d 'replace what is there'
 
-complete -c kmr -n '__fish_seen_subcommand_from extract' -s o -l output -rFa '(__kmr_named .mp4 .mkv .h264 .h265 .mjpeg .raw)' -d 'what to write, by its suffix'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -s o -l output \
+    -rFa '(__kmr_named .mp4 .mkv .h264 .h265 .mjpeg .raw)' -d 'what to write, by its suffix'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l from -x -d 'from here on'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l to -x -d 'before here'
-complete -c kmr -n '__fish_seen_subcommand_from extract' -l audio -xa 'alaw mulaw s16le u8' -d 'with the sound, coded like this'
+complete -c kmr -n '__fish_seen_subcommand_from extract' -l audio -xa 'alaw mulaw s16le u8' \
+    -d 'with the sound, coded like this'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l close-pauses -x -d 'shorten longer pauses'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l keep-damaged -d 'leave out encrypted frames alone'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l strip-user-data -d 'without the recorder\'s own unit'

@@ -213,5 +213,6 @@ with tempfile.TemporaryDirectory() as empty:
         check_suffixes(each)
 typed_at_a_prompt(path_of("bash", "kmr"), "kmr che\t--al\t", ["check", "--all-findings"])
 typed_at_a_prompt(path_of("bash", "kmr"), "kmr frames --format=c\t--ty\t I", ["frames", "--format=csv", "--type", "I"])
-typed_at_a_prompt(path_of("bash", "kmr"), "kmr extract x --au\ta\t -o v.h\t4\t", ["extract", "x", "--audio", "alaw", "-o", "v.h264"])
+typed_at_a_prompt(path_of("bash", "kmr"), "kmr extract x --au\ta\t -o v.h\t4\t",
+                  ["extract", "x", "--audio", "alaw", "-o", "v.h264"])
 complaints.end(f"{len(every_command)} helps of kmr, {len(make_options)} options of kmr_make")

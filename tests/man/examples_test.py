@@ -31,12 +31,12 @@ def examples(page):
     with open(os.path.join(PAGES, page), encoding="utf-8") as file:
         text = file.read().partition("\n.Sh EXAMPLES\n")[2].partition("\n.Sh ")[0]
     displays = re.findall(r"^\.Bd -literal.*\n((?:(?!\.Ed).*\n)+)\.Ed", text + "\n", re.MULTILINE)
-    lines = "".join(displays).splitlines()
-    return [line.replace("\\-", "-").replace("\\(aq", "'").replace("\\e", "\\") for line in lines]
+    lines = "".join(displays).replace("|\n", "| ").splitlines()  # a pipe may go on in the next line
+    return [re.sub(" +", " ", line).replace("\\-", "-").replace("\\(aq", "'").replace("\\e", "\\") for line in lines]
 
 
 def typed(line, folder):
-    """In this folder, which has everything that the pages speak of. What would be elsewhere on the disk is in it too."""
+    """In this folder, which has everything that the pages speak of, also what would be elsewhere on the disk."""
     line = line.replace(" /media/", " media/").replace("/tmp/", "tmp/")
     programs = os.pathsep.join([os.path.join(folder, "programs"), os.environ["PATH"]])
     done = subprocess.run(["bash", "-o", "pipefail", "-c", line], cwd=folder, capture_output=True, text=True,

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""kmr(5) against the headers: places and widths of all fields, the segments of user data, the sizes of pictures; and the
-recording at its end is one that the programs find sound."""
+"""kmr(5) against the headers: places and widths of all fields, the segments of user data, the sizes of pictures; and
+the recording at its end is one that the programs find sound."""
 import os
 import re
 import subprocess

@@ -10,6 +10,12 @@ mandoc -Tlint -Wwarning "$1"/*.[1-9]
 pages=("$1"/*.[1-9])
 echo "${#pages[@]} pages"
 
+# What is shown as it stands has room on a terminal of 80 columns.
+for page in "${pages[@]}"; do
+    mandoc -Tascii -Owidth=78 "$page" | sed 's/.\x08//g' | awk -v page="${page##*/}" \
+        'length > 80 { print page ": too wide: " $0; wide = 1 } END { exit wide }'
+done
+
 # What the check would be worth that finds nothing.
 broken=$(mktemp)
 trap 'rm -f "$broken"' EXIT
