@@ -5,8 +5,9 @@ import string
 import subprocess
 import tempfile
 
-# Two blanks, the option with or without a letter, at one blank its value, at two or more what it does.
-OPTION = re.compile(r"  (?:(-\w),)?(--[\w-]+|-\w)(?: (?!Needs:|Excludes:)(\S+))?(?: .*)?$")
+# Two blanks, the option with or without a letter, at one blank its value, at two or more what it does. A value that may
+# be left out stands in brackets, with its sign: --video[=MIB].
+OPTION = re.compile(r"  (?:(-\w),)?(--[\w-]+|-\w)(?:\[(=\S+)\]| (?!Needs:|Excludes:)(\S+))?(?: .*)?$")
 
 
 def output(*arguments):
@@ -17,11 +18,12 @@ def output(*arguments):
 
 def options(text):
     found = {}
-    for letter, name, value in (match.groups("") for match in map(OPTION.match, text.splitlines()) if match):
+    for match in filter(None, map(OPTION.match, text.splitlines())):
+        letter, name, optional, value = match.groups("")
         if value.startswith('"'):  # what an option stands for, not what it takes
             continue
         for each in filter(None, (letter, name)):
-            found.setdefault(each, value.lower())
+            found.setdefault(each, (optional or value).lower())
     return found
 
 
