@@ -1,143 +1,23 @@
-// Containers by libavformat. All that is known of that library stands here.
+// Containers by libavformat. What is known of that library stands here and in libav_calls.* and libav_file.hpp.
 #include "convert/container.hpp"
+#include "convert/libav_calls.hpp"
+#include "convert/libav_file.hpp"
+#include "convert/picture_order.hpp"
+#include "convert/shown_order.hpp"
 #include "convert/sound_line.hpp"
 #include "convert/stream_stamps.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <dlfcn.h>
+#include <deque>
 #include <string>
-#include <type_traits>
+#include <utility>
 #include <vector>
-
-extern "C" {
-#include <libavformat/avformat.h>
-#include <libavutil/channel_layout.h>
-}
 
 namespace kmr::convert {
 namespace {
 
 constexpr AVRational milliseconds = {1, 1000};
-
-// Loaded when a container is wanted: it brings more than a hundred other libraries along, which every start of the program
-// would have to wait for.
-struct libav_calls {
-    decltype(&::av_malloc) av_malloc = nullptr;
-    decltype(&::av_mallocz) av_mallocz = nullptr;
-    decltype(&::av_free) av_free = nullptr;
-    decltype(&::av_freep) av_freep = nullptr;
-    decltype(&::avio_alloc_context) avio_alloc_context = nullptr;
-    decltype(&::avio_context_free) avio_context_free = nullptr;
-    decltype(&::av_log_set_level) av_log_set_level = nullptr;
-    decltype(&::av_packet_alloc) av_packet_alloc = nullptr;
-    decltype(&::av_packet_free) av_packet_free = nullptr;
-    decltype(&::av_packet_rescale_ts) av_packet_rescale_ts = nullptr;
-    decltype(&::av_packet_unref) av_packet_unref = nullptr;
-    decltype(&::avformat_alloc_output_context2) avformat_alloc_output_context2 = nullptr;
-    decltype(&::avformat_free_context) avformat_free_context = nullptr;
-    decltype(&::avformat_new_stream) avformat_new_stream = nullptr;
-    decltype(&::avformat_write_header) avformat_write_header = nullptr;
-    decltype(&::av_dict_set) av_dict_set = nullptr;
-    decltype(&::av_dict_free) av_dict_free = nullptr;
-    decltype(&::av_strerror) av_strerror = nullptr;
-    decltype(&::av_channel_layout_default) av_channel_layout_default = nullptr;
-    decltype(&::av_write_frame) av_write_frame = nullptr;
-    decltype(&::av_write_trailer) av_write_trailer = nullptr;
-
-    bool load() {
-        const std::string name = "libavformat.so." + std::to_string(LIBAVFORMAT_VERSION_MAJOR);
-        void* const from = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (from == nullptr)
-            return false;
-        const auto find = [&](auto& call, const char* of) {
-            call = reinterpret_cast<std::remove_reference_t<decltype(call)>>(dlsym(from, of));
-            return call != nullptr;
-        };
-        return find(av_malloc, "av_malloc") && find(av_mallocz, "av_mallocz") && find(av_free, "av_free") &&
-               find(av_freep, "av_freep") && find(avio_alloc_context, "avio_alloc_context") &&
-               find(avio_context_free, "avio_context_free") && find(av_log_set_level, "av_log_set_level") &&
-               find(av_packet_alloc, "av_packet_alloc") && find(av_packet_free, "av_packet_free") &&
-               find(av_packet_rescale_ts, "av_packet_rescale_ts") &&
-               find(av_packet_unref, "av_packet_unref") &&
-               find(avformat_alloc_output_context2, "avformat_alloc_output_context2") &&
-               find(avformat_free_context, "avformat_free_context") &&
-               find(avformat_new_stream, "avformat_new_stream") &&
-               find(avformat_write_header, "avformat_write_header") && find(av_dict_set, "av_dict_set") &&
-               find(av_dict_free, "av_dict_free") && find(av_strerror, "av_strerror") &&
-               find(av_channel_layout_default, "av_channel_layout_default") &&
-               find(av_write_frame, "av_write_frame") && find(av_write_trailer, "av_write_trailer");
-    }
-};
-
-// Null where the library is not there.
-const libav_calls* libav() {
-    static libav_calls calls;
-    static const bool loaded = calls.load();
-    return loaded ? &calls : nullptr;
-}
-
-// The library's own view of a sink.
-class libav_file {
-public:
-    explicit libav_file(byte_sink& into) : into_(into) {
-        constexpr int buffer_size = 1 << 20;
-        auto* const buffer = static_cast<unsigned char*>(libav()->av_malloc(buffer_size));
-        if (buffer == nullptr)
-            return;
-        // The library's versions differ in whether the bytes are constant.
-        context_ = libav()->avio_alloc_context(
-            buffer, buffer_size, 1, this, nullptr,
-            [](void* self, auto* bytes, int length) {
-                return static_cast<libav_file*>(self)->write(bytes, length);
-            },
-            [](void* self, int64_t offset, int whence) {
-                return static_cast<libav_file*>(self)->seek(offset, whence);
-            });
-        if (context_ == nullptr)
-            libav()->av_free(buffer);
-    }
-    ~libav_file() {
-        if (context_ != nullptr)
-            libav()->av_freep(&context_->buffer);
-        libav()->avio_context_free(&context_);
-    }
-    libav_file(const libav_file&) = delete;
-    libav_file& operator=(const libav_file&) = delete;
-
-    AVIOContext* context() const { return context_; }
-    int error() const { return error_; } // errno of a write that failed
-
-private:
-    int write(const uint8_t* bytes, int length) {
-        if (error_ == 0)
-            error_ = into_.write_at(at_, {bytes, static_cast<size_t>(length)});
-        if (error_ != 0)
-            return AVERROR(error_);
-        at_ += static_cast<uint64_t>(length);
-        size_ = std::max(size_, at_);
-        return length;
-    }
-
-    int64_t seek(int64_t offset, int whence) {
-        if (whence == AVSEEK_SIZE)
-            return static_cast<int64_t>(size_);
-        if (whence == SEEK_CUR)
-            offset += static_cast<int64_t>(at_);
-        if (whence == SEEK_END)
-            offset += static_cast<int64_t>(size_);
-        if (offset < 0)
-            return AVERROR(EINVAL);
-        at_ = static_cast<uint64_t>(offset);
-        return offset;
-    }
-
-    byte_sink& into_;
-    AVIOContext* context_ = nullptr;
-    uint64_t at_ = 0;
-    uint64_t size_ = 0;
-    int error_ = 0;
-};
 
 AVCodecID codec_of(scan::video_codec codec) {
     switch (codec) {
@@ -174,6 +54,39 @@ const char* name_of(const container_options& options) {
     return options.sound ? "mov" : "mp4";
 }
 
+// Data of a frame, and room behind them that the library asks for.
+class held_bytes {
+public:
+    void hold(std::span<const uint8_t> bytes) {
+        bytes_.assign(bytes.begin(), bytes.end());
+        bytes_.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+    }
+    std::span<const uint8_t> get() const {
+        return std::span(bytes_).first(bytes_.size() - AV_INPUT_BUFFER_PADDING_SIZE);
+    }
+
+private:
+    std::vector<uint8_t> bytes_ = std::vector<uint8_t>(AV_INPUT_BUFFER_PADDING_SIZE);
+};
+
+// Without its data of a picture.
+struct timed_frame {
+    uint32_t number = 0;
+    int64_t at = 0;
+    bool has_picture = false;
+    picture_place place = {};
+};
+
+struct early_frame {
+    timed_frame frame = {};
+    std::vector<uint8_t> audio = {};
+};
+
+struct held_picture {
+    held_bytes bytes = {};
+    bool starts = false;
+};
+
 stream_end stopped(stop_reason why, uint32_t number) {
     return {.why = why, .error = 0, .number = number, .words = {}};
 }
@@ -192,7 +105,8 @@ public:
         if (header != nullptr)
             header_ = *header;
         const uint32_t rate = header_.FrameRate != 0 ? header_.FrameRate : uint32_t{KMR_DEFAULT_FRAME_RATE};
-        stamps_ = stream_stamps(std::max<int64_t>(1000 / rate, 1), options_.longest_step_ms);
+        usual_ms_ = std::max<int64_t>(1000 / rate, 1);
+        stamps_ = stream_stamps(usual_ms_, options_.longest_step_ms);
     }
 
     stream_end take(const stream_frame& frame, std::span<const uint8_t> video,
@@ -202,25 +116,33 @@ public:
                 return opened;
         if (frame.sets && sets_ && *frame.sets != *sets_ && options_.format == container_format::mp4)
             return stopped(stop_reason::sets_changed, frame.number);
-        const int64_t at = stamps_.next(frame.stream_ms);
-        if (!video.empty()) {
-            if (stream_end written = write_held(at); !written.is_good())
-                return written;
-            held_.assign(video.begin(), video.end());
-            held_.resize(video.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-            held_at_ = at;
-            held_starts_ = frame.starts;
+        timed_frame timed = {.number = frame.number,
+                             .at = stamps_.next(frame.stream_ms),
+                             .has_picture = !video.empty(),
+                             .place = {.order = 0, .starts = frame.starts}};
+        if (timed.has_picture) {
+            pictures_.push_back({.bytes = std::exchange(spare_, {}), .starts = frame.starts});
+            pictures_.back().bytes.hold(video);
+            timed.place.order = order_of(pictures_.back().bytes.get());
+            has_any_ = true;
         }
-        return write_sound(frame, at, audio);
+        if (shown_)
+            return write_frame(timed, audio);
+        early_.push_back({.frame = timed, .audio = {audio.begin(), audio.end()}});
+        return order_ && early_.size() < most_early ? stream_end{} : begin_writing();
     }
 
     stream_end finish() override {
-        if (stream_end written = write_held(held_at_ + stamps_.last_step()); !written.is_good())
+        if (!shown_)
+            if (stream_end begun = begin_writing(); !begun.is_good())
+                return begun;
+        shown_->finish(stamps_.last_step());
+        if (stream_end written = write_known(); !written.is_good())
             return written;
         return end_of(libav()->av_write_trailer(context_));
     }
 
-    bool has_any() const override { return !held_.empty(); }
+    bool has_any() const override { return has_any_; }
 
 private:
     stream_end end_of(int result) const {
@@ -257,14 +179,43 @@ private:
         context_->flush_packets = 0;                                   // written when the buffer is full
         context_->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT; // the same file every time
         const bool added = add_video(codec, size) && (!options_.sound || add_sound());
-        return end_of(added ? write_header() : AVERROR(ENOMEM));
+        if (sets_)
+            order_ = make_picture_order(first.codec, *sets_);
+        return end_of(added ? 0 : AVERROR(ENOMEM));
     }
 
-    int write_header() {
+    // Once the first frames have told in which order pictures are shown.
+    stream_end begin_writing() {
+        std::vector<picture_place> places;
+        for (const early_frame& each : early_)
+            if (each.frame.has_picture)
+                places.push_back(each.frame.place);
+        const size_t depth = depth_of(places);
+        if (depth == 0)
+            order_.reset();
+        shown_.emplace(depth, usual_ms_);
+        if (stream_end begun = end_of(write_header(depth > 0)); !begun.is_good())
+            return begun;
+        for (const early_frame& each : std::exchange(early_, {}))
+            if (stream_end written = write_frame(each.frame, each.audio); !written.is_good())
+                return written;
+        return {};
+    }
+
+    // The recorder's own unit in front of it may look like anything.
+    int32_t order_of(std::span<const uint8_t> video) {
+        const auto coded = order_ ? video.subspan(user_data_length(video)) : std::span<const uint8_t>();
+        return coded.empty() ? 0 : order_->of(coded);
+    }
+
+    int write_header(bool shown_in_another_order) {
         AVDictionary* settings = nullptr;
-        if (options_.format == container_format::mp4)
+        if (options_.format == container_format::mp4) {
             libav()->av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
-        else
+            if (shown_in_another_order)
+                libav()->av_dict_set(&settings, "movflags", "negative_cts_offsets",
+                                     0); // the first is shown at 0
+        } else
             libav()->av_dict_set(&settings, "write_crc32", "0",
                                  0); // sums over all the data, which few players look at
         const int result = libav()->avformat_write_header(context_, &settings);
@@ -320,14 +271,15 @@ private:
         return true;
     }
 
-    int write(int stream, std::span<const uint8_t> bytes, int64_t at, int64_t duration, bool starts) {
+    int write(int stream, std::span<const uint8_t> bytes, const picture_times& times, bool starts) {
         const AVRational base =
             stream == 0 ? milliseconds : AVRational{1, static_cast<int>(sound_->format().rate)};
         packet_->data = const_cast<uint8_t*>(bytes.data()); // which nobody writes to
         packet_->size = static_cast<int>(bytes.size());
         packet_->stream_index = stream;
-        packet_->pts = packet_->dts = at;
-        packet_->duration = duration;
+        packet_->pts = times.shown;
+        packet_->dts = times.decoded;
+        packet_->duration = times.lasts;
         packet_->flags = starts ? AV_PKT_FLAG_KEY : 0;
         libav()->av_packet_rescale_ts(packet_, base, context_->streams[stream]->time_base);
         const int result = libav()->av_write_frame(context_, packet_);
@@ -335,19 +287,32 @@ private:
         return result;
     }
 
-    // How long a frame is shown is known when the next one comes.
-    stream_end write_held(int64_t until) {
-        if (held_.empty())
-            return {};
-        const auto bytes = std::span(held_).first(held_.size() - AV_INPUT_BUFFER_PADDING_SIZE);
-        return end_of(write(0, bytes, held_at_, until - held_at_, held_starts_));
+    stream_end write_frame(const timed_frame& frame, std::span<const uint8_t> audio) {
+        if (frame.has_picture)
+            shown_->take(frame.at, frame.place);
+        if (stream_end written = write_known(); !written.is_good())
+            return written;
+        return write_sound(frame, audio);
     }
 
-    stream_end write_sound(const stream_frame& frame, int64_t at, std::span<const uint8_t> audio) {
+    // How long a frame is shown is known when the next one comes.
+    stream_end write_known() {
+        while (const auto times = shown_->next()) {
+            held_picture& first = pictures_.front();
+            if (stream_end written = end_of(write(0, first.bytes.get(), *times, first.starts));
+                !written.is_good())
+                return written;
+            spare_ = std::move(first.bytes);
+            pictures_.pop_front();
+        }
+        return {};
+    }
+
+    stream_end write_sound(const timed_frame& frame, std::span<const uint8_t> audio) {
         if (!sound_ || audio.size() < sound_->format().block())
             return {};
         constexpr uint64_t longest_silence = 36000; // seconds
-        const uint64_t missing = sound_->missing_before(at);
+        const uint64_t missing = sound_->missing_before(frame.at);
         if (missing > longest_silence * sound_->format().rate)
             return stopped(stop_reason::long_silence, frame.number);
         if (stream_end written = write_silence(missing); !written.is_good())
@@ -370,23 +335,30 @@ private:
 
     stream_end write_blocks(std::span<const uint8_t> bytes) {
         const uint64_t blocks = bytes.size() / sound_->format().block();
+        const auto at = static_cast<int64_t>(sound_->position());
         const int result =
-            write(1, bytes, static_cast<int64_t>(sound_->position()), static_cast<int64_t>(blocks), true);
+            write(1, bytes, {.shown = at, .decoded = at, .lasts = static_cast<int64_t>(blocks)}, true);
         sound_->advance(blocks);
         return end_of(result);
     }
 
+    static constexpr size_t most_early = 20; // longer runs of pictures that are shown earlier are not in use
+
     libav_file file_;
     container_options options_;
+    int64_t usual_ms_ = 1000 / KMR_DEFAULT_FRAME_RATE;
     AVFormatContext* context_ = nullptr;
     AVPacket* packet_ = nullptr;
     kmr_file_header header_ = {};
     std::shared_ptr<const parameter_sets> sets_ = {};
     stream_stamps stamps_ = stream_stamps(1000 / KMR_DEFAULT_FRAME_RATE);
     std::optional<sound_line> sound_ = {};
-    std::vector<uint8_t> held_ = {}; // the latest frame, and room behind it that the library asks for
-    int64_t held_at_ = 0;
-    bool held_starts_ = false;
+    std::unique_ptr<picture_order> order_ = {}; // null: pictures are shown as they stand
+    std::vector<early_frame> early_ = {};
+    std::optional<shown_order> shown_ = {}; // once the order of the first frames is known
+    std::deque<held_picture> pictures_ = {};
+    held_bytes spare_ = {};
+    bool has_any_ = false;
 };
 
 } // namespace
