@@ -212,6 +212,8 @@ private:
         AVDictionary* settings = nullptr;
         if (options_.format == container_format::mp4) {
             libav()->av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
+            // Those of the stamps. In the finer ones that the library would take, no pause could last for two days.
+            libav()->av_dict_set(&settings, "video_track_timescale", "1000", 0);
             if (shown_in_another_order)
                 libav()->av_dict_set(&settings, "movflags", "negative_cts_offsets",
                                      0); // the first is shown at 0
