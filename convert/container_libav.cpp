@@ -1,5 +1,6 @@
 // Containers by libavformat. What is known of that library stands here and in libav_calls.* and libav_file.hpp.
 #include "convert/container.hpp"
+#include "convert/jpeg_size.hpp"
 #include "convert/libav_calls.hpp"
 #include "convert/libav_file.hpp"
 #include "convert/picture_order.hpp"
@@ -112,10 +113,13 @@ public:
     stream_end take(const stream_frame& frame, std::span<const uint8_t> video,
                     std::span<const uint8_t> audio) override {
         if (context_ == nullptr)
-            if (stream_end opened = open(frame); !opened.is_good())
+            if (stream_end opened = open(frame, video); !opened.is_good())
                 return opened;
         if (frame.sets && sets_ && *frame.sets != *sets_ && options_.format == container_format::mp4)
             return stopped(stop_reason::sets_changed, frame.number);
+        if (frame.codec == scan::video_codec::mjpeg && options_.format == container_format::mp4)
+            if (const auto changed = change_of_size(frame.number, jpeg_size(video)))
+                return stopped(stop_reason::size_changed, *changed);
         timed_frame timed = {.number = frame.number,
                              .at = stamps_.next(frame.stream_ms),
                              .has_picture = !video.empty(),
@@ -155,17 +159,30 @@ private:
         return {.why = stop_reason::container, .error = 0, .number = 0, .words = words};
     }
 
-    stream_end open(const stream_frame& first) {
+    // The frame from which on pictures have another size. One alone may be damaged: two tell.
+    std::optional<uint32_t> change_of_size(uint32_t number, scan::picture_size size) {
+        if (!size.known() || size == size_) {
+            other_size_ = {};
+            return {};
+        }
+        if (size == other_size_)
+            return other_since_;
+        other_size_ = size;
+        other_since_ = number;
+        return {};
+    }
+
+    stream_end open(const stream_frame& first, std::span<const uint8_t> video) {
         const AVCodecID codec = codec_of(first.codec);
         if (codec == AV_CODEC_ID_NONE)
             return stopped(stop_reason::unknown_coding, first.number);
         const bool needs_sets = first.codec != scan::video_codec::mjpeg;
         if (needs_sets && (!first.sets || first.sets->empty()))
             return stopped(stop_reason::no_sets, first.number);
-        scan::picture_size size = first.picture;
-        if (!size.known())
-            size = {header_.Width, header_.Height};
-        if (!size.known())
+        size_ = needs_sets ? first.picture : jpeg_size(video);
+        if (!size_.known())
+            size_ = {header_.Width, header_.Height};
+        if (!size_.known())
             return stopped(stop_reason::no_picture_size, first.number);
         if (options_.sound && !has_sound_format())
             return stopped(stop_reason::no_sound_format, first.number);
@@ -178,7 +195,7 @@ private:
         context_->pb = file_.context();
         context_->flush_packets = 0;                                   // written when the buffer is full
         context_->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT; // the same file every time
-        const bool added = add_video(codec, size) && (!options_.sound || add_sound());
+        const bool added = add_video(codec, size_) && (!options_.sound || add_sound());
         if (sets_)
             order_ = make_picture_order(first.codec, *sets_);
         return end_of(added ? 0 : AVERROR(ENOMEM));
@@ -353,6 +370,9 @@ private:
     AVPacket* packet_ = nullptr;
     kmr_file_header header_ = {};
     std::shared_ptr<const parameter_sets> sets_ = {};
+    scan::picture_size size_ = {};
+    scan::picture_size other_size_ = {};
+    uint32_t other_since_ = 0;
     stream_stamps stamps_ = stream_stamps(1000 / KMR_DEFAULT_FRAME_RATE);
     std::optional<sound_line> sound_ = {};
     std::unique_ptr<picture_order> order_ = {}; // null: pictures are shown as they stand

@@ -17,6 +17,7 @@ enum class stop_reason : uint8_t {
     no_sets,         // no parameter sets in front of the first picture
     no_picture_size, // nothing tells it
     sets_changed,    // at the frame `number`
+    size_changed,    // at the frame `number`: that of the picture
     no_sound_format, // the file header tells no rate, or no channels
     long_silence,    // at the frame `number`: more than ten hours would have to be filled
     container,       // `words` of the library that writes it

@@ -49,6 +49,9 @@ std::string words_of_end(const convert::extracted& result) {
     case sets_changed:
         return "the video's parameter sets change at frame " + frame +
                ", which .mp4 cannot hold: use .mkv, or begin there (--from " + frame + ")";
+    case size_changed:
+        return "the size of the picture changes at frame " + frame +
+               ", which .mp4 cannot hold: use .mkv, or begin there (--from " + frame + ")";
     case no_sound_format:
         return "its file header tells no rate or no channels of the sound";
     case long_silence:
