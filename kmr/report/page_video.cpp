@@ -21,7 +21,7 @@ constexpr uint64_t mib = uint64_t{1} << 20;
 
 // Browsers bound the length of one text, so the video stands in several; whole groups of three bytes in each.
 constexpr uint64_t block_size = 12 * mib;
-constexpr uint64_t read_size = 48 * 1024;
+constexpr uint64_t read_size = uint64_t{48} * 1024;
 static_assert(block_size % 3 == 0 && read_size % 3 == 0);
 
 uint64_t blocks_of(const nameless_file& video) {

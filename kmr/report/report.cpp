@@ -15,8 +15,8 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 
 namespace kmr::program {
@@ -90,8 +90,8 @@ constexpr uint64_t most_mib = 4096; // a recording is no larger
 CLI::Validator size_in_mib() {
     const auto check = [](const std::string& value) {
         const bool is_number =
-            !value.empty() && value.size() <= 4 && value.find_first_not_of("0123456789") == std::string::npos;
-        const uint64_t number = is_number ? std::stoull(value) : 0;
+            value.size() <= 4 && value.find_first_not_of("0123456789") == std::string::npos;
+        const uint64_t number = is_number ? std::strtoull(value.c_str(), nullptr, 10) : 0;
         return std::string(number > 0 && number <= most_mib ? ""
                                                             : "a size is a number of MiB from 1 to 4096");
     };

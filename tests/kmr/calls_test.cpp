@@ -168,13 +168,15 @@ TEST_F(CallsTest, OfAFileThatCannotBeReadToItsEndThereIsNoPage) {
     for (const int error : {EIO, 0}) {
         bad_from = 500;
         bad_error = error;
-        const outcome told = kmr({"report", long_, "-o", page});
-        EXPECT_EQ(told.status, 2);
-        EXPECT_EQ(told.err,
-                  "kmr: " + long_ +
-                      (error != 0 ? ": Input/output error\n" : ": became shorter while it was read\n"));
-        EXPECT_FALSE(std::filesystem::exists(page));
-        EXPECT_FALSE(std::filesystem::exists(page + ".kmr-new"));
+        for (const std::string video : {"--utc", "--video"}) {
+            const outcome told = kmr({"report", video, long_, "-o", page});
+            EXPECT_EQ(told.status, 2);
+            EXPECT_EQ(told.err,
+                      "kmr: " + long_ +
+                          (error != 0 ? ": Input/output error\n" : ": became shorter while it was read\n"));
+            EXPECT_FALSE(std::filesystem::exists(page));
+            EXPECT_FALSE(std::filesystem::exists(page + ".kmr-new"));
+        }
     }
 }
 

@@ -149,7 +149,7 @@ protected:
         FAIL() << "no video is made";
     }
 
-    const kmr_test::workplace place_;
+    kmr_test::workplace place_ = {};
 };
 
 TEST_F(ReportVideoTest, RefusesSizesThatAreNone) {
@@ -322,7 +322,7 @@ TEST_F(ReportVideoTest, LeavesNothingBehindWhereThereIsNoRoom) {
 }
 
 TEST_F(ReportVideoTest, LeavesNothingBehindWhenItIsInterrupted) {
-    compose_long("a.kmr", 3000);
+    compose_long("a.kmr", 800);
     for (const int signal : {SIGINT, SIGTERM}) {
         kmr_test::on_terminal run(place_, {"report", "--video=200", "a.kmr", "-o", "p.html"});
         wait_for_room(run.child());
@@ -334,7 +334,7 @@ TEST_F(ReportVideoTest, LeavesNothingBehindWhenItIsInterrupted) {
 }
 
 TEST_F(ReportVideoTest, IsLeftOutOfARecordingThatIsRewrittenMeanwhile) {
-    compose_long("a.kmr", 3000);
+    compose_long("a.kmr", 800);
     kmr_test::on_terminal run(place_, {"report", "--video=200", "a.kmr", "-o", "p.html"});
     wait_for_room(run.child());
     kmr_test::make_old(place_.folder().file("a.kmr"));
