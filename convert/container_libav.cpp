@@ -21,7 +21,7 @@ namespace {
 constexpr AVRational milliseconds = {1, 1000};
 
 AVCodecID codec_of(scan::video_codec codec) {
-    switch (codec) {
+    switch (codec) { // uncovered: every value has its case
     case scan::video_codec::h264:
         return AV_CODEC_ID_H264;
     case scan::video_codec::h265:
@@ -35,7 +35,7 @@ AVCodecID codec_of(scan::video_codec codec) {
 }
 
 AVCodecID codec_of(sound_coding coding) {
-    switch (coding) {
+    switch (coding) { // uncovered: every value has its case
     case sound_coding::alaw:
         return AV_CODEC_ID_PCM_ALAW;
     case sound_coding::mulaw:
@@ -115,7 +115,8 @@ public:
         if (context_ == nullptr)
             if (stream_end opened = open(frame, video); !opened.is_good())
                 return opened;
-        if (frame.sets && sets_ && *frame.sets != *sets_ && options_.format == container_format::mp4)
+        // A stream that has sets has had them from its first frame on.
+        if (frame.sets && *frame.sets != *sets_ && options_.format == container_format::mp4)
             return stopped(stop_reason::sets_changed, frame.number);
         if (frame.codec == scan::video_codec::mjpeg && options_.format == container_format::mp4)
             if (const auto changed = change_of_size(frame.number, jpeg_size(video)))
@@ -143,12 +144,22 @@ public:
         shown_->finish(stamps_.last_step());
         if (stream_end written = write_known(); !written.is_good())
             return written;
-        return end_of(libav()->av_write_trailer(context_));
+        const int result = libav()->av_write_trailer(context_);
+        return end_of(result >= 0 && !has_memory_left() ? AVERROR(ENOMEM) : result);
     }
 
     bool has_any() const override { return has_any_; }
 
 private:
+    // The library leaves out without a word some of what it has no memory for. Where there is none behind it, there may
+    // have been none before.
+    static bool has_memory_left() {
+        constexpr size_t little = 65536;
+        void* const some = libav()->av_malloc(little);
+        libav()->av_free(some);
+        return some != nullptr;
+    }
+
     stream_end end_of(int result) const {
         if (result >= 0)
             return {};
@@ -177,7 +188,7 @@ private:
         if (codec == AV_CODEC_ID_NONE)
             return stopped(stop_reason::unknown_coding, first.number);
         const bool needs_sets = first.codec != scan::video_codec::mjpeg;
-        if (needs_sets && (!first.sets || first.sets->empty()))
+        if (needs_sets && !first.sets)
             return stopped(stop_reason::no_sets, first.number);
         size_ = needs_sets ? first.picture : jpeg_size(video);
         if (!size_.known())
@@ -227,17 +238,21 @@ private:
 
     int write_header(bool shown_in_another_order) {
         AVDictionary* settings = nullptr;
+        int result = 0;
+        const auto set = [&](const char* name, const char* value) {
+            if (result >= 0)
+                result = libav()->av_dict_set(&settings, name, value, 0);
+        };
         if (options_.format == container_format::mp4) {
-            libav()->av_dict_set(&settings, "use_editlist", "0", 0); // pauses are durations of samples
+            set("use_editlist", "0"); // pauses are durations of samples
             // Those of the stamps. In the finer ones that the library would take, no pause could last for two days.
-            libav()->av_dict_set(&settings, "video_track_timescale", "1000", 0);
+            set("video_track_timescale", "1000");
             if (shown_in_another_order)
-                libav()->av_dict_set(&settings, "movflags", "negative_cts_offsets",
-                                     0); // the first is shown at 0
+                set("movflags", "negative_cts_offsets"); // the first is shown at 0
         } else
-            libav()->av_dict_set(&settings, "write_crc32", "0",
-                                 0); // sums over all the data, which few players look at
-        const int result = libav()->avformat_write_header(context_, &settings);
+            set("write_crc32", "0"); // sums over all the data, which few players look at
+        if (result >= 0)
+            result = libav()->avformat_write_header(context_, &settings);
         libav()->av_dict_free(&settings);
         return result;
     }

@@ -24,7 +24,7 @@ int elementary_stream::append(std::span<const uint8_t> bytes) {
 }
 
 int elementary_stream::flush() {
-    const int error = buffer_.empty() ? 0 : into_.write_at(written_, buffer_);
+    const int error = into_.write_at(written_, buffer_);
     written_ += buffer_.size();
     buffer_.clear();
     return error;

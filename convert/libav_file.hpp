@@ -41,24 +41,18 @@ public:
 
 private:
     int write(const uint8_t* bytes, int length) {
-        if (error_ == 0)
-            error_ = into_.write_at(at_, {bytes, static_cast<size_t>(length)});
-        if (error_ != 0)
+        error_ = into_.write_at(at_, {bytes, static_cast<size_t>(length)});
+        if (error_ != 0) // behind which the library writes nothing
             return AVERROR(error_);
         at_ += static_cast<uint64_t>(length);
         size_ = std::max(size_, at_);
         return length;
     }
 
+    // The library asks for the size, or for a place from the beginning on.
     int64_t seek(int64_t offset, int whence) {
-        if (whence == AVSEEK_SIZE)
-            return static_cast<int64_t>(size_);
-        if (whence == SEEK_CUR)
-            offset += static_cast<int64_t>(at_);
-        if (whence == SEEK_END)
-            offset += static_cast<int64_t>(size_);
-        if (offset < 0)
-            return AVERROR(EINVAL);
+        if (whence == AVSEEK_SIZE)              // uncovered: some versions ask for it when they read
+            return static_cast<int64_t>(size_); // uncovered: as above
         at_ = static_cast<uint64_t>(offset);
         return offset;
     }

@@ -100,7 +100,7 @@ void stream_breaks::take_ordinary(const scan::seen_frame& seen, stream_frame fra
         return leave_out(frame, left_out::encrypted);
     }
     frame.starts = may_start(seen);
-    if (frame.starts && seen.look != nullptr)
+    if (frame.starts)
         frame.picture = seen.look->size;
     if (keep_damaged_ && broken_ != left_out::before_start)
         broken_.reset();
@@ -115,10 +115,10 @@ void stream_breaks::take_ordinary(const scan::seen_frame& seen, stream_frame fra
     pass(frame);
 }
 
-// The recorder's word for it, unless the data say something else.
+// The recorder's word for it, unless the data say something else. Of all but encrypted frames there is a look.
 bool stream_breaks::may_start(const scan::seen_frame& seen) const {
     const bool told = kmr_is_i_frame(&seen.frame.header) != 0;
-    if (seen.look == nullptr || !has_units(codec_))
+    if (!has_units(codec_))
         return told;
     const scan::payload_look& look = *seen.look;
     if (!told)
@@ -131,7 +131,7 @@ bool stream_breaks::is_damaged(const scan::seen_frame& seen) const {
         return false;
     if (codec_ == scan::video_codec::mjpeg)
         return whole_start_seen_ && !begins_as_jpeg(seen.frame.payload);
-    if (seen.look == nullptr || !has_units(codec_))
+    if (!has_units(codec_))
         return false;
     const scan::payload_look& look = *seen.look;
     if (!look.starts_with_unit)
@@ -148,7 +148,7 @@ void stream_breaks::take_start(const scan::seen_frame& seen, stream_frame& frame
     if (codec_ == scan::video_codec::mjpeg)
         whole_start_seen_ = whole_start_seen_ || begins_as_jpeg(seen.frame.payload);
     if (has_units(codec_)) {
-        whole_start_seen_ = whole_start_seen_ || (seen.look != nullptr && seen.look->has_all_sets());
+        whole_start_seen_ = whole_start_seen_ || seen.look->has_all_sets();
         settle_sets(frame, sets_in(codec_, seen.frame.long_payload));
     }
     broken_.reset();

@@ -14,7 +14,7 @@ constexpr size_t short_start = 3;
 constexpr size_t user_data_looked_at = 2560; // the longest user data, with escapes
 
 void append_unit(parameter_sets& to, std::span<const uint8_t> unit) {
-    while (!unit.empty() && unit.back() == 0) // they belong to the start code behind
+    while (unit.back() == 0) // they belong to the start code behind; the first byte is not 0
         unit = unit.first(unit.size() - 1);
     to.insert(to.end(), std::begin(start_code), std::end(start_code));
     to.insert(to.end(), unit.begin(), unit.end());
@@ -31,25 +31,25 @@ uint64_t left_out_counts::seen_frames() const {
 }
 
 parameter_sets sets_in(scan::video_codec codec, std::span<const uint8_t> payload) {
+    using enum scan::unit_kind;
     parameter_sets sets;
+    bool has_video_set = codec != scan::video_codec::h265; // of which others have none
+    bool has_sequence_set = false;
+    bool has_picture_set = false;
     size_t at = scan::next_unit(payload, scan::behind_user_data(payload, scan::look_at_user_data(payload)));
-    while (at < payload.size()) {
+    for (; at < payload.size(); at = scan::next_unit(payload, at)) {
         const auto rest = payload.subspan(at);
-        switch (scan::kind_of_unit(codec, rest[0])) {
-        case scan::unit_kind::video_set:
-        case scan::unit_kind::sequence_set:
-        case scan::unit_kind::picture_set:
-            append_unit(sets, scan::without_next(rest));
+        const scan::unit_kind kind = scan::kind_of_unit(codec, rest[0]);
+        if (kind == random_access || kind == picture)
             break;
-        case scan::unit_kind::random_access:
-        case scan::unit_kind::picture:
-            return sets;
-        case scan::unit_kind::other:
-            break;
-        }
-        at = scan::next_unit(payload, at);
+        if (kind == other)
+            continue;
+        append_unit(sets, scan::without_next(rest));
+        has_video_set |= kind == video_set;
+        has_sequence_set |= kind == sequence_set;
+        has_picture_set |= kind == picture_set;
     }
-    return sets;
+    return has_video_set && has_sequence_set && has_picture_set ? sets : parameter_sets();
 }
 
 size_t user_data_length(std::span<const uint8_t> payload) {
@@ -63,7 +63,7 @@ size_t user_data_length(std::span<const uint8_t> payload) {
     if (unit == payload.size())
         return payload.size();
     const size_t code = unit - short_start;
-    return code > 0 && payload[code - 1] == 0 ? code - 1 : code;
+    return payload[code - 1] == 0 ? code - 1 : code;
 }
 
 } // namespace kmr::convert

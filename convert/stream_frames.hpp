@@ -62,7 +62,8 @@ struct left_out_counts {
     uint64_t seen_frames() const; // those of the recorder's own
 };
 
-// The parameter sets at the beginning of a payload: units of the three kinds in front of the first picture.
+// The parameter sets at the beginning of a payload: units of the three kinds in front of the first picture. None where one of
+// the kinds is missing: nothing can be decoded with the others alone.
 parameter_sets sets_in(scan::video_codec codec, std::span<const uint8_t> payload);
 
 // Bytes of the recorder's user-data unit at the beginning of a payload, 0 without one: up to the next start code.

@@ -1,6 +1,7 @@
 // A part of a stream. Frames count from 1, stamps from 0 of stream time in steps of 40 ms; I-frames are 1, 6, 11, 16.
 #include "tests/convert/extracted.hpp"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -95,6 +96,54 @@ TEST(StreamSpanTest, EncryptedIFramesAreNoStart) {
     const outcome of = extract(scan_test::recording_of(some), span(number(8), {}));
     EXPECT_EQ(of.taken, (numbers{1, 2, 3, 4, 5, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20}));
     EXPECT_EQ(of.result.left.all_frames(), 5U);
+}
+
+TEST(StreamSpanTest, DamagedIFramesAreNoStart) {
+    auto file = scan_test::recording_of(sound_frames(20));
+    file[88 + 152 + 4 * 96 + 32 + 3] = 7; // of the start code of 6
+    const outcome of = extract(file, span(number(8), {}));
+    EXPECT_EQ(of.taken, (numbers{1, 2, 3, 4, 5, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20}));
+    EXPECT_EQ(of.left(left_out::damaged), 1U);
+    EXPECT_EQ(of.left(left_out::behind_damage), 4U);
+}
+
+// An I-frame behind the place does not take the place of the one in front of it.
+TEST(StreamSpanTest, BeginsInFrontOfAPlaceBetweenFrames) {
+    const auto file = scan_test::recording_of(sound_frames(20));
+    EXPECT_EQ(extract(file, span(ms(399), {})).taken, range(6, 20)); // 11 is at 400
+    frames some = sound_frames(20);
+    some.erase(some.begin(), some.begin() + 5);
+    EXPECT_EQ(extract(scan_test::recording_of(some), span(number(3), {})).taken, range(6, 20));
+}
+
+// The header of a frame is gone: its 96 bytes are torn.
+void tear(convert_test::bytes& file, size_t header) {
+    std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(header), 32, uint8_t{0});
+}
+
+TEST(StreamSpanTest, TornBytesElsewhereAreNotCounted) {
+    auto file = scan_test::recording_of(sound_frames(20));
+    tear(file, 88 + 2 * 152 + 5 * 96); // 8
+    const outcome behind = extract(file, span(number(13), {}));
+    EXPECT_EQ(behind.taken, range(11, 20));
+    EXPECT_EQ(behind.result.left.torn_bytes, 0U);
+    EXPECT_EQ(extract(file, span(number(7), {})).result.left.torn_bytes, 96U);
+}
+
+// Sets that differ from those before hold back what comes up to the next I-frame: the end of the span with it.
+TEST(StreamSpanTest, TornBytesBehindAnEndThatWasHeldBackAreNotCounted) {
+    frames some = sound_frames(20);
+    convert_test::bytes video = {0, 0, 0, 1};
+    recording::append(video, scan_test::h264_sequence_set(40, 30, 0));
+    recording::append(video, {0, 0, 0, 1, 0x68, 0xCE, 0x3C, 0x80, 0, 0, 0, 1, 0x65, 0x88, 0x84});
+    video.resize(some[5].video.size(), 0xAA);
+    some[5].video = some[10].video = video;
+    auto file = scan_test::recording_of(some);
+    tear(file, 88 + 2 * 152 + 7 * 96); // 10; 8 and 9 are behind the end
+    const outcome of = extract(file, span({}, number(8)));
+    EXPECT_EQ(of.taken, range(1, 7));
+    EXPECT_EQ(of.result.left.torn_bytes, 0U);
+    EXPECT_EQ(of.result.left.all_frames(), 0U);
 }
 
 } // namespace
