@@ -204,8 +204,8 @@ private:
                            session& with) const {
         take_size_limits_as_errors();
         mend::file_facts original;
-        if (const int error = disk.look(names_.from, original))
-            return refuse(path, words_of(error), with);
+        if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
+            return refuse(path, words_of(error), with);         // uncovered: as above
         const noted_signals until_whole;
         mend::draft file(disk, names_.to, names_.replace, &original);
         if (const mend::outcome made = file.make(); !made.is_done())
