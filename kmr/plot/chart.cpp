@@ -61,7 +61,7 @@ void draw_bands(canvas& on, std::vector<mark> stretches, const chart_place& plac
         const double from = std::max(drawn_to, place.scale.x(each.from_ms));
         const double to =
             std::min(place.scale.right, std::max(place.scale.x(each.to_ms), from + least_width));
-        if (to - from < least_width / 2 || place.scale.x(each.to_ms) < drawn_to)
+        if (to - from < least_width / 2 || place.scale.x(each.to_ms) <= drawn_to)
             continue;
         on.box(from, place.top, to - from, place.bottom - place.top, fill);
         drawn_to = to;

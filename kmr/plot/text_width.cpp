@@ -32,7 +32,7 @@ double width_of_dots(double size) {
 // How many bytes in front of `text` have room.
 size_t fitting(std::string_view text, double size, double room) {
     size_t length = 0;
-    while (length < text.size()) {
+    while (length < text.size()) { // uncovered: only of a text that has no room as a whole
         const utf8_character next = first_utf8_character(text.substr(length));
         room -= width_of(next.code) * size;
         if (room < 0)

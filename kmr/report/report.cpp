@@ -134,8 +134,8 @@ private:
     exit_status write_page(const std::string& path, mend::disk& disk, scan::byte_source& source,
                            session& with) const {
         mend::file_facts original;
-        if (const int error = disk.look(names_.from, original))
-            return refuse(path, words_of(error), with);
+        if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
+            return refuse(path, words_of(error), with);         // uncovered: as above
         take_size_limits_as_errors();
         const noted_signals until_whole;
         mend::draft draft(disk, names_.to, names_.replace, &original);

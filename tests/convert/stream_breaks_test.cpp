@@ -16,7 +16,6 @@ using kmr::convert::extract_status;
 using kmr::convert::left_out;
 using scan_test::frames;
 using scan_test::sound_frames;
-using testing::ElementsAre;
 
 constexpr kmr::convert::extract_options keep = {.span = {}, .keep_damaged = true, .strip_user_data = false};
 

@@ -109,6 +109,13 @@ TEST_F(ReportTest, HoldsWhatFramesSays) {
     EXPECT_EQ(frames["user_data_left_out"].GetInt(), 0);
 }
 
+// Of the last frame there are 20 bytes of the header, which say nothing of it.
+TEST_F(ReportTest, LeavesOutAFrameWithoutAHeader) {
+    place_.compose("torn.kmr", {"--torn-last", "20"});
+    const auto frames = parsed(block(page_of("torn.kmr", 1), "frames"));
+    EXPECT_EQ(frames["rows"].Size(), 9U);
+}
+
 TEST_F(ReportTest, LetsNothingOfARecordingBecomeMarkup) {
     const std::string attack = "</script><img src=x onerror=alert(1)>";
     const std::string harmless = page_of("a.kmr");

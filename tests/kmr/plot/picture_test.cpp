@@ -176,6 +176,23 @@ TEST(PictureTest, HasTheSizeThatIsAskedFor) {
                 HasSubstr("height=\"360\" viewBox"));
 }
 
+TEST(PictureTest, IsNeverLowerThanWhatMustBeInIt) {
+    const std::string svg = picture_of(sound_recording(), {.width = 800, .height = 150});
+    EXPECT_THAT(svg, HasSubstr("<path d=\"M130 201V209M443 201V209\"")); // 108, and a chart of 90
+}
+
+// Four seconds; at the end of them there is no room for a text.
+TEST(PictureTest, ATagAtTheEndStandsInFrontOfItsLine) {
+    const auto frames = scan_test::sound_frames(100);
+    auto records = scan_test::records_for(frames);
+    records[0].tag = "first";
+    records[19].tag = "last";
+    records[19].time += 1;
+    const std::string svg = picture_of(scan_test::recording_of(frames, records));
+    EXPECT_THAT(svg, testing::ContainsRegex("<text [^>]*fill=\"#1a1a1a\">first</text>"));
+    EXPECT_THAT(svg, testing::ContainsRegex("<text [^>]*text-anchor=\"end\">last</text>"));
+}
+
 // A finding of every code, with a time and without.
 judged_file file_with_everything(bool with_times) {
     judged_file file{.path = "a.kmr"};

@@ -1,5 +1,6 @@
 // kmr plot as a program.
 #include "tests/kmr/changed_file.hpp"
+#include "tests/kmr/on_terminal.hpp"
 #include "tests/kmr/plot/xml_check.hpp"
 
 #include <filesystem>
@@ -180,6 +181,30 @@ TEST_F(PlotTest, DrawsPixelsWhereItCan) {
     expect_refused(run, "a.png: built without librsvg, this program makes no .png; .svg needs nothing");
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 #endif
+}
+
+#if KMR_HAS_PNG
+// The library is there, but cannot be loaded: it is told before a long recording is read for nothing.
+TEST_F(PlotTest, WithoutTheLibraryThereAreNoPixels) {
+    std::filesystem::create_directory(place_.folder().path() / "lib");
+    place_.folder().write_text("lib/librsvg-2.so.2", "no library");
+    const words in_front = {"LD_LIBRARY_PATH=" + place_.folder().file("lib")};
+    expect_refused(place_.kmr({"plot", "a.kmr", "-o", "a.png"}, {.environment = in_front}),
+                   "a.png: librsvg is not installed, which makes a .png; .svg needs nothing");
+    EXPECT_EQ(place_.kmr({"plot", "a.kmr", "-o", "a.svg"}, {.environment = in_front}).status, 0);
+    EXPECT_THAT(names(), ElementsAre("a.kmr", "a.svg", "lib"));
+}
+#endif
+
+// Hours of work in a file that takes no room.
+TEST_F(PlotTest, TellsHowFarItHasCome) {
+    place_.folder().write_text("zeros", "");
+    std::filesystem::resize_file(place_.folder().path() / "zeros", uint64_t{1} << 40);
+    kmr_test::on_terminal run(place_, {"plot", "zeros", "-o", "b.svg"});
+    EXPECT_THAT(run.read_until(" left"), HasSubstr(" of 1099.5 GB, "));
+    kill(run.child(), SIGINT);
+    EXPECT_EQ(run.wait_status(), -SIGINT);
+    EXPECT_THAT(names(), ElementsAre("a.kmr", "zeros"));
 }
 
 const words damages[] = {
