@@ -8,7 +8,6 @@ namespace {
 
 using kmr::plot::canvas;
 using kmr::plot::chart_place;
-using kmr::plot::drawn_gaps;
 using kmr::plot::gathered_frames;
 using kmr::plot::lane;
 using kmr::plot::mark;
