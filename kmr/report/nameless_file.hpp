@@ -22,10 +22,9 @@ public:
 
     // Once, before anything is written. 0 or an errno value.
     int make(mend::disk& on, const std::string& beside) {
-        constexpr int most_names = 100; // of those that were left behind between the two calls
         std::string name = beside + ".kmr-mp4";
         mend::opened made = on.open(name, mend::open_mode::make_private);
-        for (int other = 1; made.error == EEXIST && other < most_names; ++other) {
+        for (int other = 1; made.error == EEXIST; ++other) {
             name = beside + ".kmr-mp4" + std::to_string(other);
             made = on.open(name, mend::open_mode::make_private);
         }

@@ -250,6 +250,15 @@ TEST_F(ReportVideoTest, TellsWhichFramesItShowsAndWhen) {
     EXPECT_EQ(stamps_of(video()), stamps);
 }
 
+// The last frame, which no other hangs on.
+TEST_F(ReportVideoTest, TellsOfBytesThatAreNoFrame) {
+    compose_clip("a.kmr", {"--zero", "frame74:32"});
+    const auto run = report({"--video", "a.kmr", "-o", "p.html"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, MatchesRegex("kmr: p.html: the video: left out [0-9]+ bytes that are no frame\n"));
+    EXPECT_EQ(facts()["frames"].GetInt(), 74);
+}
+
 // Inserted frames are no loss.
 TEST_F(ReportVideoTest, GoesOnBehindInsertedFrames) {
     compose_clip("a.kmr", {"--insert-after", "30"});
@@ -311,7 +320,7 @@ TEST_F(ReportVideoTest, TakesRoomUnderANameThatIsFree) {
 // As disks that are full: of 1.6 MB of video, and 2.1 MB of it in a page.
 TEST_F(ReportVideoTest, LeavesNothingBehindWhereThereIsNoRoom) {
     compose_long("a.kmr", 50);
-    for (const std::string blocks : {"1024", "1900"}) {
+    for (const std::string blocks : {"64", "1024", "1900"}) {
         const auto run =
             place_.shell("ulimit -f " + blocks +
                          "; \"$1\" report --video a.kmr -o p.html 2>&1 | cat; exit ${PIPESTATUS[0]}");
