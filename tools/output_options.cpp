@@ -6,12 +6,14 @@ namespace {
 
 using namespace compose;
 
-// An installed program has the clip below its own prefix, any other takes the one of the sources.
+// An installed program has the clip below its own prefix, any other takes the one of the sources. Both are told from where
+// the program lies, so that the folder that it was built in is no part of it.
 std::string demo_clip() {
     std::error_code none;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", none);
-    const auto installed = program.parent_path() / KMR_INSTALLED_CLIP;
-    return std::filesystem::exists(installed, none) ? installed.lexically_normal().string() : KMR_DEMO_CLIP;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", none).parent_path();
+    const auto installed = folder / KMR_INSTALLED_CLIP;
+    const auto clip = std::filesystem::exists(installed, none) ? installed : folder / KMR_BUILT_CLIP;
+    return clip.lexically_normal().string();
 }
 
 constexpr option_row output_rows[] = {
