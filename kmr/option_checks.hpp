@@ -14,4 +14,14 @@ inline CLI::Validator not_empty() {
     return {check, ""};
 }
 
+// "nan" is read as a number, and lies neither below a range nor above it.
+inline CLI::Validator seconds_up_to(double most) {
+    const auto check = [most](const std::string& value) {
+        double seconds = 0;
+        const bool is_within = CLI::detail::lexical_cast(value, seconds) && seconds >= 0 && seconds <= most;
+        return std::string(is_within ? "" : "the value is no number of seconds of this range");
+    };
+    return {check, ""};
+}
+
 } // namespace kmr::program

@@ -93,7 +93,7 @@ complete -c kmr -n '__fish_seen_subcommand_from extract' -l keep-damaged -d 'lea
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l strip-user-data -d 'without the recorder\'s own unit'
 complete -c kmr -n '__fish_seen_subcommand_from extract' -l force -d 'replace what is there'
 
-complete -c kmr -n '__fish_seen_subcommand_from report' -s o -rFa '(__kmr_named .html)' -d 'the page'
+complete -c kmr -n '__fish_seen_subcommand_from report' -s o -l output -rFa '(__kmr_named .html)' -d 'the page'
 complete -c kmr -n '__fish_seen_subcommand_from report' -l video -d 'with the video'
 complete -c kmr -n '__fish_seen_subcommand_from report' -l force -d 'replace what is there'
 

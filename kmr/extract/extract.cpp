@@ -90,7 +90,7 @@ public:
               "In .mp4 and .mkv: steps of the clock that are longer than this many seconds become as long as "
               "the one before")
             ->option_text("SECONDS")
-            ->check(CLI::Range(0.0, 2147483.0));
+            ->check(seconds_up_to(2147483));
         to.add_flag("--keep-damaged", options_.keep_damaged,
                     "Leave out nothing but encrypted frames, whether a player can make sense of it or not");
         to.add_flag("--strip-user-data", options_.strip_user_data,
@@ -246,7 +246,7 @@ const command_kind extract_command = {
     "  kmr extract recording.kmr -o video.mkv --audio alaw             with the sound\n"
     "  kmr extract recording.kmr -o video.h264                         the video, bit for bit\n"
     "  kmr extract recording.kmr -o - | ffplay -                       into a player\n"
-    "  kmr extract --from 1:30 --to 2:00 recording.kmr -o part.mp4     half a minute\n"
+    "  kmr extract --from 1:30 --to 2:00 recording.kmr -o part.mp4     from the I-frame at 1:30 or before\n"
     "  kmr extract recording.kmr -o sound.raw                          the sound alone\n",
     make_command<extract>,
     "Exit status: 0 written; 1 written, and something was left out; 2 nothing was written.",

@@ -102,7 +102,10 @@ class report final : public command {
 public:
     void add_options(CLI::App& to) override {
         to.add_option("FILE", names_.from, "A recording")->required();
-        to.add_option("-o", names_.to, "The page")->option_text("PAGE.html")->required()->check(not_empty());
+        to.add_option("-o,--output", names_.to, "The page")
+            ->option_text("PAGE.html")
+            ->required()
+            ->check(not_empty());
         to.add_flag("--video{64}", video_mib_,
                     "With the video, as .mp4 of at most so many MiB (64 where no number is given)")
             ->option_text("[=MIB]")

@@ -35,8 +35,8 @@ void take_over(connection& into) {
 } // namespace
 
 uint64_t merge(const std::string& into, const std::string& from) {
+    const std::string other = database_to_read(from); // before the one to merge into is made
     connection database = open_database(into);
-    const std::string other = database_to_read(from);
     try {
         statement(database.get(), "ATTACH ? AS other").bind(std::string_view(other)).run();
         expect_sound(from, database, "other");

@@ -81,6 +81,11 @@ TEST_F(OddPlacesTest, AMergeTellsOfEachThatIsNone) {
     EXPECT_EQ(run.out, "good.db: 1 taken over\n");
 }
 
+TEST_F(OddPlacesTest, AMergeOfNothingMakesNothing) {
+    EXPECT_EQ(place_.kmr({"merge", "all.db", "missing.db"}).status, 2);
+    EXPECT_FALSE(std::filesystem::exists(place_.folder().path() / "all.db"));
+}
+
 // --- a terminal for standard error, or for both ---
 
 TEST_F(OddPlacesTest, SomebodyWatchesTheMessages) {

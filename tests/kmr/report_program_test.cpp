@@ -163,8 +163,8 @@ TEST_F(ReportTest, RefusesWhatCannotBeReadAndWrongUsage) {
     const std::string help = "\nkmr: see kmr --help, or kmr COMMAND --help";
     expect_refused({"none.kmr", "-o", "p.html"}, "none.kmr: No such file or directory");
     expect_refused({"folder", "-o", "p.html"}, "folder: not a regular file");
-    expect_refused({"a.kmr"}, "-o is required" + help);
-    expect_refused({"a.kmr", "-o", ""}, "-o: the value is empty" + help);
+    expect_refused({"a.kmr"}, "--output is required" + help);
+    expect_refused({"a.kmr", "-o", ""}, "--output: the value is empty" + help);
     expect_refused({"-o", "p.html"}, "FILE is required" + help);
 }
 

@@ -57,8 +57,8 @@ TEST_F(ExtractFilesTest, OptionsOfContainersAreRefusedElsewhere) {
             expect_refused({"a.kmr", "-o", name, option[0], option[1]},
                            name + ": --audio and --close-pauses are for .mp4 and .mkv");
     EXPECT_EQ(extract({"a.kmr", "-o", "b.mkv", "--audio", "mp3"}).status, 2);
-    EXPECT_EQ(extract({"a.kmr", "-o", "b.mkv", "--close-pauses", "-1"}).status, 2);
-    EXPECT_EQ(extract({"a.kmr", "-o", "b.mkv", "--close-pauses", "soon"}).status, 2);
+    for (const std::string seconds : {"-1", "2147484", "soon", "nan", "inf", "1e400", ""})
+        EXPECT_EQ(extract({"a.kmr", "-o", "b.mkv", "--close-pauses", seconds}).status, 2) << seconds;
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 }
 
