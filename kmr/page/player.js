@@ -22,7 +22,9 @@ function place_of_shown(shown, index) {
     return Math.max(0, bisect(shown.count, place => shown.index[place] > index) - 1);
 }
 
-function place_at(shown, ms) { return Math.max(0, bisect(shown.count, place => shown.at_ms[place] > ms) - 1); }
+function place_at(shown, ms) {
+    return Math.max(0, bisect(shown.count, place => shown.at_ms[place] > ms) - 1);
+}
 
 // `moved` is told which frame is shown, and whether the video plays.
 function make_player(video, frames, path, moved) {
@@ -87,11 +89,11 @@ function make_player(video, frames, path, moved) {
         // What is not in the video has the frame in front of it shown.
         seek(index) {
             at = place_of_shown(shown, index);
-            by_id('video-frame').textContent =
-                shown.index[at] === index
-                    ? ''
-                    : 'Frame ' + frames.number[index] + ' is not in the video; it shows frame ' +
-                          frames.number[shown.index[at]] + '.';
+            by_id('video-frame').textContent = shown.index[at] === index
+                                                   ? ''
+                                                   : 'Frame ' + frames.number[index] +
+                                                         ' is not in the video; it shows frame ' +
+                                                         frames.number[shown.index[at]] + '.';
             player.currentTime = (shown.at_ms[at] + into_the_frame) / 1000;
         },
     };
