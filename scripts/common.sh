@@ -9,7 +9,8 @@ jobs=$(nproc 2>/dev/null || echo 2)
 {
     program_packages=(libcli11-dev rapidjson-dev libsqlite3-dev pkg-config libavformat-dev libavcodec-dev libavutil-dev
         libjs-dygraphs librsvg2-dev)
-    test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib mandoc)
+    test_packages=(libgtest-dev libgmock-dev "${program_packages[@]}" python3-jsonschema ffmpeg libxml2-utils w3c-sgml-lib
+        mandoc abigail-tools)
 }
 
 # as_root COMMAND...: through sudo where the user is not root.
@@ -56,6 +57,7 @@ purpose() {
         ninja-build) echo "program ninja" ;;
         qemu-user) echo "program qemu-arm" ;;
         g++-*) echo "program ${1#g++-}-g++" ;;
+        abigail-tools) echo "program abidw" ;;
         python3-jsonschema) echo "file /usr/lib/python3/dist-packages/jsonschema" ;;
         shared-mime-info) echo "program update-mime-database" ;;
         libxml2-utils) echo "program xmllint" ;;
