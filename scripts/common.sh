@@ -60,7 +60,6 @@ purpose() {
         abigail-tools) echo "program abidw" ;;
         python3-jsonschema) echo "file /usr/lib/python3/dist-packages/jsonschema" ;;
         shared-mime-info) echo "program update-mime-database" ;;
-        libxml2-utils) echo "program xmllint" ;;
         nodejs) echo "program node" ;;
         libglib2.0-bin) echo "program gio" ;;
         time) echo "file /usr/bin/time" ;;
