@@ -57,7 +57,6 @@ purpose() {
         ninja-build) echo "program ninja" ;;
         qemu-user) echo "program qemu-arm" ;;
         g++-*) echo "program ${1#g++-}-g++" ;;
-        abigail-tools) echo "program abidw" ;;
         python3-jsonschema) echo "file /usr/lib/python3/dist-packages/jsonschema" ;;
         shared-mime-info) echo "program update-mime-database" ;;
         nodejs) echo "program node" ;;
