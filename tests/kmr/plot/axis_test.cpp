@@ -53,7 +53,7 @@ TEST(StreamTicksTest, StandAtRoundTimesAsFarFromEachOtherAsTheirLabelsTake) {
                 ElementsAre(0, 1000, 2000, 3000, 4000, 5000, 6000, 7000, 8000, 9000));
     EXPECT_THAT(labels_of(stream_ticks(scale_of(0, 120000), 10)),
                 ElementsAre("0:00", "0:15", "0:30", "0:45", "1:00", "1:15", "1:30", "1:45", "2:00"));
-    EXPECT_THAT(labels_of(stream_ticks(scale_of(0, 3 * 3600000), 10)),
+    EXPECT_THAT(labels_of(stream_ticks(scale_of(0, int64_t{3} * 3600000), 10)),
                 ElementsAre("0:00:00", "0:30:00", "1:00:00", "1:30:00", "2:00:00", "2:30:00", "3:00:00"));
     EXPECT_THAT(labels_of(stream_ticks(scale_of(0, 40), 10)),
                 ElementsAre("0:00.000", "0:00.005", "0:00.010", "0:00.015", "0:00.020", "0:00.025",
@@ -61,7 +61,7 @@ TEST(StreamTicksTest, StandAtRoundTimesAsFarFromEachOtherAsTheirLabelsTake) {
 }
 
 TEST(StreamTicksTest, OfMinutesWithTwoDigitsKeepThem) {
-    const auto ticks = stream_ticks(scale_of(0, 50 * 60000), 10);
+    const auto ticks = stream_ticks(scale_of(0, int64_t{50} * 60000), 10);
     ASSERT_EQ(ticks.size(), 6U);
     EXPECT_EQ(ticks[1].label, "10:00");
 }
@@ -108,13 +108,13 @@ TEST_F(WallTicksTest, AreThoseOfTheZone) {
                 ElementsAre("04:05", "04:10", "04:15", "04:20", "04:25", "04:30", "04:35"));
     set_zone("XXX3:30"); // west of Greenwich, and not by whole hours
     clock odd(time_zone::local);
-    EXPECT_THAT(labels_of(wall_ticks(scale_of(0, 3 * 3600000), start_ms_, odd, 10)),
+    EXPECT_THAT(labels_of(wall_ticks(scale_of(0, int64_t{3} * 3600000), start_ms_, odd, 10)),
                 ElementsAre("2015-01-02", "00:30", "01:00", "01:30", "02:00", "02:30"));
 }
 
 TEST_F(WallTicksTest, TellTheDateWhereADayBegins) {
     clock utc(time_zone::utc);
-    EXPECT_THAT(labels_of(wall_ticks(scale_of(0, 72 * 3600000), start_ms_, utc, 10)),
+    EXPECT_THAT(labels_of(wall_ticks(scale_of(0, int64_t{72} * 3600000), start_ms_, utc, 10)),
                 ElementsAre("12:00", "2015-01-03", "12:00", "2015-01-04", "12:00", "2015-01-05"));
     // More than a day apart
     EXPECT_THAT(

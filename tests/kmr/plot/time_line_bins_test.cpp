@@ -5,7 +5,6 @@
 
 namespace {
 
-using kmr::plot::rate_step;
 using kmr::plot::time_bin;
 using kmr::plot::time_line_bins;
 
@@ -77,7 +76,7 @@ TEST(TimeLineBinsTest, KeepWhatLiesInFrontInItsPlaceWhenTheyBecomeWider) {
 // A frame every 20 minutes for 50 years, and the clock that leaps by 24 days each time.
 TEST(TimeLineBinsTest, TakeNoMoreMemoryHoweverLongTheRecordingIs) {
     time_line_bins sparse;
-    constexpr int64_t step = 20 * 60 * 1000;
+    constexpr int64_t step = int64_t{20} * 60 * 1000;
     constexpr int64_t count = 50LL * 366 * 72;
     for (int64_t frame = 0; frame < count; ++frame)
         sparse.add(frame * step, false, 1);
