@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <deque>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -116,19 +117,25 @@ public:
             if (stream_end opened = open(frame, video); !opened.is_good())
                 return opened;
         // A stream that has sets has had them from its first frame on.
-        if (frame.sets && *frame.sets != *sets_ && options_.format == container_format::mp4)
+        const bool other_sets = frame.sets && *frame.sets != *sets_;
+        if (other_sets && options_.format == container_format::mp4)
             return stopped(stop_reason::sets_changed, frame.number);
         if (frame.codec == scan::video_codec::mjpeg && options_.format == container_format::mp4)
             if (const auto changed = change_of_size(frame.number, jpeg_size(video)))
                 return stopped(stop_reason::size_changed, *changed);
+        const int64_t at = stamps_.next(frame.stream_ms);
+        if (other_sets)
+            if (stream_end ended = begin_another_order(frame, at); !ended.is_good())
+                return ended;
         timed_frame timed = {.number = frame.number,
-                             .at = stamps_.next(frame.stream_ms),
+                             .at = at,
                              .has_picture = !video.empty(),
                              .place = {.order = 0, .starts = frame.starts}};
         if (timed.has_picture) {
             pictures_.push_back({.bytes = std::exchange(spare_, {}), .starts = frame.starts});
             pictures_.back().bytes.hold(video);
             timed.place.order = order_of(pictures_.back().bytes.get());
+            last_picture_at_ = at;
             has_any_ = true;
         }
         if (shown_)
@@ -222,11 +229,26 @@ private:
         if (depth == 0)
             order_.reset();
         shown_.emplace(depth, usual_ms_);
-        if (stream_end begun = end_of(write_header(depth > 0)); !begun.is_good())
-            return begun;
+        if (!std::exchange(has_header_, true))
+            if (stream_end begun = end_of(write_header(depth > 0)); !begun.is_good())
+                return begun;
         for (const early_frame& each : std::exchange(early_, {}))
             if (stream_end written = write_frame(each.frame, each.audio); !written.is_good())
                 return written;
+        return {};
+    }
+
+    // With other parameter sets begins another stream, whose first frames tell its order anew.
+    stream_end begin_another_order(const stream_frame& first, int64_t at) {
+        if (!shown_)
+            if (stream_end begun = begin_writing(); !begun.is_good())
+                return begun;
+        shown_->finish(at - last_picture_at_);
+        if (stream_end written = write_known(); !written.is_good())
+            return written;
+        shown_.reset();
+        sets_ = first.sets;
+        order_ = make_picture_order(first.codec, *sets_);
         return {};
     }
 
@@ -331,8 +353,10 @@ private:
 
     // How long a frame is shown is known when the next one comes.
     stream_end write_known() {
-        while (const auto times = shown_->next()) {
+        while (auto times = shown_->next()) {
             held_picture& first = pictures_.front();
+            // Where another order has begun, its first pictures would be decoded before the last ones of the other.
+            last_decoded_ = times->decoded = std::max(times->decoded, last_decoded_ + 1);
             if (stream_end written = end_of(write(0, first.bytes.get(), *times, first.starts));
                 !written.is_good())
                 return written;
@@ -395,6 +419,9 @@ private:
     std::optional<shown_order> shown_ = {}; // once the order of the first frames is known
     std::deque<held_picture> pictures_ = {};
     held_bytes spare_ = {};
+    int64_t last_picture_at_ = 0;
+    int64_t last_decoded_ = std::numeric_limits<int64_t>::min();
+    bool has_header_ = false;
     bool has_any_ = false;
 };
 

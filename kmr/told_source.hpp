@@ -17,6 +17,7 @@ public:
     void be_quiet() { progress_.reset(); }
 
     uint64_t size() const override { return source_.size(); }
+    bool has_grown() const { return source_.change() == scan::source_change::grown; }
     // What a recorder writes on behind what was there changes no frame of it.
     scan::source_change change() const override {
         const scan::source_change what = source_.change();

@@ -179,10 +179,14 @@ private:
     }
 
     // A stream that is to get a name, or is out already.
-    exit_status tell(const std::string& path, const convert::extracted& result, session& with) const {
+    exit_status tell(const std::string& path, const convert::extracted& result, const told_source& source,
+                     session& with) const {
         if (const std::string left = words_for(result); !left.empty())
             with.err.say(path, left);
-        const bool lost = result.left.seen_frames() != 0 || result.left.torn_bytes != 0;
+        const bool has_grown = source.has_grown();
+        if (has_grown)
+            with.err.say(path, "has grown while it was read; what came behind is left out");
+        const bool lost = has_grown || result.left.seen_frames() != 0 || result.left.torn_bytes != 0;
         return lost ? exit_status::found : exit_status::sound;
     }
 
@@ -192,7 +196,7 @@ private:
         const convert::extracted result = convert::extract(source, options_, *stream);
         with.out.flush();
         source.be_quiet();
-        const exit_status status = tell(path, result, with);
+        const exit_status status = tell(path, result, source, with);
         if (result.status != convert::extract_status::done)
             return refuse(path, why_no_stream(result), with);
         if (result.judged.changed)
@@ -217,7 +221,7 @@ private:
         source.be_quiet();
         if (noted_signals::any())
             return exit_status::failed; // it ends by the signal
-        const exit_status status = tell(path, result, with);
+        const exit_status status = tell(path, result, source, with);
         if (result.end.why == convert::stop_reason::not_written)
             return refuse(names_.to, words_of(result.end.error), with);
         if (result.status != convert::extract_status::done)

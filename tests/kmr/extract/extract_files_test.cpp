@@ -133,6 +133,17 @@ TEST_F(ExtractFilesTest, AReaderThatIsGoneEndsItQuietly) {
     EXPECT_EQ(full.err, "kmr: standard output: No space left on device\n");
 }
 
+// More than a pipe holds, so that it is not read to its end when it grows.
+TEST_F(ExtractFilesTest, TellsOfARecordingThatGrowsMeanwhile) {
+    compose_clip("long.kmr", "demo.h264", {"--frames", "3000"});
+    place_.shell("{ \"$1\" extract long.kmr -o - 2>said; echo $? >status; } | "
+                 "{ head -c 1 >first; printf x >>long.kmr; cat >rest; }");
+    EXPECT_EQ(scratch::read_text(place_.folder().file("said")),
+              "kmr: long.kmr: has grown while it was read; what came behind is left out\n");
+    EXPECT_EQ(scratch::read_text(place_.folder().file("status")), "1\n");
+    EXPECT_GT(fs::file_size(place_.folder().path() / "rest"), 1'000'000U);
+}
+
 TEST_F(ExtractFilesTest, NothingIsWrittenToATerminal) {
     kmr_test::on_terminal run(place_, {"extract", "a.kmr", "-o", "-"});
     EXPECT_EQ(run.read_until(), "kmr: standard output is a terminal, and a stream is nothing to read\r\n");

@@ -86,6 +86,29 @@ TEST_F(ExtractOrderTest, UserDataChangeNothingOfIt) {
     }
 }
 
+// With other parameter sets another order may begin, and end.
+TEST_F(ExtractOrderTest, OtherSetsBringAnOrderOfTheirOwn) {
+    for (const words& how : {words{"0", "2", "0"}, words{"2", "0", "3"}}) {
+        SCOPED_TRACE(testing::PrintToString(how));
+        recording::bytes all;
+        for (const std::string& earlier : how) {
+            ASSERT_EQ(ffmpeg({"-y", "-f", "lavfi", "-i", "testsrc2=size=320x240:rate=25", "-frames:v", "30",
+                              "-c:v", "libx264", "-b_strategy", "0", "-bf", earlier, "part.h264"})
+                          .status,
+                      0);
+            recording::append(all, content("part.h264"));
+        }
+        place_.folder().write("video.h264", all);
+        const auto made = run::program(KMR_MAKE, {"--output", place_.folder().file("a.kmr"), "--video",
+                                                  place_.folder().file("video.h264"), "--size", "320x240"});
+        ASSERT_EQ(made.status, 0) << made.err;
+        const auto run = extract({"a.kmr", "-o", "a.mkv", "--force"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(shown_at("a.mkv"), every_40_ms(90));
+        EXPECT_EQ(ffmpeg({"-v", "error", "-i", "a.mkv", "-f", "null", "-"}).err, "");
+    }
+}
+
 // A part that ends before its order can be known from many frames.
 TEST_F(ExtractOrderTest, AShortPartHasAllItsPictures) {
     for (const coded& each : codings) {
