@@ -114,6 +114,8 @@ public:
     }
 
     exit_status work(session& with) override {
+        if (names_.to == "-")
+            return refuse(names_.to, "a page is written to a file, not to standard output", with);
         const std::string path = names_.from;
         const scan::opened_file opened = scan::file_source::open(path.c_str());
         if (opened.status != scan::open_status::opened)

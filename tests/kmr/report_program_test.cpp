@@ -165,6 +165,7 @@ TEST_F(ReportTest, RefusesWhatCannotBeReadAndWrongUsage) {
     expect_refused({"folder", "-o", "p.html"}, "folder: not a regular file");
     expect_refused({"a.kmr"}, "--output is required" + help);
     expect_refused({"a.kmr", "-o", ""}, "--output: the value is empty" + help);
+    expect_refused({"a.kmr", "-o", "-"}, "-: a page is written to a file, not to standard output");
     expect_refused({"-o", "p.html"}, "FILE is required" + help);
 }
 

@@ -93,7 +93,7 @@ TEST_F(ExtractOrderTest, OtherSetsBringAnOrderOfTheirOwn) {
         recording::bytes all;
         for (const std::string& earlier : how) {
             ASSERT_EQ(ffmpeg({"-y", "-f", "lavfi", "-i", "testsrc2=size=320x240:rate=25", "-frames:v", "30",
-                              "-c:v", "libx264", "-b_strategy", "0", "-bf", earlier, "part.h264"})
+                              "-c:v", "libx264", "-g", "15", "-b_strategy", "0", "-bf", earlier, "part.h264"})
                           .status,
                       0);
             recording::append(all, content("part.h264"));
