@@ -10,8 +10,9 @@ function(kmr_add_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${arg_LIBS} test_support GTest::gmock GTest::gtest)
     # Built often and run once: optimising them doubles the time that a build takes, all that a debugger may want to know
-    # of them does it once more. Checked copies want optimisation.
-    target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE $<$<BOOL:${KMR_SANITIZE}>:-g1>)
+    # of them does it once more. Checked copies want optimisation (an option that is there already is written a second time
+    # only behind SHELL).
+    target_compile_options(${name} PRIVATE -O0 SHELL:-U_FORTIFY_SOURCE $<$<BOOL:${KMR_SANITIZE}>:-g1>)
     set(directory ${CMAKE_BINARY_DIR}/tests/run/${name})
     file(MAKE_DIRECTORY ${directory})
     if(arg_LAYER)
