@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <utility>
 
 namespace kmr::mend {
@@ -41,8 +40,8 @@ void frame_plan::note(region_action action, uint64_t offset, uint64_t length, st
 }
 
 void frame_plan::on_header(const scan::header_event& header) {
-    if (header.state == scan::header_state::valid && header.header.FrameRate != 0)
-        frame_rate_ = header.header.FrameRate;
+    const bool told = header.state == scan::header_state::valid && header.header.FrameRate != 0;
+    stamps_.emplace(told ? uint32_t{header.header.FrameRate} : uint32_t{KMR_DEFAULT_FRAME_RATE});
 }
 
 void frame_plan::on_torn(const scan::torn_event& region) {
@@ -79,6 +78,7 @@ void frame_plan::on_frame(const scan::seen_frame& seen) {
     whole.header = frame.header;
     whole.stream_ms = seen.stream_ms;
     whole.clock_run = seen.clock_run;
+    whole.restamped = whole.changed = is_set(frame.offset);
     if (seen.look != nullptr) {
         whole.starts_picture = seen.look->has_random_access;
         whole.size = seen.look->size;
@@ -103,6 +103,12 @@ void frame_plan::on_frame(const scan::seen_frame& seen) {
         queue_.push_back(whole);
 }
 
+bool frame_plan::is_set(uint64_t offset) const {
+    const auto found = std::partition_point(set_stamps_.begin(), set_stamps_.end(),
+                                            [&](const right_stamp& each) { return each.offset < offset; });
+    return found != set_stamps_.end() && found->offset == offset;
+}
+
 void frame_plan::take_ordinary(piece frame) {
     if (settle(&frame))
         queue_.clear();
@@ -123,6 +129,8 @@ void frame_plan::finish() {
         std::nth_element(steps_.begin(), middle, steps_.end());
         result_.step_ms = *middle;
     }
+    if (stamps_)
+        result_.wrong_stamps = stamps_->finish();
     result_.duration_ms = first_ms_ ? last_ms_ - *first_ms_ : 0;
     result_.rebuild_stops = rebuild_.stops();
     result_.is_jpeg = jpeg_frames_ > 0 && jpeg_frames_ * 2 > result_.ordinary;
@@ -142,9 +150,6 @@ bool frame_plan::settle(piece* next) {
     absorb_small(next);
     if (next != nullptr && !next->is_frame())
         return false;
-    if (next != nullptr)
-        next->back_to_back = !queue_.empty() && queue_.back().what == piece::kind::ordinary;
-    mend_stamp(queue_.size() > 1 ? &queue_[1] : next);
     emit_all(next);
     return true;
 }
@@ -268,38 +273,6 @@ void frame_plan::cut_tail() {
     }
     if (from)
         note(region_action::cut, *from, to - *from);
-}
-
-// --- stamps ---
-
-// One stamp alone that is out of line, between two frames that are in line with each other.
-void frame_plan::mend_stamp(const piece* next) {
-    if (next == nullptr || next->what != piece::kind::ordinary || !settled_ || queue_.empty())
-        return;
-    piece& frame = queue_.front();
-    if (frame.what != piece::kind::ordinary || !frame.back_to_back)
-        return;
-    const moment before = moment_of(settled_->header);
-    const moment own = moment_of(frame.header);
-    const moment behind = moment_of(next->header);
-    if (own.number != before.number + 1 || behind.number != own.number + 1)
-        return;
-    const int64_t whole = scan::wrapped_distance(before.stamp, behind.stamp);
-    const int64_t part = scan::wrapped_distance(before.stamp, own.stamp);
-    const int64_t limit = std::max<int64_t>({2000, 4000 / frame_rate_, int64_t{4} * usual_step_});
-    // Where it only runs ahead of the next one, either may be wrong: the usual step tells which.
-    const int64_t step = usual_step_;
-    const bool ahead = step > 0 && part > whole && std::abs(whole - 2 * step) < std::abs(part - step);
-    if (whole < 0 || whole > limit || (part >= 0 && part <= limit && !ahead))
-        return;
-    frame.header.TimeStamp = before.stamp + static_cast<uint32_t>(whole / 2);
-    if (rec_ValidFrame(&frame.header, 0) == KMR_FRAME_INDEX) // stamp 0 would make it one
-        frame.header.TimeStamp = whole > 1 ? frame.header.TimeStamp + 1 : behind.stamp;
-    frame.stream_ms = settled_->stream_ms + scan::wrapped_distance(before.stamp, frame.header.TimeStamp);
-    frame.healed_breaks = next->clock_run - settled_->clock_run; // it was alone in breaking the clock
-    frame.clock_run = next->clock_run;
-    frame.changed = frame.restamped = true;
-    note(region_action::set_stamp, frame.offset + offsetof(kmr_frame_header, TimeStamp), 4, own.number);
 }
 
 } // namespace kmr::mend

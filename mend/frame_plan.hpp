@@ -6,6 +6,7 @@
 #include "mend/new_index.hpp"
 #include "mend/rebuild_walk.hpp"
 #include "mend/region.hpp"
+#include "mend/stamp_line.hpp"
 #include "scan/judge.hpp"
 #include "scan/time_line.hpp"
 
@@ -20,8 +21,10 @@ enum class plan_obstacle : uint8_t { none, too_many_places, too_many_i_frames };
 
 class frame_plan final : public scan::observer {
 public:
-    // `can_cut`: what lies behind the last frame may go, index and all.
-    frame_plan(uint64_t size, bool can_cut) : size_(size), can_cut_(can_cut), changes_(size) {}
+    // `can_cut`: what lies behind the last frame may go, index and all. `stamps`: those that the scan sees in place of
+    // what stands in the file, by offset.
+    frame_plan(uint64_t size, bool can_cut, std::span<const right_stamp> stamps)
+        : size_(size), can_cut_(can_cut), set_stamps_(stamps), changes_(size) {}
 
     void on_header(const scan::header_event& header) override;
     void on_frame(const scan::seen_frame& seen) override;
@@ -53,6 +56,7 @@ public:
         bool is_jpeg = false;
         std::optional<scan::index_event> old_index = {};
         std::optional<scan::trailing_event> behind_index = {};
+        std::vector<right_stamp> wrong_stamps = {}; // to be set; nothing of this is planned yet
     };
     result take();
 
@@ -68,19 +72,19 @@ private:
         // Of a frame:
         bool changed = false; // its header is not what stands in the file
         bool restamped = false;
-        bool back_to_back = false; // nothing is left between it and the ordinary frame before
         bool starts_picture = false;
         uint32_t moved = 0;
         uint32_t grown = 0;
         int64_t stream_ms = 0;
         uint32_t clock_run = 0;
-        uint32_t healed_breaks = 0; // of the clock, which go with its wrong stamp
         scan::picture_size size = {};
 
         bool is_frame() const { return what != kind::region; }
         uint64_t end() const { return offset + length; }
+        uint64_t header_place() const { return offset + moved; } // in the file as it is
     };
 
+    bool is_set(uint64_t offset) const;
     void take_ordinary(piece frame);
     bool settle(piece* next);
     void prove_lengths(const piece* next);
@@ -91,7 +95,6 @@ private:
     void absorb_into_next(piece* next);
     void grow(piece& frame, const piece& by);
     void cut_tail();
-    void mend_stamp(const piece* next);
     void note_step(const moment& from, const moment& to);
     void emit_all(const piece* next);
     void emit_frame(const piece& frame);
@@ -106,7 +109,8 @@ private:
 
     uint64_t size_;
     bool can_cut_;
-    uint32_t frame_rate_ = KMR_DEFAULT_FRAME_RATE;
+    std::span<const right_stamp> set_stamps_;
+    std::optional<stamp_line> stamps_ = {};
     std::deque<piece> queue_ = {};          // the last ordinary frame and what came behind it
     std::optional<piece> settled_ = {};     // the last ordinary frame that is settled
     std::optional<moment> last_frame_ = {}; // that is settled, be it an inserted one
@@ -114,8 +118,6 @@ private:
     rebuild_walk rebuild_ = {};
     std::optional<int64_t> first_ms_ = {};
     int64_t last_ms_ = 0;
-    uint32_t healed_breaks_ = 0; // in front of the last frame that is settled, and at it
-    uint32_t usual_step_ = 0;
     std::vector<uint32_t> steps_ = {};
     uint64_t jpeg_frames_ = 0;
     changes changes_;

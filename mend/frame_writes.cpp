@@ -2,6 +2,7 @@
 #include "mend/frame_plan.hpp"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace kmr::mend {
 namespace {
@@ -27,10 +28,7 @@ void frame_plan::put_header(uint64_t offset, const kmr_frame_header& header) {
 void frame_plan::note_step(const moment& from, const moment& to) {
     const int64_t numbers = scan::wrapped_distance(from.number, to.number);
     const int64_t step = scan::wrapped_distance(from.stamp, to.stamp);
-    if (step <= 0)
-        return;
-    usual_step_ = static_cast<uint32_t>(step / std::max<int64_t>(1, numbers));
-    if (numbers == 1 && steps_.size() < most_steps)
+    if (step > 0 && numbers == 1 && steps_.size() < most_steps)
         steps_.push_back(static_cast<uint32_t>(step));
 }
 
@@ -94,8 +92,11 @@ void frame_plan::emit_frame(const piece& frame) {
     }
     ++result_.ordinary;
     result_.without_video += frame.header.VideoSize == 0 ? 1 : 0;
-    healed_breaks_ += frame.healed_breaks;
     emit_record(frame);
+    stamps_->take(frame.header_place(), frame.header);
+    if (frame.restamped)
+        note(region_action::set_stamp, frame.header_place() + offsetof(kmr_frame_header, TimeStamp), 4,
+             frame.header.FrameNo);
     if (settled_)
         note_step(moment_of(settled_->header), moment_of(frame.header));
     if (!first_ms_)
@@ -127,9 +128,9 @@ void frame_plan::emit_record(const piece& frame) {
         return;
     planned_record record;
     record.stream_ms = frame.stream_ms;
-    record.clock_run = frame.clock_run - healed_breaks_;
+    record.clock_run = frame.clock_run;
     record.position = static_cast<uint32_t>(frame.offset);
-    record.old_position = static_cast<uint32_t>(frame.offset + frame.moved);
+    record.old_position = static_cast<uint32_t>(frame.header_place());
     record.width = static_cast<uint16_t>(frame.size.width);
     record.height = static_cast<uint16_t>(frame.size.height);
     record.by_old_index = !is_i;

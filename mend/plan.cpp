@@ -51,8 +51,8 @@ public:
     repair_plan run();
 
 private:
-    scan::report look_at(scan::byte_source& seen);
-    void look_again(scan::byte_source& seen);
+    scan::report look_at(with_other_headers& seen);
+    void look_again(with_other_headers& seen);
     plan_status assemble();
     void plan_index();
     bool index_changes() const;
@@ -72,8 +72,8 @@ private:
     bool last_is_none_ = false; // the last frame is no longer one in what would come out
 };
 
-scan::report planner::look_at(scan::byte_source& seen) {
-    frame_plan frames(source_.size(), source_.size() <= four_gib);
+scan::report planner::look_at(with_other_headers& seen) {
+    frame_plan frames(source_.size(), source_.size() <= four_gib, seen.stamps());
     scan::report judged = scan::judge(seen, {}, &frames);
     frames.finish();
     found_ = frames.take();
@@ -81,20 +81,23 @@ scan::report planner::look_at(scan::byte_source& seen) {
 }
 
 // Where the bytes behind the last frame are cut it claims exactly what is left, and a frame that does is looked into:
-// it may be one that lost bytes, and reaches over the good ones behind it. Then it is no frame from the beginning.
+// it may be one that lost bytes, and reaches over the good ones behind it. Then it is no frame from the beginning. Stamps
+// that are wrong are set before anything else is planned by them.
 repair_plan planner::run() {
     constexpr int most_looks = 8;
-    without_headers seen(source_);
+    with_other_headers seen(source_);
     plan_.before = look_at(seen);
     plan_.status = assemble();
-    for (int i = 1; i < most_looks && last_is_none_; ++i) {
-        seen.hide(*found_.last_frame);
+    for (int i = 1; i < most_looks && (last_is_none_ || !found_.wrong_stamps.empty()); ++i) {
+        if (last_is_none_)
+            seen.hide(*found_.last_frame);
+        seen.set(found_.wrong_stamps);
         look_again(seen);
     }
     return std::move(plan_);
 }
 
-void planner::look_again(scan::byte_source& seen) {
+void planner::look_again(with_other_headers& seen) {
     scan::report judged = look_at(seen);
     scan::report first_look = std::move(plan_.before);
     first_look.changed = first_look.changed || judged.changed;

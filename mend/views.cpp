@@ -1,17 +1,44 @@
 #include "mend/views.hpp"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <utility>
 
 namespace kmr::mend {
+namespace {
 
-scan::read_result without_headers::read_at(uint64_t offset, std::span<uint8_t> into) {
+// What stands at `place` over that part of `into`, which was read at `offset`.
+void lay_over(std::span<uint8_t> into, uint64_t offset, uint64_t place, std::span<const uint8_t> what) {
+    const uint64_t first = std::max(place, offset);
+    const uint64_t end = std::min(place + what.size(), offset + into.size());
+    for (uint64_t at = first; at < end; ++at)
+        into[static_cast<size_t>(at - offset)] = what[static_cast<size_t>(at - place)];
+}
+
+} // namespace
+
+void with_other_headers::set(const std::vector<right_stamp>& stamps) {
+    std::vector<right_stamp> all;
+    std::set_union(
+        stamps.begin(), stamps.end(), stamps_.begin(), stamps_.end(), std::back_inserter(all),
+        [](const right_stamp& left, const right_stamp& right) { return left.offset < right.offset; });
+    stamps_ = std::move(all);
+}
+
+scan::read_result with_other_headers::read_at(uint64_t offset, std::span<uint8_t> into) {
+    constexpr uint8_t no_header[KMR_FRAME_HEADER_SIZE] = {};
+    constexpr uint64_t place = offsetof(kmr_frame_header, TimeStamp);
     const scan::read_result read = source_.read_at(offset, into);
-    for (const uint64_t each : hidden_) {
-        const uint64_t first = std::max(each, offset);
-        const uint64_t end = std::min(each + KMR_FRAME_HEADER_SIZE, offset + read.count);
-        for (uint64_t at = first; at < end; ++at)
-            into[static_cast<size_t>(at - offset)] = 0;
-    }
+    const std::span<uint8_t> bytes = into.first(read.count);
+    auto stamp = std::partition_point(stamps_.begin(), stamps_.end(), [&](const right_stamp& each) {
+        return each.offset + KMR_FRAME_HEADER_SIZE <= offset;
+    });
+    for (; stamp != stamps_.end() && stamp->offset < offset + read.count; ++stamp)
+        lay_over(bytes, offset, stamp->offset + place,
+                 {reinterpret_cast<const uint8_t*>(&stamp->stamp), sizeof stamp->stamp});
+    for (const uint64_t each : hidden_)
+        lay_over(bytes, offset, each, no_header);
     return read;
 }
 

@@ -3,6 +3,7 @@
 
 #include "analyse/format/file_header.h"
 #include "analyse/format/frame_header.h"
+#include "mend/stamp_line.hpp"
 #include "scan/byte_source.hpp"
 #include "scan/events.hpp"
 
@@ -12,11 +13,13 @@
 
 namespace kmr::mend {
 
-// Some frames have no header.
-class without_headers final : public scan::byte_source {
+// Some frames have no header, some another stamp.
+class with_other_headers final : public scan::byte_source {
 public:
-    explicit without_headers(scan::byte_source& source) : source_(source) {}
+    explicit with_other_headers(scan::byte_source& source) : source_(source) {}
     void hide(uint64_t offset) { hidden_.push_back(offset); }
+    void set(const std::vector<right_stamp>& stamps); // those from before stay
+    std::span<const right_stamp> stamps() const { return stamps_; }
 
     uint64_t size() const override { return source_.size(); }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override;
@@ -25,6 +28,7 @@ public:
 private:
     scan::byte_source& source_;
     std::vector<uint64_t> hidden_ = {};
+    std::vector<right_stamp> stamps_ = {}; // by offset
 };
 
 // What stands behind the index, as if it were a recording with the same file header.

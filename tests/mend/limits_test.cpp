@@ -40,6 +40,13 @@ TEST(LimitsTest, MorePlacesThanMemoryIsGivenToAreTooMuchDamage) {
     EXPECT_EQ(copy.content, nullptr);
 }
 
+TEST(LimitsTest, MoreWrongStampsThanMemoryIsGivenToAreTooMuchDamage) {
+    bytes file = many_frames(2 * (changes::most_writes + 2), false, {});
+    for (size_t at = 88 + 36; at + 36 < file.size(); at += 72)
+        recording::put_u32(file, at + 16, 0xF0000000U);
+    EXPECT_EQ(plan_of(file).status, plan_status::too_damaged);
+}
+
 TEST(LimitsTest, MoreIFramesThanAnIndexIsMadeForAreTooMuchDamage) {
     const bytes file = many_frames(new_index::most_records + 1, true, {});
     EXPECT_EQ(plan_of(file).status, plan_status::too_damaged);

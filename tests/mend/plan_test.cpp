@@ -202,11 +202,51 @@ TEST(PlanTest, OneStampOutOfLineIsSetBetweenItsNeighbours) {
     }
 }
 
-TEST(PlanTest, AClockThatIsSetStays) {
-    auto all = scan_test::sound_frames(10);
-    for (size_t i = 4; i < 10; ++i)
-        all[i].time_stamp += 100'000;
+// P3 and P4 have 1080 and 1120, between 1040 and 1160.
+TEST(PlanTest, AFewStampsInARowAreSetByOneRepair) {
+    const std::pair<uint32_t, uint32_t> stamps[] = {{0, 0},       {1000, 0},   {5, 900'000'000},
+                                                    {3000, 3040}, {1300, 700}, {1300, 1200}};
+    for (const auto& [third, fourth] : stamps) {
+        SCOPED_TRACE(std::to_string(third) + " " + std::to_string(fourth));
+        bytes file = ten();
+        put_u32(file, 336 + 16, third);
+        put_u32(file, 432 + 16, fourth);
+        EXPECT_EQ(frames_by_number(mended(file)), frames_by_number(ten()));
+        EXPECT_EQ(plan_of(mended(file)).status, plan_status::nothing_to_do);
+    }
+}
+
+TEST(PlanTest, EightStampsInARowAreSetAndNineAreNot) {
+    auto all = scan_test::sound_frames(12);
+    for (size_t i = 2; i < 10; ++i)
+        all[i].time_stamp = 0;
+    const bytes eight = scan_test::recording_of(all);
+    EXPECT_EQ(frames_by_number(mended(eight)),
+              frames_by_number(scan_test::recording_of(scan_test::sound_frames(12))));
+    all[10].time_stamp = 0;
     EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
+}
+
+TEST(PlanTest, AStampBesideAnInsertedFrameIsSet) {
+    auto all = scan_test::sound_frames(10);
+    recording::frame extra = all[3];
+    extra.tag = 0x7788;
+    all.insert(all.begin() + 3, extra);
+    const bytes sound = scan_test::recording_of(all);
+    all[2].time_stamp = 0;
+    EXPECT_EQ(mended(scan_test::recording_of(all)), sound);
+}
+
+TEST(PlanTest, AClockThatIsSetStays) {
+    for (const int by : {100'000, 5000, -100, -5000}) {
+        SCOPED_TRACE(by);
+        auto all = scan_test::sound_frames(20);
+        for (size_t i = 4; i < all.size(); ++i)
+            all[i].time_stamp += static_cast<uint32_t>(10'000 + by);
+        for (size_t i = 0; i < 4; ++i)
+            all[i].time_stamp += 10'000;
+        EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
+    }
 }
 
 TEST(PlanTest, StampsOfTwoRegionsWithoutAGoodFrameBetweenGoOnRising) {

@@ -104,6 +104,8 @@ TEST_F(ViewerTest, AStampOfZeroNoLongerEndsTheTable) {
     bytes file = scan_test::recording_of(scan_test::sound_frames(10));
     recording::put_u32(file, 336 + 16, 0);
     expect_shown(file);
+    recording::put_u32(file, 432 + 16, 0);
+    expect_shown(file);
 }
 
 } // namespace
