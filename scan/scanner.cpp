@@ -133,7 +133,7 @@ private:
             return begin_damage({}, search_behind({}));
         }
         const uint64_t room = index_->frames_end() - offset_;
-        if (header.FrameSize == room) {
+        if (is_last(header)) {
             if (const auto swallowed = frame_within(header))
                 return begin_damage({}, *swallowed);
         }
@@ -152,6 +152,15 @@ private:
     good_place search_behind(std::array<uint64_t, 2> likely) {
         return frame_search(recording_, *index_)
             .next_good(offset_ + 1, {.last = believed_, .likely = likely});
+    }
+
+    // Whether it reaches to the end of all frames. That of an index which no trailer names is met on the way.
+    bool is_last(const kmr_frame_header& header) {
+        const uint64_t end = offset_ + header.FrameSize;
+        if (end == index_->frames_end() || index_->expected())
+            return end == index_->frames_end();
+        kmr_frame_header behind = {};
+        return recording_.load(end, behind) && index_->begins_at(end, behind) != index_places::proof::none;
     }
 
     // A frame that claims exactly the rest is the last one, unless the recording goes on within it.

@@ -72,6 +72,25 @@ TEST(ClaimedRestTest, IsTornWhereTheRecordingGoesOnWithinIt) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160", "index-missing @1160 +0"));
 }
 
+// The index begins at 1160 and ends at 1372. Nothing at the end of the file names it.
+TEST(ClaimedRestTest, InFrontOfAnIndexThatNoTrailerNamesIsTornToo) {
+    bytes file = recording_of(sound_frames(10));
+    claim(file, 1160);
+    bytes longer = file;
+    longer.resize(1372 + 40, 0x11);
+    EXPECT_THAT(found(longer), ElementsAre("bytes-torn @432 +96 #5 t160", "bytes-behind-index @1372 +40"));
+    file.resize(1372 - 8);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160", "index-torn @1160 +204"));
+    put_u32(file, 1160 + 32, 7); // its count of records is wrong too, so that it only runs past the end
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @432 +96 #5 t160", "index-torn @1160 +204"));
+}
+
+TEST(ClaimedRestTest, IsTheLastFrameInFrontOfAnIndexThatNoTrailerNames) {
+    bytes file = recording_of(sound_frames(10));
+    file.resize(1372 - 8);
+    EXPECT_THAT(found(file), ElementsAre("index-torn @1160 +204"));
+}
+
 TEST(ClaimedRestTest, OfAnInsertedFrameIsTornToo) {
     frames all = sound_frames(10);
     all[3].tag = 0x7788;
