@@ -35,6 +35,8 @@ public:
 
     // Name of an option whose values are not only names of files.
     static constexpr const char* word_name = "WORD";
+    // Begins the text of a flag that may have a value.
+    static constexpr std::string_view maybe_value = "[=";
 
     // --help, --color and --utc are there already.
     virtual void add_options(CLI::App& to) = 0;

@@ -2,6 +2,7 @@
 #include "kmr/commands.hpp"
 #include "kmr/frame_rows.hpp"
 #include "kmr/judged_file.hpp"
+#include "kmr/option_checks.hpp"
 #include "kmr/place_options.hpp"
 #include "kmr/scan_follower.hpp"
 #include "kmr/start_time.hpp"
@@ -27,6 +28,13 @@ template <typename Value, size_t Count>
 Value value_of(std::string_view name, const named<Value> (&all)[Count]) {
     return std::find_if(all, all + Count - 1, [&](const named<Value>& each) { return each.name == name; })
         ->value;
+}
+
+std::string in_capitals(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), [](char each) {
+        return each >= 'a' && each <= 'z' ? static_cast<char>(each - 'a' + 'A') : each;
+    });
+    return name;
 }
 
 struct frames_options {
@@ -83,10 +91,11 @@ public:
         to.add_option("FILE", options_.path, "A recording")->required();
         to.add_option("--format", format_, "table, csv with a heading, or json: one object a line")
             ->option_text("table|csv|json")
-            ->check(CLI::IsMember({"table", "csv", "json"}));
+            ->check(one_of({"table", "csv", "json"}));
         to.add_option("--type", type_, "I-frames or P-frames alone")
             ->option_text("I|P")
-            ->transform(CLI::IsMember({"I", "P"}, CLI::ignore_case));
+            ->check(one_of({"I", "P"}))
+            ->transform(in_capitals);
         options_.places.add(to);
         to.add_flag("--gaps", options_.wanted.gaps, "Only frames before which numbers are missing");
         to.add_flag("--user-data", options_.user_data, "With the segments of the user data");

@@ -1,27 +1,22 @@
-// What the value of an option must be.
+// What the value of an option must be, and what is said where it is something else.
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace kmr::program {
 
-// An empty value is most often a variable of a script that was not set.
-inline CLI::Validator not_empty() {
-    const auto check = [](const std::string& value) {
-        return std::string(value.empty() ? "the value is empty" : "");
-    };
-    return {check, ""};
-}
+// All of them refuse an empty value: it is most often a variable of a script that was not set.
 
-// "nan" is read as a number, and lies neither below a range nor above it.
-inline CLI::Validator seconds_up_to(double most) {
-    const auto check = [most](const std::string& value) {
-        double seconds = 0;
-        const bool is_within = CLI::detail::lexical_cast(value, seconds) && seconds >= 0 && seconds <= most;
-        return std::string(is_within ? "" : "the value is no number of seconds of this range");
-    };
-    return {check, ""};
-}
+CLI::Validator not_empty();
+
+CLI::Validator one_of(std::vector<std::string> words);
+
+// For `transform`: the parser itself would take "010" for eight. `what` as in "number of pixels".
+CLI::Validator whole_number(uint64_t least, uint64_t most, const std::string& what = "number");
+
+CLI::Validator seconds_up_to(uint32_t most);
 
 } // namespace kmr::program

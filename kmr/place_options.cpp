@@ -1,5 +1,7 @@
 #include "kmr/place_options.hpp"
 
+#include "kmr/option_checks.hpp"
+
 #include <CLI/CLI.hpp>
 
 namespace kmr::program {
@@ -20,8 +22,9 @@ void place_options::add(CLI::App& to) {
     to.add_option("--from", from_,
                   "From this frame number (digits alone), stream time (M:SS.mmm, H:MM:SS.mmm) or time "
                   "(ISO 8601) on")
-        ->option_text("PLACE");
-    to.add_option("--to", to_, "Before this place")->option_text("PLACE");
+        ->option_text("PLACE")
+        ->check(not_empty());
+    to.add_option("--to", to_, "Before this place")->option_text("PLACE")->check(not_empty());
 }
 
 bool place_options::read(session& with, std::optional<frame_place>& from,

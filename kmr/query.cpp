@@ -2,6 +2,7 @@
 #include "kmr/commands.hpp"
 #include "kmr/iso_time.hpp"
 #include "kmr/judged_file.hpp"
+#include "kmr/option_checks.hpp"
 #include "kmr/output/json.hpp"
 #include "kmr/output/numbers.hpp"
 #include "scan/quick_look.hpp"
@@ -60,15 +61,16 @@ public:
     void add_options(CLI::App& to) override {
         to.add_option("INDEX", index_, "The index file of a disk, Index.dat")->required();
         to.add_option("--from", from_, "Recordings that start at this time or later (ISO 8601)")
-            ->option_text("TIME");
-        to.add_option("--to", to_, "... and before this one")->option_text("TIME");
+            ->option_text("TIME")
+            ->check(not_empty());
+        to.add_option("--to", to_, "... and before this one")->option_text("TIME")->check(not_empty());
         constexpr uint32_t highest = REC_QUERY_ANY - 1; // that one stands for all
         to.add_option("--channel", channel_, "Of this channel alone")
             ->option_text("N")
-            ->check(CLI::Range(uint32_t{0}, highest));
+            ->transform(whole_number(0, highest));
         to.add_option("--kind", kind_, "Of this kind alone")
             ->option_text("N")
-            ->check(CLI::Range(uint32_t{0}, highest));
+            ->transform(whole_number(0, highest));
         to.add_flag("--json", json_, "One JSON object a recording and line (kmr.query/1)");
     }
 

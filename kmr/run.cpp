@@ -1,6 +1,9 @@
 #include "kmr/run.hpp"
 
+#include "kmr/arguments.hpp"
 #include "kmr/commands.hpp"
+#include "kmr/option_checks.hpp"
+#include "kmr/usage_words.hpp"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -45,7 +48,7 @@ void add_common_options(CLI::App& to, common_options& common) {
     to.add_option("--color", common.color,
                   "auto: where standard output is a terminal and NO_COLOR is not set; always; never")
         ->option_text("auto|always|never")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(one_of({"auto", "always", "never"}))
         ->group("Output");
     to.add_flag("--utc", common.utc, "Times in UTC (else in the zone of this machine)")->group("Output");
 }
@@ -55,46 +58,6 @@ struct prepared_command {
     std::unique_ptr<command> what;
 };
 
-// "--db=" has an empty value, as `--db ""` has; the parser would take the next argument for it.
-bool is_option_with_nothing(std::string_view argument) {
-    return argument.starts_with("--") && argument.find('=') == argument.size() - 1;
-}
-
-// In front of what the parser would misread: it knows nothing of such a byte.
-constexpr char guard = '\x02';
-
-// As the parser takes them: last one first. It would misread, behind "--", what looks like an option (it would not take
-// several there), and anywhere "[a,b]" (it would take that for a list).
-std::vector<std::string> arguments_of(int argc, const char* const* argv) {
-    std::vector<std::string> arguments;
-    bool names_only = false;
-    for (const std::string argument : std::span(argv + 1, argv + argc)) {
-        const bool bracketed = argument.starts_with('[') && argument.ends_with(']');
-        const bool is_guarded =
-            bracketed || argument.starts_with(guard) || (names_only && argument.starts_with('-'));
-        if (argument == "--" && !names_only)
-            names_only = true;
-        else if (!names_only && is_option_with_nothing(argument))
-            arguments.insert(arguments.end(), {argument.substr(0, argument.size() - 1), ""});
-        else
-            arguments.push_back((is_guarded ? std::string(1, guard) : "") + argument);
-    }
-    std::reverse(arguments.begin(), arguments.end());
-    return arguments;
-}
-
-// Names that were guarded get the folder in front that they lie in; words of a command stay as they were given.
-void take_guards_off(CLI::App& from) {
-    for (CLI::Option* const each : from.get_options()) {
-        if (each->get_items_expected_max() == 0)
-            continue;
-        const std::string instead = each->get_name() == command::word_name ? "" : "./";
-        each->transform([instead](const std::string& value) {
-            return value.starts_with(guard) ? instead + value.substr(1) : value;
-        });
-    }
-}
-
 std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
     std::vector<prepared_command> all;
     for (const command_kind* kind : commands()) {
@@ -103,29 +66,10 @@ std::vector<prepared_command> prepare(CLI::App& app, common_options& common) {
         all.push_back({&arguments, kind->make()});
         all.back().what->add_options(arguments);
         add_common_options(arguments, common);
-        take_guards_off(arguments);
+        understand_values(arguments);
         arguments.footer("Examples:\n" + std::string(kind->examples) + "\n" + std::string(kind->statuses));
     }
     return all;
-}
-
-// What is wrong, where the parser's own words speak of the parser.
-std::string words_of(const CLI::App& app, const CLI::ParseError& why) {
-    std::string words = why.what();
-    if (why.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) &&
-        app.get_subcommands().empty()) {
-        const std::vector<std::string> unknown = app.remaining();
-        if (unknown.empty())
-            return "no command is given";
-        const std::string& first = unknown.front();
-        return (first.empty() ? "\"\"" : first) +
-               (first.starts_with('-') ? ": no such option" : ": no such command");
-    }
-    const size_t place = words.find(": 1 required ");
-    if (why.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch) &&
-        place != std::string::npos)
-        return words.substr(0, place) + ": a value is missing";
-    return words;
 }
 
 // Help and version are data that were asked for; anything else is a message.
@@ -137,7 +81,7 @@ exit_status explain(const CLI::App& app, const CLI::ParseError& why, output::sta
         out.write(asked_for.str());
         return exit_status::sound;
     }
-    err.say(words_of(app, why));
+    err.say(words_of_usage(app, why));
     err.say("see kmr --help, or kmr COMMAND --help");
     return exit_status::failed;
 }
@@ -157,7 +101,7 @@ public:
         return value == std::string::npos ? name : name.substr(0, value) + option->get_option_text();
     }
     std::string make_option_opts(const CLI::Option* option) const override {
-        const bool is_told = option->get_option_text().starts_with("[=");
+        const bool is_told = option->get_option_text().starts_with(command::maybe_value);
         return is_told ? "" : CLI::Formatter::make_option_opts(option);
     }
 };
@@ -171,6 +115,7 @@ exit_status run_command(int argc, const char* const* argv, output::standard_outp
     app.set_help_flag("-h,--help", "Print this text");
     app.require_subcommand(1); // so that a file may have the name of a command
     app.footer("kmr COMMAND --help tells more.");
+    understand_values(app);
     const std::vector<prepared_command> all = prepare(app, common);
     try {
         app.parse(arguments_of(argc, argv));

@@ -139,7 +139,7 @@ public:
         to.add_flag("--strict", options_.strict, "What is no recording counts in folders too");
         to.add_option("-j,--jobs", options_.jobs, "So many files at once (1); the output is the same")
             ->option_text("N")
-            ->check(CLI::Range(size_t{1}, most_jobs));
+            ->transform(whole_number(1, most_jobs, "number of files"));
         CLI::Option* const database =
             to.add_option("--db", options_.kept.database,
                           "Keep the results in this database; what has not changed since is not read again")

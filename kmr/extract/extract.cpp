@@ -84,7 +84,7 @@ public:
         to.add_option("--audio", sound_,
                       "With the sound, in .mp4 and .mkv: how it is coded, which no recording says")
             ->option_text("alaw|mulaw|s16le|u8")
-            ->check(CLI::IsMember({"alaw", "mulaw", "s16le", "u8"}));
+            ->check(one_of({"alaw", "mulaw", "s16le", "u8"}));
         to.add_option(
               "--close-pauses", close_pauses_,
               "In .mp4 and .mkv: steps of the clock that are longer than this many seconds become as long as "

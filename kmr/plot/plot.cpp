@@ -33,12 +33,13 @@ public:
             ->required()
             ->option_text("OUT")
             ->check(not_empty());
+        const std::string pixels = "number of pixels";
         to.add_option("--width", size_.width, "In pixels (800)")
             ->option_text("PIXELS")
-            ->check(CLI::Range(kmr::plot::least_width, kmr::plot::most_pixels));
+            ->transform(whole_number(kmr::plot::least_width, kmr::plot::most_pixels, pixels));
         to.add_option("--height", size_.height, "In pixels (else as high as it takes)")
             ->option_text("PIXELS")
-            ->check(CLI::Range(kmr::plot::least_height, kmr::plot::most_pixels));
+            ->transform(whole_number(kmr::plot::least_height, kmr::plot::most_pixels, pixels));
         to.add_flag("--force", names_.replace, "Replace OUT where it is there already; never FILE");
     }
 

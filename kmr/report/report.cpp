@@ -87,17 +87,6 @@ void append_block(std::string& to, std::string_view name, append_json_line appen
 
 constexpr uint64_t most_mib = 4096; // a recording is no larger
 
-CLI::Validator size_in_mib() {
-    const auto check = [](const std::string& value) {
-        const bool is_number =
-            value.size() <= 4 && value.find_first_not_of("0123456789") == std::string::npos;
-        const uint64_t number = is_number ? std::strtoull(value.c_str(), nullptr, 10) : 0;
-        return std::string(number > 0 && number <= most_mib ? ""
-                                                            : "a size is a number of MiB from 1 to 4096");
-    };
-    return {check, ""};
-}
-
 class report final : public command {
 public:
     void add_options(CLI::App& to) override {
@@ -109,7 +98,7 @@ public:
         to.add_flag("--video{64}", video_mib_,
                     "With the video, as .mp4 of at most so many MiB (64 where no number is given)")
             ->option_text("[=MIB]")
-            ->check(size_in_mib());
+            ->transform(whole_number(1, most_mib, "number of MiB"));
         to.add_flag("--force", names_.replace, "Replace the page where it is there already; never FILE");
     }
 

@@ -157,7 +157,8 @@ TEST_F(ReportVideoTest, RefusesSizesThatAreNone) {
     for (const std::string size : {"0", "4097", "64MiB", "-1", "1.5", "0x40", "99999"}) {
         const auto run = report({"--video=" + size, "a.kmr", "-o", "p.html"});
         EXPECT_EQ(run.status, 2) << size;
-        EXPECT_THAT(run.err, testing::StartsWith("kmr: --video: a size is a number of MiB from 1 to 4096\n"));
+        EXPECT_THAT(run.err,
+                    testing::StartsWith("kmr: --video: " + size + " is no number of MiB from 1 to 4096\n"));
     }
     EXPECT_EQ(report({"--video=", "a.kmr", "-o", "p.html"}).status, 2);
     EXPECT_THAT(names(), ElementsAre("a.kmr"));

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <span>
 #include <unistd.h>
 
 namespace {
@@ -12,9 +13,23 @@ namespace {
 using kmr_test::words;
 using kmr_test::workplace;
 
+struct wrong_usage {
+    words arguments;
+    std::string told;
+};
+
 class ExitStatusTest : public testing::Test {
 protected:
     int status_of(const words& arguments) const { return place_.kmr(arguments).status; }
+
+    void expect_refused(std::span<const wrong_usage> all) const {
+        for (const wrong_usage& each : all) {
+            const auto run = place_.kmr(each.arguments);
+            EXPECT_EQ(run.status, 2);
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(run.err, "kmr: " + each.told + "\nkmr: see kmr --help, or kmr COMMAND --help\n");
+        }
+    }
 
     workplace place_;
 };
@@ -69,11 +84,6 @@ TEST_F(ExitStatusTest, OfWrongUsageIs2) {
     }
 }
 
-struct wrong_usage {
-    words arguments;
-    std::string told;
-};
-
 TEST_F(ExitStatusTest, OfWrongUsageComesWithItsReason) {
     place_.compose("sound.kmr");
     const wrong_usage all[] = {
@@ -83,8 +93,8 @@ TEST_F(ExitStatusTest, OfWrongUsageComesWithItsReason) {
         {{""}, "\"\": no such command"},
         {{"--bogus"}, "--bogus: no such option"},
         {{"check"}, "PATH is required"},
-        {{"check", "--color", "bad", "sound.kmr"}, "--color: bad not in {auto,always,never}"},
-        {{"check", "--color", "1", "sound.kmr"}, "--color: 1 not in {auto,always,never}"},
+        {{"check", "--color", "bad", "sound.kmr"}, "--color: bad is none of auto, always, never"},
+        {{"check", "--color", "1", "sound.kmr"}, "--color: 1 is none of auto, always, never"},
         {{"check", "sound.kmr", "--jobs"}, "--jobs: a value is missing"},
         {{"check", "sound.kmr", "--db"}, "--db: a value is missing"},
         {{"check", "--db", "", "sound.kmr"}, "--db: the value is empty"},
@@ -92,33 +102,68 @@ TEST_F(ExitStatusTest, OfWrongUsageComesWithItsReason) {
         {{"check", "--db", "a.db", "--host", "", "sound.kmr"}, "--host: the value is empty"},
         {{"merge", "", "a.db"}, "DATABASE: the value is empty"},
         {{"merge", "a.db", ""}, "FROM: the value is empty"},
-        {{"frames", "--type", "B", "sound.kmr"}, "--type: B not in {I,P}"},
-        {{"frames", "--format", "xml", "sound.kmr"}, "--format: xml not in {table,csv,json}"}};
-    for (const wrong_usage& each : all) {
-        const auto run = place_.kmr(each.arguments);
-        EXPECT_EQ(run.status, 2);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, "kmr: " + each.told + "\nkmr: see kmr --help, or kmr COMMAND --help\n");
-    }
+        {{"frames", "--type", "B", "sound.kmr"}, "--type: B is none of I, P"},
+        {{"frames", "--format", "xml", "sound.kmr"}, "--format: xml is none of table, csv, json"},
+        {{"frames", "sound.kmr", "--gaps", "other.kmr"}, "other.kmr: one argument too many"},
+        {{"frames", "sound.kmr", ""}, "\"\": one argument too many"},
+        {{"frames", "sound.kmr", "--", "-x"}, "./-x: one argument too many"},
+        {{"check", "--bogus=1"}, "--bogus: no such option"},
+        {{"check", "--jobs", "1", "-j2", "sound.kmr"}, "--jobs: given more than once"}};
+    expect_refused(all);
     const auto entries = std::filesystem::directory_iterator(place_.folder().path());
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1); // and nothing was made
 }
 
 // What a variable of a script leaves that was not set.
-TEST_F(ExitStatusTest, OfAnEmptyPlaceOrNameIs2) {
+TEST_F(ExitStatusTest, OfAnOptionWithAnEmptyValueIs2) {
     place_.compose("sound.kmr");
-    const std::string no_place =
-        "kmr: \"\": neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)\n";
-    const std::string no_file = "kmr: \"\": No such file or directory\n";
+    std::vector<wrong_usage> all;
+    const words options[] = {
+        {"check", "--jobs"},     {"check", "--color"},   {"frames", "--format"},       {"frames", "--type"},
+        {"frames", "--from"},    {"frames", "--to"},     {"query", "--channel"},       {"query", "--kind"},
+        {"query", "--from"},     {"query", "--to"},      {"extract", "--audio"},       {"copy", "--from"},
+        {"extract", "--output"}, {"report", "--output"}, {"plot", "--output"},         {"plot", "--width"},
+        {"plot", "--height"},    {"repair", "--output"}, {"extract", "--close-pauses"}};
+    for (const words& each : options) {
+        const std::string told = each[1] + ": the value is empty";
+        all.push_back({{each[0], "sound.kmr", each[1] + "="}, told});
+        all.push_back({{each[0], "sound.kmr", each[1], ""}, told});
+    }
+    all.push_back({{"report", "sound.kmr", "--video="}, "--video: the value is empty"});
+    expect_refused(all);
+}
+
+TEST_F(ExitStatusTest, OfANumberThatIsNoneIs2) {
+    place_.compose("sound.kmr");
     const wrong_usage all[] = {
-        {{"frames", "--from", "", "sound.kmr"}, no_place},
-        {{"frames", "--to", "", "sound.kmr"}, no_place},
-        {{"frames", "--from=", "sound.kmr"}, no_place},
-        {{"frames", ""}, no_file},
-        {{"check", "", "sound.kmr"}, no_file},
-        {{"show", ""}, no_file},
-        {{"ls", ""}, no_file},
-        {{"query", "sound.kmr", "--to", ""}, "kmr: \"\": not a time as 2015-01-02T03:04:05\n"}};
+        {{"check", "sound.kmr", "-j", "0"}, "--jobs: 0 is no number of files from 1 to 1024"},
+        {{"check", "sound.kmr", "-j", "1x"}, "--jobs: 1x is no number of files from 1 to 1024"},
+        {{"query", "Index.dat", "--kind", "0x10"}, "--kind: 0x10 is no number from 0 to 254"},
+        {{"query", "Index.dat", "--channel", "255"}, "--channel: 255 is no number from 0 to 254"},
+        {{"plot", "sound.kmr", "-o", "a.svg", "--width", "99999999999999999999"},
+         "--width: 99999999999999999999 is no number of pixels from 640 to 4096"},
+        {{"extract", "sound.kmr", "-o", "a.mp4", "--close-pauses", "nan"},
+         "--close-pauses: nan is no number of seconds from 0 to 2147483"}};
+    expect_refused(all);
+}
+
+TEST_F(ExitStatusTest, OfAFlagWithAValueIs2) {
+    place_.compose("sound.kmr");
+    const wrong_usage all[] = {{{"check", "sound.kmr", "--json=no"}, "--json: takes no value"},
+                               {{"check", "sound.kmr", "--json="}, "--json: takes no value"},
+                               {{"copy", "sound.kmr", "b.kmr", "--force=0"}, "--force: takes no value"},
+                               {{"check", "--help="}, "--help: takes no value"},
+                               {{"--version="}, "--version: takes no value"}};
+    expect_refused(all);
+}
+
+TEST_F(ExitStatusTest, OfAnEmptyNameIs2) {
+    place_.compose("sound.kmr");
+    const std::string no_file = "kmr: \"\": No such file or directory\n";
+    const wrong_usage all[] = {{{"frames", ""}, no_file},
+                               {{"check", "", "sound.kmr"}, no_file},
+                               {{"show", ""}, no_file},
+                               {{"ls", ""}, no_file}};
     for (const wrong_usage& each : all) {
         const auto run = place_.kmr(each.arguments);
         EXPECT_EQ(run.status, 2);

@@ -65,6 +65,12 @@ TEST_F(QueryTest, ListsOneChannelOrKind) {
     EXPECT_EQ(names({"--channel", "9"}), "");
 }
 
+// Zeros in front make no number of another kind.
+TEST_F(QueryTest, TakesNumbersAsDecimalOnes) {
+    write({{.time = start_time, .path = "p0", .channel = 10, .kind = 8}});
+    EXPECT_EQ(names({"--channel", "010", "--kind", "08"}), "p0 ");
+}
+
 TEST_F(QueryTest, SaysWhatTheRecordHolds) {
     write({{.time = start_time, .path = "20150102/caf\xE9", .name = "a.kmr", .channel = 200, .kind = 7}});
     EXPECT_EQ(query({}).out, "2015-01-02T04:04:05.000+01:00  channel  200  kind    7  20150102/caf\\xe9\n");

@@ -192,7 +192,8 @@ TEST_F(CopyTest, RefusesASpanThatHoldsNothing) {
     const std::string no_place =
         ": neither a frame number nor a stream time (M:SS.mmm) nor a time (ISO 8601)";
     expect_refused({"a.kmr", "b.kmr", "--from", "noon"}, "noon" + no_place);
-    expect_refused({"a.kmr", "b.kmr", "--to", ""}, "\"\"" + no_place);
+    expect_refused({"a.kmr", "b.kmr", "--to", ""},
+                   "--to: the value is empty\nkmr: see kmr --help, or kmr COMMAND --help");
     expect_refused({"a.kmr", "b.kmr", "--from", "4294967296"}, "4294967296: no frame has such a number");
 }
 
