@@ -14,11 +14,21 @@ struct sqlite3_stmt;
 
 namespace kmr::store {
 
-// What went wrong with the database, in words that name its file.
+// What went wrong with the database.
 class store_error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// What SQLite says does not name the file.
+template <typename Call>
+auto naming(const std::string& file, Call call) {
+    try {
+        return call();
+    } catch (const store_error& error) {
+        throw store_error(file + ": " + error.what());
+    }
+}
 
 struct no_value {};
 
@@ -57,7 +67,7 @@ private:
 
 class connection {
 public:
-    // `name` is a file name or, with `uri`, one with parameters.
+    // `name` is that of a file, or "file:..." with parameters.
     enum class access : uint8_t { read_write, memory };
     connection(const std::string& name, access how);
 

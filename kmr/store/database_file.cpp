@@ -159,44 +159,44 @@ std::string as_file_name(const std::string& path) {
     return path.starts_with('/') ? path : "./" + path;
 }
 
-} // namespace
-
-void expect_sound(const std::string& path, connection& opened, const std::string& schema) {
-    const std::string found = opened.text("PRAGMA " + schema + ".quick_check(1)");
+// Everything that is read later is looked at here.
+void expect_sound(connection& opened) {
+    const std::string found = opened.text("PRAGMA quick_check(1)");
     if (found != "ok")
-        refuse(path, "damaged: " + on_one_line(found));
+        throw store_error("damaged: " + on_one_line(found));
     connection ours(":memory:", connection::access::memory);
     ours.run(schema_sql);
     statement expected(ours.get(), "SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
-    statement there(opened.get(), "SELECT 1 FROM " + schema + ".sqlite_master WHERE sql = ?");
+    statement there(opened.get(), "SELECT 1 FROM sqlite_master WHERE sql = ?");
     while (expected.step()) {
         there.bind_text(expected.text(0));
         if (!there.step())
-            refuse(path, "damaged: its tables are not those of kmr");
+            throw store_error("damaged: its tables are not those of kmr");
         there.reset();
     }
 }
+
+connection opened_sound(const std::string& path) {
+    const bool left_log = has_log(path);
+    connection opened(as_file_name(path), connection::access::read_write);
+    if (opened.read_only())
+        throw store_error("cannot be written");
+    opened.leave_log_on_close(left_log);
+    expect_sound(opened);
+    opened.leave_log_on_close(false);
+    opened.run("PRAGMA synchronous = NORMAL"); // a kill loses nothing, a power cut at most the latest
+    opened.run("PRAGMA foreign_keys = ON");
+    return opened;
+}
+
+} // namespace
 
 connection open_database(const std::string& path) {
     struct stat found = {};
     if (stat(path.c_str(), &found) != 0 && errno == ENOENT)
         make_database(path);
     expect_ours(path);
-    const bool left_log = has_log(path);
-    try {
-        connection opened(as_file_name(path), connection::access::read_write);
-        if (opened.read_only())
-            refuse(path, "cannot be written");
-        opened.leave_log_on_close(left_log);
-        expect_sound(path, opened, "main");
-        opened.leave_log_on_close(false);
-        opened.run("PRAGMA synchronous = NORMAL"); // a kill loses nothing, a power cut at most the latest
-        opened.run("PRAGMA foreign_keys = ON");
-        return opened;
-    } catch (const store_error& error) {
-        const std::string what = error.what();
-        throw store_error(what.starts_with(path) ? what : path + ": " + what);
-    }
+    return naming(path, [&] { return opened_sound(path); });
 }
 
 std::string database_to_read(const std::string& path) {
@@ -208,7 +208,12 @@ std::string database_to_read(const std::string& path) {
         name += escaped;
     }
     // Without a log nobody is writing, and the file is read as it stands, with no file made beside it.
-    return name + (has_log(path) ? "?mode=ro" : "?immutable=1");
+    name += has_log(path) ? "?mode=ro" : "?immutable=1";
+    naming(path, [&] {
+        connection opened(name, connection::access::read_write);
+        expect_sound(opened);
+    });
+    return name;
 }
 
 } // namespace kmr::store

@@ -13,7 +13,4 @@ connection open_database(const std::string& path);
 // Looks at one that stays as it is, and gives the name by which it can be attached. Throws store_error.
 std::string database_to_read(const std::string& path);
 
-// Everything that is read later is looked at here. Throws store_error.
-void expect_sound(const std::string& path, connection& opened, const std::string& schema);
-
 } // namespace kmr::store

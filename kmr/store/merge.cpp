@@ -37,22 +37,14 @@ void take_over(connection& into) {
 uint64_t merge(const std::string& into, const std::string& from) {
     const std::string other = database_to_read(from); // before the one to merge into is made
     connection database = open_database(into);
-    try {
+    return naming(into, [&] {
         statement(database.get(), "ATTACH ? AS other").bind(std::string_view(other)).run();
-        expect_sound(from, database, "other");
-    } catch (const store_error& error) {
-        const std::string what = error.what();
-        throw store_error(what.starts_with(from) ? what : from + ": " + what);
-    }
-    uint64_t taken = 0;
-    {
         transaction whole(database);
         take_over(database);
-        taken = static_cast<uint64_t>(database.number("SELECT count(*) FROM taken"));
+        const int64_t taken = database.number("SELECT count(*) FROM taken");
         whole.commit();
-    }
-    database.run("DETACH other");
-    return taken;
+        return static_cast<uint64_t>(taken);
+    });
 }
 
 } // namespace kmr::store

@@ -302,20 +302,6 @@ std::optional<file_stamp> stamp_of(const std::string& path) {
                       .modified_ns = found.st_mtim.tv_sec * nanoseconds + found.st_mtim.tv_nsec};
 }
 
-namespace {
-
-// What SQLite says does not name the file.
-template <typename Call>
-auto naming(const std::string& file, Call call) {
-    try {
-        return call();
-    } catch (const store_error& error) {
-        throw store_error(file + ": " + error.what());
-    }
-}
-
-} // namespace
-
 result_store::result_store(const std::string& file, std::string host, std::string version)
     : file_(file),
       implementation_(std::make_unique<implementation>(file, std::move(host), std::move(version))) {}

@@ -248,6 +248,19 @@ TEST_F(DatabaseFileTest, KeepsItsChannelsWhenJoined) {
     EXPECT_THAT(ask("SELECT channel FROM recordings"), ElementsAre("4"));
 }
 
+TEST_F(DatabaseFileTest, IsNotMadeForOneThatIsDamaged) {
+    const store_test::folder_with_database other;
+    {
+        result_store store = other.open("south");
+        store.keep("/rec/1", old_stamp, scan_test::judge(store_test::sound_recording()), usual_cap);
+    }
+    bytes cut = scratch::read_file(other.database());
+    cut.resize(cut.size() / 2);
+    other.folder.write("results.db", cut);
+    EXPECT_THROW(kmr::store::merge(database(), other.database()), kmr::store::store_error);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
 TEST_F(DatabaseFileTest, IsNotJoinedWithOneThatIsDamaged) {
     make();
     const store_test::folder_with_database other;
