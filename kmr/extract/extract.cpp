@@ -21,7 +21,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <filesystem>
 #include <unistd.h>
 
 namespace kmr::program {
@@ -73,7 +72,7 @@ constexpr named_sound sounds[] = {{"alaw", convert::sound_coding::alaw},
 class extract final : public command {
 public:
     void add_options(CLI::App& to) override {
-        to.add_option("FILE", names_.from, "A recording")->required();
+        to.add_option("FILE", path_, "A recording")->required();
         to.add_option("-o,--output", names_.to,
                       "By its suffix: video alone (.h264, .h265, .mjpeg), sound alone (.raw); - is standard "
                       "output, for video")
@@ -106,22 +105,17 @@ public:
         if (!places_.read(with, from, to))
             return exit_status::failed;
         include_second(to);
-        const std::string path = names_.from;
-        const scan::opened_file opened = scan::file_source::open(path.c_str());
+        const scan::opened_file opened = scan::file_source::open(path_.c_str());
         if (opened.status != scan::open_status::opened)
-            return refuse(path, problem_of(opened), with);
-        std::error_code error;
-        names_.from = std::filesystem::canonical(path, error).string(); // a link is followed
-        if (error)
-            return refuse(path, error.message(), with);
+            return refuse(path_, problem_of(opened), with);
         mend::plain_disk disk;
-        if (const std::string why = to_output() ? "" : why_not_written(disk, names_); !why.empty())
-            return refuse(names_.to, why, with);
-        stream_places places(path, *opened.source, with);
+        if (!to_output() && !may_write(disk, with))
+            return exit_status::failed;
+        stream_places places(path_, *opened.source, with);
         if (!places.take(from, options_.span.from) || !places.take(to, options_.span.to))
             return exit_status::failed;
         told_source source(*opened.source, with.err);
-        return to_output() ? write_output(path, source, with) : write_file(path, disk, source, with);
+        return to_output() ? write_output(source, with) : write_file(disk, source, with);
     }
 
 private:
@@ -130,6 +124,15 @@ private:
     static exit_status refuse(const std::string& path, const std::string& why, session& with) {
         with.err.say(path, why);
         return exit_status::failed;
+    }
+
+    bool may_write(mend::disk& disk, session& with) {
+        if (const std::string why = follow_link(path_, names_); !why.empty()) {
+            with.err.say(path_, why);
+            return false;
+        }
+        const std::string why = why_not_written(disk, names_);
+        return why.empty() || say_no(why, with);
     }
 
     bool find_form(session& with) {
@@ -179,37 +182,35 @@ private:
     }
 
     // A stream that is to get a name, or is out already.
-    exit_status tell(const std::string& path, const convert::extracted& result, const told_source& source,
-                     session& with) const {
+    exit_status tell(const convert::extracted& result, const told_source& source, session& with) const {
         if (const std::string left = words_for(result); !left.empty())
-            with.err.say(path, left);
+            with.err.say(path_, left);
         const bool has_grown = source.has_grown();
         if (has_grown)
-            with.err.say(path, "has grown while it was read; what came behind is left out");
+            with.err.say(path_, "has grown while it was read; what came behind is left out");
         const bool lost = has_grown || result.left.seen_frames() != 0 || result.left.torn_bytes != 0;
         return lost ? exit_status::found : exit_status::sound;
     }
 
-    exit_status write_output(const std::string& path, told_source& source, session& with) const {
+    exit_status write_output(told_source& source, session& with) const {
         output_sink sink(with.out);
         const auto stream = stream_into(sink);
         const convert::extracted result = convert::extract(source, options_, *stream);
         with.out.flush();
         source.be_quiet();
-        const exit_status status = tell(path, result, source, with);
+        const exit_status status = tell(result, source, with);
         if (result.status != convert::extract_status::done)
-            return refuse(path, why_no_stream(result), with);
+            return refuse(path_, why_no_stream(result), with);
         if (result.judged.changed)
-            return refuse(path, "was changed while it was read", with);
+            return refuse(path_, "was changed while it was read", with);
         return status;
     }
 
-    exit_status write_file(const std::string& path, mend::disk& disk, told_source& source,
-                           session& with) const {
+    exit_status write_file(mend::disk& disk, told_source& source, session& with) const {
         take_size_limits_as_errors();
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
-            return refuse(path, words_of(error), with);         // uncovered: as above
+            return refuse(path_, words_of(error), with);        // uncovered: as above
         const noted_signals until_whole;
         mend::draft file(disk, names_.to, names_.replace, &original);
         if (const mend::outcome made = file.make(); !made.is_done())
@@ -221,11 +222,11 @@ private:
         source.be_quiet();
         if (noted_signals::any())
             return exit_status::failed; // it ends by the signal
-        const exit_status status = tell(path, result, source, with);
+        const exit_status status = tell(result, source, with);
         if (result.end.why == convert::stop_reason::not_written)
             return refuse(names_.to, words_of(result.end.error), with);
         if (result.status != convert::extract_status::done)
-            return refuse(path, why_no_stream(result), with);
+            return refuse(path_, why_no_stream(result), with);
         if (result.judged.changed)
             return refuse(names_.to, "the recording was changed meanwhile; nothing was written", with);
         if (const mend::outcome named = file.put_in_place(); !named.is_done())
@@ -233,6 +234,7 @@ private:
         return status;
     }
 
+    std::string path_ = {};
     new_file_names names_ = {};
     place_options places_ = {};
     convert::extract_options options_ = {};

@@ -12,7 +12,6 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 
 namespace kmr::program {
 namespace {
@@ -60,10 +59,8 @@ public:
         const scan::opened_file opened = scan::file_source::open(from_.c_str());
         if (opened.status != scan::open_status::opened)
             return refuse(from_, problem_of(opened), with);
-        std::error_code error;
-        names_.from = std::filesystem::canonical(from_, error).string(); // a link is followed
-        if (error)                                       // uncovered: it was there a moment ago
-            return refuse(from_, error.message(), with); // uncovered: as above
+        if (const std::string why = follow_link(from_, names_); !why.empty())
+            return refuse(from_, why, with);
         mend::plain_disk disk;
         if (const std::string why = why_not_written(disk, names_); !why.empty())
             return refuse(names_.to, why, with);

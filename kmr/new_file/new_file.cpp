@@ -43,6 +43,12 @@ char small_letter(char letter) {
 
 } // namespace
 
+std::string follow_link(const std::string& recording, new_file_names& names) {
+    std::error_code error;
+    names.from = std::filesystem::canonical(recording, error).string();
+    return error ? words_of(error.value()) : "";
+}
+
 std::string why_not_written(mend::disk& on, const new_file_names& names) {
     mend::file_facts original;
     mend::file_facts there;

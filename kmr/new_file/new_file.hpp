@@ -8,10 +8,14 @@
 namespace kmr::program {
 
 struct new_file_names {
-    std::string from = {}; // the recording
+    std::string from = {}; // the recording, without links
     std::string to = {};
     bool replace = false; // a file of that name may go
 };
+
+// The recording may be named by a link: its own name is the one that nothing may be written to. Why there is none; empty:
+// it is in `names`.
+std::string follow_link(const std::string& recording, new_file_names& names);
 
 // Why there can be no such file; empty: there can. To be asked before long work is done for nothing.
 std::string why_not_written(mend::disk& on, const new_file_names& names);

@@ -10,7 +10,6 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 
 namespace kmr::program {
 namespace {
@@ -47,8 +46,12 @@ public:
         const picture_form form = form_of(names_.to);
         if (form == picture_form::unknown)
             return refuse(names_.to, "a picture is a file that ends in .svg or .png", with);
-        if (const std::string why = why_no_picture(form); !why.empty())
-            return refuse(names_.to, why, with);
+        if (names_.to != "-") {
+            if (const std::string why = follow_link(path_, names_); !why.empty())
+                return refuse(path_, why, with);
+            if (const std::string why = why_no_picture(form); !why.empty())
+                return refuse(names_.to, why, with);
+        }
         const found_file file = {.path = path_};
         kmr::plot::frame_gatherer gatherer(with.err, with.err.on_terminal() ? bytes_of({file}) : 0);
         const judged_file judged = judge_file(file, {.most_per_code = kmr::plot::most_marks}, &gatherer);
@@ -67,14 +70,10 @@ private:
         return exit_status::failed;
     }
 
-    // Before a long recording is read for nothing. Where that cannot be opened it is told later.
-    std::string why_no_picture(picture_form form) {
-        if (names_.to == "-")
-            return {};
-        std::error_code error;
-        names_.from = std::filesystem::canonical(path_, error).string(); // a link is followed
+    // Before a long recording is read for nothing.
+    std::string why_no_picture(picture_form form) const {
         mend::plain_disk disk;
-        const std::string why = error ? "" : why_not_written(disk, names_);
+        const std::string why = why_not_written(disk, names_);
         return why.empty() && form == picture_form::png ? kmr::plot::why_no_png() : why;
     }
 

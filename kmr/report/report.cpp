@@ -15,9 +15,6 @@
 #include "mend/plain_disk.hpp"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
 
 namespace kmr::program {
 namespace {
@@ -90,7 +87,7 @@ constexpr uint64_t most_mib = 4096; // a recording is no larger
 class report final : public command {
 public:
     void add_options(CLI::App& to) override {
-        to.add_option("FILE", names_.from, "A recording")->required();
+        to.add_option("FILE", path_, "A recording")->required();
         to.add_option("-o,--output", names_.to, "The page")
             ->option_text("PAGE.html")
             ->required()
@@ -105,18 +102,15 @@ public:
     exit_status work(session& with) override {
         if (names_.to == "-")
             return refuse(names_.to, "a page is written to a file, not to standard output", with);
-        const std::string path = names_.from;
-        const scan::opened_file opened = scan::file_source::open(path.c_str());
+        const scan::opened_file opened = scan::file_source::open(path_.c_str());
         if (opened.status != scan::open_status::opened)
-            return refuse(path, problem_of(opened), with);
-        std::error_code error;
-        names_.from = std::filesystem::canonical(path, error).string(); // a link is followed
-        if (error)
-            return refuse(path, error.message(), with);
+            return refuse(path_, problem_of(opened), with);
+        if (const std::string why = follow_link(path_, names_); !why.empty())
+            return refuse(path_, why, with);
         mend::plain_disk disk;
         if (const std::string why = why_not_written(disk, names_); !why.empty())
             return refuse(names_.to, why, with);
-        return write_page(path, disk, *opened.source, with);
+        return write_page(disk, *opened.source, with);
     }
 
 private:
@@ -125,11 +119,10 @@ private:
         return exit_status::failed;
     }
 
-    exit_status write_page(const std::string& path, mend::disk& disk, scan::byte_source& source,
-                           session& with) const {
+    exit_status write_page(mend::disk& disk, scan::byte_source& source, session& with) const {
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
-            return refuse(path, words_of(error), with);         // uncovered: as above
+            return refuse(path_, words_of(error), with);        // uncovered: as above
         take_size_limits_as_errors();
         const noted_signals until_whole;
         mend::draft draft(disk, names_.to, names_.replace, &original);
@@ -137,11 +130,11 @@ private:
             return refuse(names_.to, why_not_there(made), with);
         page_file page(draft);
         page_video video;
-        const judged_file file = fill(page, path, source, video, disk, with);
+        const judged_file file = fill(page, source, video, disk, with);
         if (noted_signals::any())
             return exit_status::failed; // it ends by the signal
         if (file.judged.judged == scan::verdict::unreadable && page.is_wanted())
-            return refuse(path, file.problem, with);
+            return refuse(path_, file.problem, with);
         const int unfinished = page.finish();
         if (const int error = unfinished != 0 ? unfinished : video.error)
             return refuse(names_.to, words_of(error), with);
@@ -152,12 +145,12 @@ private:
         return tell(file, video, with);
     }
 
-    judged_file fill(page_file& page, const std::string& path, scan::byte_source& source, page_video& video,
-                     mend::disk& disk, session& with) const {
+    judged_file fill(page_file& page, scan::byte_source& source, page_video& video, mend::disk& disk,
+                     session& with) const {
         page.buffer() += page_head();
         frames_block frames(page, with, source.size());
         followed_source followed(source, frames);
-        judged_file file{.path = path, .judged = scan::judge(followed, {}, &frames)};
+        judged_file file{.path = path_, .judged = scan::judge(followed, {}, &frames)};
         file.problem = problem_of(file.judged);
         frames.end();
         output::clock clock = with.clock();
@@ -183,6 +176,7 @@ private:
         return is_all_there ? judged : worse(exit_status::found, judged);
     }
 
+    std::string path_ = {};
     new_file_names names_ = {};
     std::string video_mib_ = {}; // empty: no video
 };

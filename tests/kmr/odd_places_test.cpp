@@ -60,6 +60,26 @@ TEST_F(OddPlacesTest, AClosedStandardInputIsNobodys) {
     EXPECT_EQ(place_.shell("\"$1\" check a.kmr 2>&-").status, 0);
 }
 
+// Whatever a name leads to can be read; but what is to be written is told apart from the recording by a name.
+TEST_F(OddPlacesTest, ARecordingWithoutANameIsReadAndMakesNoFile) {
+    place_.compose("a.kmr");
+    const std::string nameless = "exec 3<a.kmr; rm a.kmr; \"$1\" ";
+    for (const std::string command : {"copy /dev/fd/3 b.kmr", "extract /dev/fd/3 -o b.raw",
+                                      "report /dev/fd/3 -o b.html", "plot /dev/fd/3 -o b.svg"}) {
+        place_.compose("a.kmr");
+        const auto run = place_.shell(nameless + command);
+        EXPECT_EQ(run.status, 2) << command;
+        EXPECT_EQ(run.err, "kmr: /dev/fd/3: No such file or directory\n") << command;
+        EXPECT_TRUE(std::filesystem::is_empty(place_.folder().path())) << command;
+    }
+    for (const std::string command : {"check /dev/fd/3", "extract /dev/fd/3 -o -", "plot /dev/fd/3 -o -"}) {
+        place_.compose("a.kmr");
+        const auto run = place_.shell(nameless + command + " | wc -c; exit ${PIPESTATUS[0]}");
+        EXPECT_EQ(run.status, 0) << command << run.err;
+        EXPECT_NE(run.out, "0\n") << command;
+    }
+}
+
 TEST_F(OddPlacesTest, AFrameThatTheFileEndsInIsARow) {
     place_.compose("a.kmr", {"--no-index"});
     const auto size = std::filesystem::file_size(place_.folder().path() / "a.kmr");
