@@ -168,9 +168,9 @@ private:
         if (!file.problem.empty())
             with.err.say(file.path, file.problem);
         if (!video.why_not.empty())
-            with.err.say(names_.to, std::string("without video: ") + video.why_not);
+            with.err.say(file.path, "no video in the page: " + video.why_not);
         if (!video.left_out.empty())
-            with.err.say(names_.to, std::string("the video: ") + video.left_out);
+            with.err.say(file.path, "the video in the page: " + video.left_out);
         if (!page_has_time_line())
             with.err.say(names_.to, "without a time line: this program was built without Dygraphs");
         return is_all_there ? judged : worse(exit_status::found, judged);

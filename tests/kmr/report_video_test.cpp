@@ -60,7 +60,7 @@ protected:
         const auto run = report(arguments, environment);
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, "kmr: p.html: without video: " + why + "\n");
+        EXPECT_EQ(run.err, "kmr: " + arguments[1] + ": no video in the page: " + why + "\n");
         EXPECT_THAT(text("p.html"), Not(HasSubstr("id=\"video-facts\"")));
         EXPECT_THAT(text("p.html"), Not(HasSubstr("id=\"video-bytes")));
         EXPECT_THAT(text("p.html"), testing::EndsWith("</html>\n"));
@@ -224,7 +224,7 @@ TEST_F(ReportVideoTest, TellsWhichFramesItShowsAndWhen) {
     EXPECT_EQ(run.status, 1);
     const std::string left_out = "left out 11 of 71 frames: 4 behind damage up to the next I-frame, 7 behind "
                                  "missing ones up to the next I-frame; 352 bytes that are no frame";
-    EXPECT_EQ(run.err, "kmr: p.html: the video: " + left_out + "\n");
+    EXPECT_EQ(run.err, "kmr: a.kmr: the video in the page: " + left_out + "\n");
     const auto told = facts();
     EXPECT_EQ(told["left_out"].GetString(), left_out);
     EXPECT_EQ(told["frames"].GetInt(), 60);
@@ -256,7 +256,8 @@ TEST_F(ReportVideoTest, TellsOfBytesThatAreNoFrame) {
     compose_clip("a.kmr", {"--zero", "frame74:32"});
     const auto run = report({"--video", "a.kmr", "-o", "p.html"});
     EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.err, MatchesRegex("kmr: p.html: the video: left out [0-9]+ bytes that are no frame\n"));
+    EXPECT_THAT(run.err,
+                MatchesRegex("kmr: a.kmr: the video in the page: left out [0-9]+ bytes that are no frame\n"));
     EXPECT_EQ(facts()["frames"].GetInt(), 74);
 }
 
@@ -265,7 +266,7 @@ TEST_F(ReportVideoTest, GoesOnBehindInsertedFrames) {
     compose_clip("a.kmr", {"--insert-after", "30"});
     const auto run = report({"--video", "a.kmr", "-o", "p.html"});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.err, "kmr: p.html: the video: left out 1 of 76 frames: 1 inserted\n");
+    EXPECT_EQ(run.err, "kmr: a.kmr: the video in the page: left out 1 of 76 frames: 1 inserted\n");
     const auto told = facts();
     ASSERT_EQ(told["runs"].Size(), 2U);
     EXPECT_EQ(told["runs"][0][1].GetInt() + told["runs"][1][1].GetInt(), 75);
@@ -348,8 +349,9 @@ TEST_F(ReportVideoTest, IsLeftOutOfARecordingThatIsRewrittenMeanwhile) {
     kmr_test::on_terminal run(place_, {"report", "--video=200", "a.kmr", "-o", "p.html"});
     wait_for_room(run.child());
     kmr_test::make_old(place_.folder().file("a.kmr"));
-    EXPECT_THAT(run.read_until(),
-                HasSubstr("kmr: p.html: without video: the recording was changed while it was read\r\n"));
+    EXPECT_THAT(
+        run.read_until(),
+        HasSubstr("kmr: a.kmr: no video in the page: the recording was changed while it was read\r\n"));
     EXPECT_EQ(run.wait_status(), 1);
     EXPECT_THAT(text("p.html"), Not(HasSubstr("id=\"video-facts\"")));
     EXPECT_THAT(names(), ElementsAre("a.kmr", "p.html"));

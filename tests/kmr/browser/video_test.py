@@ -115,7 +115,7 @@ class VideoPageTest(PageTest):
         self.compose_card("hit.kmr", "--zero", "frame20:32", "--lose", "40:3", "--clock-jump", "60:-400")
         self.open_with_video("hit.kmr", 1)
         told = ("eft out 11 of 71 frames: 4 behind damage up to the next I-frame, 7 behind missing ones up to the next I-frame; ")
-        self.assertIn("kmr: page.html: the video: l" + told, self.words)
+        self.assertIn("kmr: hit.kmr: the video in the page: l" + told, self.words)
         self.assertTrue(self.text("#video-left-out").startswith("L" + told))
         for frame, ms in ((1, 0), (20, 760), (26, 1000), (40, 1560), (51, 2000), (60, 2360), (61, 2361), (75, 2921)):
             self.go_to(frame)
@@ -166,4 +166,4 @@ class VideoPageTest(PageTest):
                           coding=("-c:v", "libx264", "-preset", "ultrafast", "-crf", "10", *H264[2:]), size="640x480")
         self.open(self.page_of("card.kmr", 1, options=["--video=4"]))
         self.assertFalse(self.find("#video-part").is_displayed())
-        self.assertRegex(self.words, r"^kmr: page.html: without video: it takes \d+ MiB, more than 4 \(--video=\d+ lets it in\)\n$")
+        self.assertRegex(self.words, r"^kmr: card.kmr: no video in the page: it takes \d+ MiB, more than 4 \(--video=\d+ lets it in\)\n$")
