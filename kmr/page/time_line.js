@@ -52,10 +52,14 @@ function make_time_line(frames, events, choose) {
         return bars(frames, from, to, width, step);
     }
 
-    function show(from, to) {
+    function bounded(from, to) {
         const span = Math.min(Math.max(to - from, least_span), whole[1] - whole[0]);
         from = Math.min(Math.max(from, whole[0]), whole[1] - span);
-        shown = [from, from + span];
+        return [from, from + span];
+    }
+
+    function show(from, to) {
+        shown = bounded(from, to);
         graph.updateOptions({file: rows(), dateWindow: shown});
         tell();
     }
@@ -91,7 +95,7 @@ function make_time_line(frames, events, choose) {
         graph = of;
         const range = of.xAxisRange();
         if (range[0] !== shown[0] || range[1] !== shown[1]) { // by the mouse
-            shown = range;
+            shown = bounded(...range);
             tell();
             requestAnimationFrame(renew);
         }
@@ -99,12 +103,13 @@ function make_time_line(frames, events, choose) {
         place_cursor();
     }
 
-    // Other bars where others are wanted now.
+    // Other bars where others are wanted now, and nothing beyond the recording.
     function renew() {
         const before = drawn_bars;
         const file = rows();
-        if (before !== drawn_bars)
-            graph.updateOptions({file});
+        const range = graph.xAxisRange();
+        if (before !== drawn_bars || range[0] !== shown[0] || range[1] !== shown[1])
+            graph.updateOptions({file, dateWindow: shown});
     }
 
     function choose_time(ms) {
@@ -114,7 +119,9 @@ function make_time_line(frames, events, choose) {
     function draw() {
         // The library's legend sets styles in markup, which the page does not allow; the page has one of its own.
         Dygraph.PLUGINS = Dygraph.PLUGINS.filter(each => each !== Dygraph.Plugins.Legend);
-        const model = Object.assign({}, Dygraph.defaultInteractionModel, {dblclick: () => show(...whole)});
+        // Its own handling of fingers would keep the page from being scrolled, and taps from being clicks.
+        const {touchstart, touchmove, touchend, ...mouse} = Dygraph.defaultInteractionModel;
+        const model = {...mouse, dblclick: () => show(...whole)};
         graph = new Dygraph(plot, rows(), {
             labels: ['time', 'I', 'P'],
             stackedGraph: true,
@@ -198,6 +205,7 @@ function make_time_line(frames, events, choose) {
             event.preventDefault();
             act();
         });
+        listen_to_fingers(plot, {shown: () => shown, area: view, show});
         lanes.addEventListener('click', event => {
             const meant = event_at(view(), events, event.offsetX, event.offsetY);
             if (meant)
