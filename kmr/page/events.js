@@ -18,6 +18,7 @@ const lane_of_code = {
 // A finding about what lies between two frames covers the time between them.
 const between_frames = new Set(['bytes-torn', 'frames-lost', 'clock-leap', 'paused']);
 
+const file_header_size = 88;
 const frame_header_size = 32;
 
 function time_before(frames, index) {
@@ -37,6 +38,8 @@ function frame_of_finding(frames, finding) {
     return frames.number[index] === finding.frame ? index : frames.number.indexOf(finding.frame);
 }
 
+function finding_words(finding) { return finding.code + ': ' + finding.message; }
+
 function event_of_finding(frames, finding) {
     const lane = lane_of_code[finding.code];
     const index = frame_of_finding(frames, finding);
@@ -44,23 +47,44 @@ function event_of_finding(frames, finding) {
         return null;
     const to = finding.time_ms === null ? frames.last_ms : finding.time_ms;
     const from = between_frames.has(finding.code) ? Math.min(to, time_before(frames, index)) : to;
-    return {lane, from, to, index, severity: finding.severity, words: finding.code + ': ' + finding.message};
+    return {lane, from, to, index, severity: finding.severity, words: finding_words(finding)};
 }
 
-// Gaps and damaged frames whose findings are too many to be listed.
+// Bytes in front of a frame that belong to none. Where a damaged frame ends is not known.
+function torn_bytes_before(frames, index) {
+    if (index > 0 && frames.kind[index - 1] === 2)
+        return 0;
+    const end = index === 0 ? file_header_size : frames.offset[index - 1] + frames.size[index - 1];
+    return Math.max(0, frames.offset[index] - end);
+}
+
+// What the frames tell by themselves.
+function signs_at(frames, index) {
+    const signs = [];
+    const torn = torn_bytes_before(frames, index);
+    if (frames.gap[index] > 0)
+        signs.push({lane: 'gaps', words: counted(frames.gap[index], 'frame number') + ' missing'});
+    if (torn > 0)
+        signs.push(
+            {lane: 'damage', between: true, words: counted(torn, 'byte is', 'bytes are') + ' no frame'});
+    else if (frames.kind[index] === 2)
+        signs.push({lane: 'damage', words: 'damaged frame'});
+    return signs;
+}
+
+// Gaps, torn bytes and damaged frames whose findings are too many to be listed.
 function events_of_frames(frames, told) {
     const found = [];
     for (let index = 0; index < frames.count; ++index) {
-        const lane = frames.gap[index] > 0 ? 'gaps' : frames.kind[index] === 2 ? 'damage' : '';
-        if (!lane || told.has(lane + index))
-            continue;
-        const to = frames.stream_ms[index];
-        const from = lane === 'gaps' ? Math.min(to, time_before(frames, index)) : to;
-        const words =
-            lane === 'gaps' ? counted(frames.gap[index], 'frame number') + ' missing' : 'damaged frame';
-        const of_damage = told.has('damage' + index);
-        found.push(
-            {lane, from, to, index, severity: lane === 'gaps' ? 'warning' : 'error', words, of_damage});
+        const signs = signs_at(frames, index);
+        const is_damage = told.has('damage' + index) || signs.some(each => each.lane === 'damage');
+        for (const {lane, between, words} of signs.filter(each => !told.has(each.lane + index))) {
+            const to = frames.stream_ms[index];
+            const from = lane === 'gaps' || between ? Math.min(to, time_before(frames, index)) : to;
+            const severity = lane === 'gaps' ? 'warning' : 'error';
+            const of_damage = lane === 'gaps' && is_damage;
+            found.push({lane, from, to, index, severity, words, of_damage});
+        }
     }
     return found;
 }

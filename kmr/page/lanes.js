@@ -82,6 +82,34 @@ function draw_events(pen, view, events) {
     }
 }
 
+// As much of it as there is room for.
+function shortened(pen, words, room) {
+    const letters = Array.from(words);
+    const fits = count => pen.measureText(letters.slice(0, count).join('') + '\u2026').width <= room;
+    if (pen.measureText(words).width <= room)
+        return words;
+    const most = bisect(letters.length, count => !fits(count + 1));
+    return most > 0 ? letters.slice(0, most).join('') + '\u2026' : '';
+}
+
+// What tags say stands behind them, up to the next one.
+function draw_tag_words(pen, view, events) {
+    const beside = 5;
+    const least = 24;
+    const end = view.left + view.width;
+    const tags =
+        events.filter(each => each.lane === 'tags' && each.from >= view.from && each.from <= view.to);
+    tags.sort((left, right) => left.from - right.from);
+    pen.fillStyle = color_of('text');
+    pen.textAlign = 'left';
+    tags.forEach((tag, place) => {
+        const x = x_of(view, tag.from) + beside;
+        const room = (place + 1 < tags.length ? x_of(view, tags[place + 1].from) : end) - beside - x;
+        if (room >= least)
+            pen.fillText(shortened(pen, tag.words, room), x, (lane_of(tag) + 0.5) * lane_height);
+    });
+}
+
 function lane_of(event) { return lane_names.findIndex(([name]) => name === event.lane); }
 
 function draw_lanes(canvas, view, frames, events) {
@@ -89,6 +117,7 @@ function draw_lanes(canvas, view, frames, events) {
     draw_lane_names(pen, view);
     draw_i_frames(pen, view, frames);
     draw_events(pen, view, events);
+    draw_tag_words(pen, view, events);
 }
 
 // What somebody means who points there: the nearest event of that strip, a few pixels off at most.

@@ -141,7 +141,8 @@ function fill_facts(page) {
 }
 
 // The time line for those who do not see it.
-function fill_time_line_text(frames, events, show) {
+function fill_time_line_text(frames, events, page) {
+    const {check, show} = page;
     const most = frames.by_time.reduce((found, index) => Math.max(found, frames.gap[index]), 0);
     const gaps = events.filter(each => each.lane === 'gaps').length;
     by_id('time-line-words').textContent =
@@ -153,7 +154,10 @@ function fill_time_line_text(frames, events, show) {
                   (gaps > 0 ? ', the largest of ' + counted(most, 'frame') : '') + '; ' +
                   counted(events.filter(each => each.lane === 'damage').length, 'place of damage',
                           'places of damage') +
-                  '; ' + counted(show.tags.length, 'tag') + '.';
+                  '; ' + counted(show.tags.length, 'tag') + '.' +
+                  (check.findings_left_out > 0
+                       ? ' Of what is not listed, gaps, torn bytes and damaged frames alone are drawn.'
+                       : '');
     if (frames.count === 0)
         return;
     const span = Math.max(1, frames.last_ms - frames.first_ms);

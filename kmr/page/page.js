@@ -11,7 +11,7 @@ fill_summary(page);
 fill_findings(page, frames, choose);
 fill_tags(tags, choose);
 fill_facts(page);
-fill_time_line_text(frames, events, page.show);
+fill_time_line_text(frames, events, page);
 
 const table = make_frame_table(frames, choose);
 const time_line =
@@ -34,9 +34,11 @@ function choose(index, by, what) {
     if (!table.is_listed(index))
         clear_filters();
     show_frame(index, by !== 'table');
+    const event = what ? what.words || finding_words(what) : '';
+    by_id('frame-event').textContent = event;
     if (player)
         player.seek(index);
-    by_id('chosen').textContent = (what ? (what.code || what.words) + ': ' : '') + frame_words(index);
+    by_id('chosen').textContent = (event ? event + ': ' : '') + frame_words(index);
     if (by === 'finding' || by === 'tag' || by === 'go to') {
         by_id('frames-table').focus({preventScroll: true});
         by_id('frames-part').scrollIntoView({block: 'nearest'});
@@ -47,6 +49,7 @@ function choose(index, by, what) {
 function show_frame(index, in_the_middle, quietly) {
     table.set_current(index, in_the_middle);
     by_id('frame-title').textContent = frame_words(index);
+    by_id('frame-event').textContent = '';
     const list = by_id('frame-user-data');
     list.replaceChildren();
     fill_list(list, (frames.user_data.get(index) || []).map(each => [each.kind, each.value]));
