@@ -1,5 +1,5 @@
 // kmr report where the system refuses a call: of the page there is all or nothing, and what was there is as it was.
-#include "tests/kmr/changed_file.hpp"
+#include "tests/kmr/making_test.hpp"
 
 #include <cerrno>
 #include <gmock/gmock.h>
@@ -7,31 +7,28 @@
 
 namespace {
 
-using kmr_test::names_in;
 using testing::ElementsAre;
 namespace fs = std::filesystem;
 
-class ReportFailuresTest : public testing::Test {
+class ReportFailuresTest : public kmr_test::making_test {
 protected:
-    std::vector<std::string> names() const { return names_in(place_.folder().path()); }
-    std::string page() const { return scratch::read_text(place_.folder().path() / "p.html"); }
+    ReportFailuresTest() : making_test("report") {}
 
-    kmr_test::workplace place_ = {};
+    std::string page() const { return text("p.html"); }
 };
 
 // Made, written in pieces, brought to the disk and renamed; behind that the folder is.
 TEST_F(ReportFailuresTest, EveryCallFails) {
     place_.compose("a.kmr", {"--frames", "1000"});
-    ASSERT_EQ(place_.kmr({"report", "a.kmr", "-o", "p.html"}).status, 0);
+    ASSERT_EQ(command({"a.kmr", "-o", "p.html"}).status, 0);
     const std::string whole = page();
     for (int nth = 1;; ++nth) {
         SCOPED_TRACE(nth);
         place_.folder().write_text("p.html", "mine");
-        const auto run =
-            place_.kmr({"report", "a.kmr", "-o", "p.html", "--force"},
-                       {.environment = {"LD_PRELOAD=" KMR_FAULTY_CALLS,
-                                        "CALL=" + std::to_string(nth) + ":" + std::to_string(EIO),
-                                        "ASAN_OPTIONS=verify_asan_link_order=0"}});
+        const auto run = command({"a.kmr", "-o", "p.html", "--force"},
+                                 {.environment = {"LD_PRELOAD=" KMR_FAULTY_CALLS,
+                                                  "CALL=" + std::to_string(nth) + ":" + std::to_string(EIO),
+                                                  "ASAN_OPTIONS=verify_asan_link_order=0"}});
         if (!fs::remove(place_.folder().path() / "happened")) {
             EXPECT_GT(nth, 5);
             EXPECT_EQ(run.status, 0);

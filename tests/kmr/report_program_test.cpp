@@ -1,5 +1,5 @@
 // kmr report as a program: what a page holds, what it is called, and what becomes of it when something goes wrong.
-#include "tests/kmr/changed_file.hpp"
+#include "tests/kmr/making_test.hpp"
 #include "tests/kmr/on_terminal.hpp"
 
 #include <cstring>
@@ -13,11 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using kmr_test::is_old;
-using kmr_test::make_old;
-using kmr_test::names_in;
 using kmr_test::words;
-using kmr_test::workplace;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -30,23 +26,13 @@ size_t count_of(const std::string& what, const std::string& in) {
     return count;
 }
 
-class ReportTest : public testing::Test {
+class ReportTest : public kmr_test::making_test {
 protected:
-    ReportTest() { place_.compose("a.kmr", {"--tag", "1=six"}); }
-
-    run::result report(const words& more) const {
-        words arguments = {"report"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return place_.kmr(arguments);
-    }
-    std::string text(const std::string& name) const {
-        return scratch::read_text(place_.folder().path() / name);
-    }
-    std::vector<std::string> names() const { return names_in(place_.folder().path()); }
+    ReportTest() : making_test("report") { place_.compose("a.kmr", {"--tag", "1=six"}); }
 
     // The page of a recording.
     std::string page_of(const std::string& name, int status = 0) const {
-        const auto run = report({name, "-o", "page.html", "--force"});
+        const auto run = command({name, "-o", "page.html", "--force"});
         EXPECT_EQ(run.status, status);
         EXPECT_EQ(run.err, "");
         EXPECT_EQ(run.out, "");
@@ -65,19 +51,6 @@ protected:
         EXPECT_FALSE(of.HasParseError());
         return of;
     }
-
-    void expect_refused(const words& arguments, const std::string& message) const {
-        const auto before = names();
-        const std::string recording = text("a.kmr");
-        const auto run = report(arguments);
-        EXPECT_EQ(run.status, 2) << testing::PrintToString(arguments);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, "kmr: " + message + "\n");
-        EXPECT_EQ(names(), before);
-        EXPECT_EQ(text("a.kmr"), recording);
-    }
-
-    const workplace place_;
 };
 
 TEST_F(ReportTest, HoldsWhatCheckAndShowSay) {
@@ -170,38 +143,16 @@ TEST_F(ReportTest, RefusesWhatCannotBeReadAndWrongUsage) {
 }
 
 TEST_F(ReportTest, NeverWritesOntoTheRecordingNorThroughLinks) {
-    const fs::path folder = place_.folder().path();
-    const std::string recording = folder / "a.kmr";
-    make_old(recording);
-    fs::create_hard_link(recording, folder / "hard.html");
-    fs::create_symlink("a.kmr", folder / "soft.html");
-    fs::create_symlink("nowhere", folder / "dangling.html");
-    for (const words& force : {words{}, words{"--force"}}) {
-        const auto onto = [&](const std::string& from, const std::string& to, const std::string& why) {
-            words arguments = {from, "-o", to};
-            arguments.insert(arguments.end(), force.begin(), force.end());
-            const auto run = report(arguments);
-            EXPECT_EQ(run.status, 2);
-            EXPECT_EQ(run.err, "kmr: " + to + ": " + why + "\n");
-        };
-        onto("a.kmr", "a.kmr", "is the recording itself");
-        onto("a.kmr", "hard.html", "is the recording itself");
-        onto("soft.html", "a.kmr", "is the recording itself");
-        onto("a.kmr", "soft.html", "a symbolic link: nothing is written through it");
-        onto("a.kmr", "dangling.html", "a symbolic link: nothing is written through it");
-        onto("a.kmr", "/dev/null", "not a regular file");
-        onto("a.kmr", "no/p.html", "No such file or directory");
-    }
-    EXPECT_TRUE(is_old(recording));
-    EXPECT_THAT(names(), ElementsAre("a.kmr", "dangling.html", "hard.html", "soft.html"));
-    EXPECT_EQ(report({"soft.html", "-o", "p.html"}).status, 0); // reading follows links
+    expect_no_way_onto_the_recording(".html");
+    expect_refused({"a.kmr", "-o", "a.kmr"}, "a.kmr: is the recording itself");
+    expect_refused({"a.kmr", "-o", "/dev/null", "--force"}, "/dev/null: not a regular file");
 }
 
 TEST_F(ReportTest, ReplacesWhatIsThereOnlyWhenItIsTold) {
     place_.folder().write_text("p.html", "mine");
     expect_refused({"a.kmr", "-o", "p.html"}, "p.html: is there already (--force replaces it)");
     EXPECT_EQ(text("p.html"), "mine");
-    EXPECT_EQ(report({"a.kmr", "-o", "p.html", "--force"}).status, 0);
+    EXPECT_EQ(command({"a.kmr", "-o", "p.html", "--force"}).status, 0);
     EXPECT_THAT(text("p.html"), StartsWith("<!DOCTYPE html>"));
     EXPECT_THAT(names(), ElementsAre("a.kmr", "p.html"));
 }

@@ -1,5 +1,5 @@
 // kmr report --video: the video of a page, which frames are in it and when, and what becomes of the page without one.
-#include "tests/kmr/changed_file.hpp"
+#include "tests/kmr/making_test.hpp"
 #include "tests/kmr/on_terminal.hpp"
 
 #include <chrono>
@@ -12,7 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using kmr_test::names_in;
 using kmr_test::words;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -22,8 +21,10 @@ using testing::Not;
 const std::string facts_begin = "<script type=\"application/json\" id=\"video-facts\">";
 
 // Demo clips have 75 frames 40 ms apart; decoding can begin with 1, 26 and 51.
-class ReportVideoTest : public testing::Test {
+class ReportVideoTest : public kmr_test::making_test {
 protected:
+    ReportVideoTest() : making_test("report") {}
+
     static std::string clip(const std::string& name) { return KMR_SOURCES "/tools/clips/" + name; }
 
     void compose_from(const std::string& name, const std::string& stream, const words& more = {}) const {
@@ -46,18 +47,8 @@ protected:
         fs::remove(place_.folder().path() / "long.h264");
     }
 
-    run::result report(const words& more, const words& environment = {}) const {
-        words arguments = {"report"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return place_.kmr(arguments, {.environment = environment});
-    }
-    std::string text(const std::string& name) const {
-        return scratch::read_text(place_.folder().path() / name);
-    }
-    std::vector<std::string> names() const { return names_in(place_.folder().path()); }
-
     void expect_none(const words& arguments, const std::string& why, const words& environment = {}) const {
-        const auto run = report(arguments, environment);
+        const auto run = command(arguments, {.environment = environment});
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(run.err, "kmr: " + arguments[1] + ": no video in the page: " + why + "\n");
@@ -148,24 +139,22 @@ protected:
         }
         FAIL() << "no video is made";
     }
-
-    kmr_test::workplace place_ = {};
 };
 
 TEST_F(ReportVideoTest, RefusesSizesThatAreNone) {
     place_.compose("a.kmr");
     for (const std::string size : {"0", "4097", "64MiB", "-1", "1.5", "0x40", "99999"}) {
-        const auto run = report({"--video=" + size, "a.kmr", "-o", "p.html"});
+        const auto run = command({"--video=" + size, "a.kmr", "-o", "p.html"});
         EXPECT_EQ(run.status, 2) << size;
         EXPECT_THAT(run.err,
                     testing::StartsWith("kmr: --video: " + size + " is no number of MiB from 1 to 4096\n"));
     }
-    EXPECT_EQ(report({"--video=", "a.kmr", "-o", "p.html"}).status, 2);
+    EXPECT_EQ(command({"--video=", "a.kmr", "-o", "p.html"}).status, 2);
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 }
 
 TEST_F(ReportVideoTest, IsOfferedByTheHelp) {
-    const auto run = report({"--help"});
+    const auto run = command({"--help"});
     EXPECT_THAT(run.out, HasSubstr("\n  --video[=MIB] "));
     EXPECT_THAT(run.out, HasSubstr("  kmr report --video recording.kmr -o recording.html "));
 }
@@ -193,7 +182,7 @@ TEST_F(ReportVideoTest, IsLeftOutWithoutTheLibrary) {
 TEST_F(ReportVideoTest, IsWhatExtractMakes) {
     for (const std::string coding : {"h264", "h265"}) {
         compose_from("a.kmr", clip("demo." + coding), {"--user-data", "all", "--segment", "osd=CAMERA"});
-        const auto run = report({"--video", "a.kmr", "-o", "p.html", "--force"});
+        const auto run = command({"--video", "a.kmr", "-o", "p.html", "--force"});
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.out + run.err, "");
         EXPECT_EQ(place_.kmr({"extract", "a.kmr", "-o", "a.mp4", "--force"}).status, 0);
@@ -208,8 +197,8 @@ TEST_F(ReportVideoTest, IsWhatExtractMakes) {
 // The page without its video is the page that is made without one.
 TEST_F(ReportVideoTest, ChangesNothingElse) {
     compose_clip("a.kmr");
-    EXPECT_EQ(report({"a.kmr", "-o", "without.html"}).status, 0);
-    EXPECT_EQ(report({"a.kmr", "--video=64", "-o", "p.html"}).status, 0);
+    EXPECT_EQ(command({"a.kmr", "-o", "without.html"}).status, 0);
+    EXPECT_EQ(command({"a.kmr", "--video=64", "-o", "p.html"}).status, 0);
     std::string page = text("p.html");
     const size_t begin = page.find(facts_begin);
     page.erase(begin, page.find("</script>\n", page.find("id=\"video-bytes-0\"")) + 10 - begin);
@@ -220,7 +209,7 @@ TEST_F(ReportVideoTest, ChangesNothingElse) {
 // the video goes on by a millisecond, and from there as the clock does.
 TEST_F(ReportVideoTest, TellsWhichFramesItShowsAndWhen) {
     compose_clip("a.kmr", {"--zero", "frame20:32", "--lose", "40:3", "--clock-jump", "60:-400"});
-    const auto run = report({"--video", "a.kmr", "-o", "p.html"});
+    const auto run = command({"--video", "a.kmr", "-o", "p.html"});
     EXPECT_EQ(run.status, 1);
     const std::string left_out = "left out 11 of 71 frames: 4 behind damage up to the next I-frame, 7 behind "
                                  "missing ones up to the next I-frame; 352 bytes that are no frame";
@@ -254,7 +243,7 @@ TEST_F(ReportVideoTest, TellsWhichFramesItShowsAndWhen) {
 // The last frame, which no other hangs on.
 TEST_F(ReportVideoTest, TellsOfBytesThatAreNoFrame) {
     compose_clip("a.kmr", {"--zero", "frame74:32"});
-    const auto run = report({"--video", "a.kmr", "-o", "p.html"});
+    const auto run = command({"--video", "a.kmr", "-o", "p.html"});
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err,
                 MatchesRegex("kmr: a.kmr: the video in the page: left out [0-9]+ bytes that are no frame\n"));
@@ -264,7 +253,7 @@ TEST_F(ReportVideoTest, TellsOfBytesThatAreNoFrame) {
 // Inserted frames are no loss.
 TEST_F(ReportVideoTest, GoesOnBehindInsertedFrames) {
     compose_clip("a.kmr", {"--insert-after", "30"});
-    const auto run = report({"--video", "a.kmr", "-o", "p.html"});
+    const auto run = command({"--video", "a.kmr", "-o", "p.html"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "kmr: a.kmr: the video in the page: left out 1 of 76 frames: 1 inserted\n");
     const auto told = facts();
@@ -276,14 +265,14 @@ TEST_F(ReportVideoTest, GoesOnBehindInsertedFrames) {
 TEST_F(ReportVideoTest, IsLeftOutWhereItTakesTooMuch) {
     compose_long("a.kmr", 50); // 1.6 MB
     expect_none({"--video=1", "a.kmr", "-o", "p.html"}, "it takes 2 MiB, more than 1 (--video=2 lets it in)");
-    EXPECT_EQ(report({"--video=2", "a.kmr", "-o", "p.html"}).status, 0);
+    EXPECT_EQ(command({"--video=2", "a.kmr", "-o", "p.html"}).status, 0);
     EXPECT_EQ(facts()["frames"].GetInt(), 50 * 75);
     EXPECT_THAT(names(), ElementsAre("a.kmr", "p.html"));
 }
 
 TEST_F(ReportVideoTest, StandsInSeveralPiecesWhereItIsLong) {
     compose_long("a.kmr", 400); // 12.8 MB, and a piece takes 12 MiB
-    EXPECT_EQ(report({"--video", "a.kmr", "-o", "p.html"}).status, 0);
+    EXPECT_EQ(command({"--video", "a.kmr", "-o", "p.html"}).status, 0);
     EXPECT_EQ(facts()["blocks"].GetInt(), 2);
     EXPECT_EQ(place_.kmr({"extract", "a.kmr", "-o", "a.mp4"}).status, 0);
     EXPECT_TRUE(video() == text("a.mp4"));
@@ -306,14 +295,14 @@ TEST_F(ReportVideoTest, IsLeftOutWhereThereIsNone) {
 TEST_F(ReportVideoTest, TakesRoomUnderANameThatIsFree) {
     compose_clip("a.kmr");
     place_.folder().write_text("p.html.kmr-mp4", "mine");
-    EXPECT_EQ(report({"--video", "a.kmr", "-o", "p.html"}).status, 0);
+    EXPECT_EQ(command({"--video", "a.kmr", "-o", "p.html"}).status, 0);
     EXPECT_EQ(facts()["frames"].GetInt(), 75);
     EXPECT_EQ(text("p.html.kmr-mp4"), "mine");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "p.html", "p.html.kmr-mp4"));
     // Another name would be longer than names may be.
     const std::string longest = std::string(255 - 8 - 5, 'p') + ".html";
     place_.folder().write_text(longest + ".kmr-mp4", "mine");
-    const auto run = report({"--video", "a.kmr", "-o", longest});
+    const auto run = command({"--video", "a.kmr", "-o", longest});
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.err, "kmr: " + longest + ": File name too long\n");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "p.html", "p.html.kmr-mp4", longest + ".kmr-mp4"));

@@ -1,5 +1,5 @@
 // kmr plot as a program.
-#include "tests/kmr/changed_file.hpp"
+#include "tests/kmr/making_test.hpp"
 #include "tests/kmr/on_terminal.hpp"
 #include "tests/kmr/plot/xml_check.hpp"
 
@@ -11,46 +11,27 @@ namespace {
 
 using kmr_test::look_at_xml;
 using kmr_test::make_old;
-using kmr_test::names_in;
 using kmr_test::words;
-using kmr_test::workplace;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class PlotTest : public testing::Test {
+class PlotTest : public kmr_test::making_test {
 protected:
-    PlotTest() { place_.compose("a.kmr", {"--tag", "1=Door"}); }
-
-    run::result plot(const words& more) const {
-        words arguments = {"plot"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return place_.kmr(arguments);
-    }
-    std::string text_of(const std::string& name) const {
-        return scratch::read_text(place_.folder().path() / name);
-    }
-    std::vector<std::string> names() const { return names_in(place_.folder().path()); }
-    void expect_refused(const run::result& run, const std::string& why) const {
-        EXPECT_EQ(run.status, 2);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, "kmr: " + why + "\n");
-    }
-
-    workplace place_;
+    PlotTest() : making_test("plot") { place_.compose("a.kmr", {"--tag", "1=Door"}); }
 };
 
 TEST_F(PlotTest, WritesAPicture) {
-    const auto run = plot({"a.kmr", "-o", "a.svg"});
+    const auto run = command({"a.kmr", "-o", "a.svg"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out + run.err, "");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.svg"));
-    const std::string svg = text_of("a.svg");
+    const std::string svg = text("a.svg");
     EXPECT_EQ(look_at_xml(svg).problem, "");
     EXPECT_THAT(svg, HasSubstr(">Door</text>"));
     EXPECT_THAT(svg, HasSubstr("03:04:05.000+00:00"));
-    EXPECT_EQ(plot({"a.kmr", "-o", "-"}).out, svg);
-    EXPECT_EQ(plot({"a.kmr", "--output", "B.SVG"}).status, 0);
-    EXPECT_EQ(text_of("B.SVG"), svg);
+    EXPECT_EQ(command({"a.kmr", "-o", "-"}).out, svg);
+    EXPECT_EQ(command({"a.kmr", "--output", "B.SVG"}).status, 0);
+    EXPECT_EQ(text("B.SVG"), svg);
 }
 
 TEST_F(PlotTest, TellsTimesInTheZoneThatIsAskedFor) {
@@ -68,7 +49,7 @@ TEST_F(PlotTest, HasTheStatusOfWhatWasFound) {
     place_.compose("unfinished.kmr", {"--no-index"});
     place_.folder().write_text("notes.txt", "no recording");
     for (const std::string name : {"damaged.kmr", "unfinished.kmr", "notes.txt"}) {
-        const auto run = plot({name, "-o", "-"});
+        const auto run = command({name, "-o", "-"});
         EXPECT_EQ(run.status, 1) << name;
         EXPECT_EQ(run.err, "") << name;
         EXPECT_EQ(look_at_xml(run.out).problem, "") << name;
@@ -76,61 +57,49 @@ TEST_F(PlotTest, HasTheStatusOfWhatWasFound) {
 }
 
 TEST_F(PlotTest, WritesNothingOfWhatCannotBeRead) {
-    expect_refused(plot({"missing.kmr", "-o", "a.svg"}), "missing.kmr: No such file or directory");
-    expect_refused(plot({".", "-o", "a.svg"}), ".: not a regular file");
+    expect_refused({"missing.kmr", "-o", "a.svg"}, "missing.kmr: No such file or directory");
+    expect_refused({".", "-o", "a.svg"}, ".: not a regular file");
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 }
 
 TEST_F(PlotTest, KnowsSvgAndPng) {
     for (const std::string name : {"a.jpg", "a", "svg", "a.svg.gz", ".svg"})
-        expect_refused(plot({"a.kmr", "-o", name}), name + ": a picture is a file that ends in .svg or .png");
+        expect_refused({"a.kmr", "-o", name}, name + ": a picture is a file that ends in .svg or .png");
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 }
 
 TEST_F(PlotTest, WantsASizeWithinItsLimits) {
     for (const words& size :
          {words{"--width", "639"}, {"--width", "4097"}, {"--height", "429"}, {"--height", "x"}}) {
-        const auto run = plot({"a.kmr", "-o", "a.svg", size[0], size[1]});
+        const auto run = command({"a.kmr", "-o", "a.svg", size[0], size[1]});
         EXPECT_EQ(run.status, 2) << size[1];
         EXPECT_THAT(run.err, HasSubstr(size[0])) << size[1];
     }
-    EXPECT_EQ(plot({"a.kmr"}).status, 2);
-    EXPECT_EQ(plot({"a.kmr", "-o", ""}).status, 2);
+    EXPECT_EQ(command({"a.kmr"}).status, 2);
+    EXPECT_EQ(command({"a.kmr", "-o", ""}).status, 2);
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
-    EXPECT_THAT(plot({"a.kmr", "-o", "-", "--width", "4096", "--height", "430"}).out,
+    EXPECT_THAT(command({"a.kmr", "-o", "-", "--width", "4096", "--height", "430"}).out,
                 HasSubstr("width=\"4096\" height=\"430\""));
 }
 
 TEST_F(PlotTest, ReplacesWhatIsThereOnlyWhenItIsTold) {
     place_.folder().write_text("a.svg", "mine");
-    expect_refused(plot({"a.kmr", "-o", "a.svg"}), "a.svg: is there already (--force replaces it)");
-    EXPECT_EQ(text_of("a.svg"), "mine");
-    EXPECT_EQ(plot({"a.kmr", "-o", "a.svg", "--force"}).status, 0);
-    EXPECT_EQ(look_at_xml(text_of("a.svg")).problem, "");
+    expect_refused({"a.kmr", "-o", "a.svg"}, "a.svg: is there already (--force replaces it)");
+    EXPECT_EQ(text("a.svg"), "mine");
+    EXPECT_EQ(command({"a.kmr", "-o", "a.svg", "--force"}).status, 0);
+    EXPECT_EQ(look_at_xml(text("a.svg")).problem, "");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.svg"));
 }
 
 TEST_F(PlotTest, NeverWritesOntoTheRecordingOrThroughALink) {
-    namespace fs = std::filesystem;
-    const fs::path folder = place_.folder().path();
-    const auto before = scratch::read_file(folder / "a.kmr");
-    fs::create_hard_link(folder / "a.kmr", folder / "hard.svg");
-    fs::create_symlink("a.kmr", folder / "soft.svg");
-    fs::create_directory(folder / "folder.svg");
-    expect_refused(plot({"a.kmr", "-o", "hard.svg", "--force"}), "hard.svg: is the recording itself");
-    expect_refused(plot({"soft.svg", "-o", "hard.svg", "--force"}), "hard.svg: is the recording itself");
-    expect_refused(plot({"a.kmr", "-o", "soft.svg", "--force"}),
-                   "soft.svg: a symbolic link: nothing is written through it");
-    expect_refused(plot({"a.kmr", "-o", "folder.svg", "--force"}), "folder.svg: not a regular file");
-    expect_refused(plot({"a.kmr", "-o", "nowhere/a.svg"}), "nowhere/a.svg: No such file or directory");
-    EXPECT_EQ(scratch::read_file(folder / "a.kmr"), before);
+    expect_no_way_onto_the_recording(".svg");
 }
 
 TEST_F(PlotTest, ChangesNothingOfTheRecording) {
     const std::string file = place_.folder().file("a.kmr");
     make_old(file);
     const auto before = kmr_test::read_quietly(file);
-    ASSERT_EQ(plot({"a.kmr", "-o", "a.svg"}).status, 0);
+    ASSERT_EQ(command({"a.kmr", "-o", "a.svg"}).status, 0);
     EXPECT_EQ(kmr_test::read_quietly(file), before);
     EXPECT_TRUE(std::filesystem::exists(file));
 }
@@ -145,7 +114,7 @@ TEST_F(PlotTest, LeavesNothingBehindWhereThereIsNoRoom) {
 
 TEST_F(PlotTest, LetsNoTextFromOutsideBecomeMarkup) {
     place_.compose("<svg>&.kmr", {"--tag", "0=</text><script>alert(1)</script>", "--tag", "1=\x1B]0;x\x07"});
-    const auto run = plot({"<svg>&.kmr", "-o", "-"});
+    const auto run = command({"<svg>&.kmr", "-o", "-"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(look_at_xml(run.out).problem, "");
     EXPECT_FALSE(look_at_xml(run.out).elements.contains("script"));
@@ -167,8 +136,9 @@ TEST_F(PlotTest, TakesNoMoreMemoryForALongRecording) {
 
 // What is asked for is a PNG of the size of the picture; or there is none, and it is said why.
 TEST_F(PlotTest, DrawsPixelsWhereItCan) {
-    const auto run = plot({"a.kmr", "-o", "a.png", "--width", "1000", "--height", "500"});
+    const words arguments = {"a.kmr", "-o", "a.png", "--width", "1000", "--height", "500"};
 #if KMR_HAS_PNG
+    const auto run = command(arguments);
     EXPECT_EQ(run.status, 0) << run.err;
     const recording::bytes png = scratch::read_file(place_.folder().path() / "a.png");
     const recording::bytes begin = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13,
@@ -176,9 +146,9 @@ TEST_F(PlotTest, DrawsPixelsWhereItCan) {
     ASSERT_GT(png.size(), begin.size());
     EXPECT_TRUE(std::equal(begin.begin(), begin.end(), png.begin()));
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.png"));
-    expect_refused(plot({"a.kmr", "-o", "a.png"}), "a.png: is there already (--force replaces it)");
+    expect_refused({"a.kmr", "-o", "a.png"}, "a.png: is there already (--force replaces it)");
 #else
-    expect_refused(run, "a.png: built without librsvg, this program makes no .png; .svg needs nothing");
+    expect_refused(arguments, "a.png: built without librsvg, this program makes no .png; .svg needs nothing");
     EXPECT_THAT(names(), ElementsAre("a.kmr"));
 #endif
 }
@@ -189,9 +159,10 @@ TEST_F(PlotTest, WithoutTheLibraryThereAreNoPixels) {
     std::filesystem::create_directory(place_.folder().path() / "lib");
     place_.folder().write_text("lib/librsvg-2.so.2", "no library");
     const words in_front = {"LD_LIBRARY_PATH=" + place_.folder().file("lib")};
-    expect_refused(place_.kmr({"plot", "a.kmr", "-o", "a.png"}, {.environment = in_front}),
-                   "a.png: librsvg is not installed, which makes a .png; .svg needs nothing");
-    EXPECT_EQ(place_.kmr({"plot", "a.kmr", "-o", "a.svg"}, {.environment = in_front}).status, 0);
+    expect_refused({"a.kmr", "-o", "a.png"},
+                   "a.png: librsvg is not installed, which makes a .png; .svg needs nothing",
+                   {.environment = in_front});
+    EXPECT_EQ(command({"a.kmr", "-o", "a.svg"}, {.environment = in_front}).status, 0);
     EXPECT_THAT(names(), ElementsAre("a.kmr", "a.svg", "lib"));
 }
 #endif
@@ -258,7 +229,7 @@ TEST_F(PlotTest, IsWellFormedWhateverHasHappened) {
     for (const words& each : damages) {
         SCOPED_TRACE(testing::PrintToString(each));
         place_.compose("damaged.kmr", each);
-        const auto run = plot({"damaged.kmr", "-o", "-"});
+        const auto run = command({"damaged.kmr", "-o", "-"});
         EXPECT_LE(run.status, 1) << run.err;
         EXPECT_GE(run.status, 0);
         EXPECT_EQ(look_at_xml(run.out).problem, "");
