@@ -5,7 +5,7 @@ set -l any "__fish_seen_subcommand_from $commands"
 
 # The word at the cursor with each suffix at its end, in the place of one that it has begun ("video.m").
 function __kmr_named
-    set -l word (commandline -ct)
+    set -l word (string replace -r -- '^--output=' '' (commandline -ct))
     set -l stem (string replace -rf -- '(?<=[^/])\.[^./]*$' '' $word)
     set -l begun (string replace -rf -- '.*[^/](\.[^./]*)$' '$1' $word)
     set -l fitting

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Each completion offers every command and option that the program's help names, and nothing else. bash is asked
-itself, fish too where it is installed; the files of zsh are read."""
+itself, fish too where it is installed; the files of zsh are read. Lines are typed into each shell that is there."""
 import os
 import pty
 import re
@@ -160,11 +160,33 @@ def check_fish_text(every, make, letters):
     complaints.same("fish: kmr_viewer", "option", letters, {"-" + name for name in re.findall(r" -s (\w)\b", lines)})
 
 
-def typed_at_a_prompt(file, line, wanted):
-    """Whether a line, tabs and all, makes kmr start with these words in a bash that somebody types into."""
+# How a shell is started without any other setting, what it runs before something is typed, and a command of this name
+# that tells its words.
+TELLING = "kmr() { printf 'GOT'; printf '<%s>' \"$@\"; echo; }"
+PROMPTS = {
+    "bash": (("--norc", "--noprofile", "-i"), f"source {path_of('bash', 'kmr')}; {TELLING}"),
+    "zsh": (("-f", "-i"), f"fpath=({path_of('zsh')} $fpath); autoload -U compinit; compinit -u -D; {TELLING}"),
+    "fish": (("--no-config", "-i"), f"source {path_of('fish', 'kmr.fish')}; "
+             "function kmr; printf GOT; printf '<%s>' $argv; echo; end"),
+}
+
+TYPED = (
+    ("kmr che\t--al\t", ["check", "--all-findings"]),
+    ("kmr frames --format=c\t--ty\t I", ["frames", "--format=csv", "--type", "I"]),
+    ("kmr extract x --audio a\t-o v.h\t4\t", ["extract", "x", "--audio", "alaw", "-o", "v.h264"]),
+    ("kmr report x -o pa\t", ["report", "x", "-o", "pa.html"]),
+    ("kmr report x --output=pa\t", ["report", "x", "--output=pa.html"]),
+    ("kmr plot x -o pa\tp\t", ["plot", "x", "-o", "pa.png"]),
+)
+
+
+def typed_at_a_prompt(name, line, wanted, folder):
+    """Whether a line, tabs and all, makes kmr start with these words in a shell that somebody types into."""
+    options, setting = PROMPTS[name]
     shell, terminal = pty.fork()
     if shell == 0:
-        os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], dict(os.environ, TERM="dumb", PS1="READY> "))
+        os.chdir(folder)
+        os.execvpe(name, [name, *options], dict(os.environ, TERM="dumb", PS1="READY> ", HOME=folder, XDG_DATA_HOME=folder))
     seen = b""
 
     def send_and_wait(text, mark):
@@ -178,13 +200,20 @@ def typed_at_a_prompt(file, line, wanted):
                 break
         return mark.encode() in seen
 
-    kmr = "kmr() { printf 'GOT'; printf '<%s>' \"$@\"; echo; }"
-    done = send_and_wait(f"source {file}; {kmr}; echo SET''UP\n", "SETUP")
-    done = done and send_and_wait(line + "\n", "GOT" + "".join(f"<{word}>" for word in wanted))
+    done = send_and_wait(f"{setting}; echo SET''UP\n", "SETUP")
+    done = done and send_and_wait(line + "\n", "GOT" + "".join(f"<{word}>" for word in wanted) + "\r")
     if not done:
-        complaints.say(f"bash: typed {line!r}, seen {seen!r}")
+        complaints.say(f"{name}: typed {line!r}, seen {seen!r}")
     os.close(terminal)
     os.waitpid(shell, 0)
+
+
+def check_typing(folder):
+    for name in sorted(PROMPTS):
+        if shutil.which(name) is None:
+            continue
+        for line, wanted in TYPED:
+            typed_at_a_prompt(name, line, wanted, folder)
 
 
 def check_syntax():
@@ -211,8 +240,5 @@ with tempfile.TemporaryDirectory() as empty:
     for each in shells:
         check_shell(each, every_command, make_options, viewer_options)
         check_suffixes(each)
-typed_at_a_prompt(path_of("bash", "kmr"), "kmr che\t--al\t", ["check", "--all-findings"])
-typed_at_a_prompt(path_of("bash", "kmr"), "kmr frames --format=c\t--ty\t I", ["frames", "--format=csv", "--type", "I"])
-typed_at_a_prompt(path_of("bash", "kmr"), "kmr extract x --au\ta\t -o v.h\t4\t",
-                  ["extract", "x", "--audio", "alaw", "-o", "v.h264"])
+    check_typing(empty)
 complaints.end(f"{len(every_command)} helps of kmr, {len(make_options)} options of kmr_make")
