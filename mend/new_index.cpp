@@ -1,5 +1,6 @@
 #include "mend/new_index.hpp"
 
+#include "scan/entry_times.hpp"
 #include "scan/index_records.hpp"
 
 #include <algorithm>
@@ -212,12 +213,13 @@ void new_index::judge_run(size_t first, size_t end) {
             records_[i].time_known && std::abs(offset_of(records_[i]) - middle) <= tolerance_ms;
 }
 
-void new_index::judge_times() {
+template <typename Take>
+void new_index::for_each_run(Take take) {
     for (size_t first = 0; first < records_.size();) {
         size_t end = first;
         while (end < records_.size() && records_[end].clock_run == records_[first].clock_run)
             ++end;
-        judge_run(first, end);
+        take(first, end);
         first = end;
     }
 }
@@ -232,7 +234,7 @@ void new_index::take_old(scan::byte_source& source, const scan::index_event& blo
     match_by_place(old);
     drop_unnamed();
     match_by_order(old, is_lost);
-    judge_times();
+    for_each_run([&](size_t first, size_t end) { judge_run(first, end); });
     compare(old);
 }
 
@@ -263,9 +265,26 @@ void new_index::fill_times(int64_t fallback_start_ms) {
     }
 }
 
+// With the times that were filled in the median may be another one. What is set to it, from above or from below, stays
+// on its side of it: so it moves no further.
+void new_index::draw_to_median(size_t first, size_t end) {
+    std::vector<int64_t> offsets;
+    for (size_t i = first; i < end && offsets.size() < scan::entry_times::most_kept; ++i)
+        offsets.push_back(offset_of(records_[i]));
+    const int64_t middle = median(offsets);
+    for (size_t i = first; i < end; ++i) {
+        planned_record& record = records_[i];
+        if (scan::entry_times::agree(middle, record.time, record.stream_ms))
+            continue;
+        const int64_t up = offset_of(record) > middle ? 999 : 0;
+        record.time = seconds(middle + record.stream_ms + up);
+    }
+}
+
 void new_index::settle(int64_t fallback_start_ms, scan::picture_size header_size) {
     drop_unnamed();
     fill_times(fallback_start_ms);
+    for_each_run([&](size_t first, size_t end) { draw_to_median(first, end); });
     for (planned_record& record : records_) {
         if (record.width != 0 && record.height != 0)
             continue;

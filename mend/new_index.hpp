@@ -85,9 +85,11 @@ private:
     void lose_tag(uint32_t number, const kmr_index_record& old);
     void drop_unnamed();
     void compare(old_records& old);
-    void judge_times();
+    template <typename Take>
+    void for_each_run(Take take);
     void judge_run(size_t first, size_t end);
     void fill_times(int64_t fallback_start_ms);
+    void draw_to_median(size_t first, size_t end);
     kmr_index_head head() const;
 
     struct judged_match {

@@ -69,7 +69,8 @@ private:
     frame_plan::result found_ = frame_plan::result();
     repair_plan plan_ = {};
     new_index index_ = {};
-    bool last_is_none_ = false; // the last frame is no longer one in what would come out
+    bool last_is_none_ = false;   // the last frame is no longer one in what would come out
+    bool index_is_wrong_ = false; // once the header is valid that it is held against
 };
 
 scan::report planner::look_at(with_other_headers& seen) {
@@ -90,10 +91,12 @@ repair_plan planner::run() {
     plan_.status = assemble();
     for (int i = 1; i < most_looks && (last_is_none_ || !found_.wrong_stamps.empty()); ++i) {
         if (last_is_none_)
-            seen.hide(*found_.last_frame);
+            seen.break_lengths(*found_.last_frame);
         seen.set(found_.wrong_stamps);
         look_again(seen);
     }
+    if (index_is_wrong_)
+        look_again(seen);
     return std::move(plan_);
 }
 
@@ -122,7 +125,7 @@ bool planner::is_lost(uint32_t position) const {
 bool planner::index_changes() const {
     if (source_.size() > four_gib)
         return false;
-    if (has_index_error(before()) || !found_.old_index ||
+    if (index_is_wrong_ || has_index_error(before()) || !found_.old_index ||
         found_.old_index->state != scan::index_state::whole || found_.frames_end != found_.old_index->offset)
         return true;
     return !found_.planned.empty() && !index_.is_the_old_one();
@@ -262,6 +265,7 @@ plan_status planner::prove() {
                             after.frames.inserted == found_.inserted + found_.covers &&
                             after.repair.bytes_lost == 0;
     last_is_none_ = is_torn_at(after, found_.last_frame);
+    index_is_wrong_ = !plan_.index_rewritten && !plan_.beyond_4_gib && has_index_error(after);
     return as_planned ? plan_status::ready : plan_status::no_way;
 }
 

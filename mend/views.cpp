@@ -27,7 +27,9 @@ void with_other_headers::set(const std::vector<right_stamp>& stamps) {
 }
 
 scan::read_result with_other_headers::read_at(uint64_t offset, std::span<uint8_t> into) {
-    constexpr uint8_t no_header[KMR_FRAME_HEADER_SIZE] = {};
+    // A frame that ends within its own header and has more audio than any recording has room for.
+    constexpr uint8_t length[] = {1, 0, 0, 0};
+    constexpr uint8_t audio[] = {0xFF, 0xFF, 0xFF, 0xFF};
     constexpr uint64_t place = offsetof(kmr_frame_header, TimeStamp);
     const scan::read_result read = source_.read_at(offset, into);
     const std::span<uint8_t> bytes = into.first(read.count);
@@ -37,8 +39,10 @@ scan::read_result with_other_headers::read_at(uint64_t offset, std::span<uint8_t
     for (; stamp != stamps_.end() && stamp->offset < offset + read.count; ++stamp)
         lay_over(bytes, offset, stamp->offset + place,
                  {reinterpret_cast<const uint8_t*>(&stamp->stamp), sizeof stamp->stamp});
-    for (const uint64_t each : hidden_)
-        lay_over(bytes, offset, each, no_header);
+    for (const uint64_t each : without_lengths_) {
+        lay_over(bytes, offset, each + offsetof(kmr_frame_header, FrameSize), length);
+        lay_over(bytes, offset, each + offsetof(kmr_frame_header, AFrameNum), audio);
+    }
     return read;
 }
 

@@ -13,11 +13,12 @@
 
 namespace kmr::mend {
 
-// Some frames have no header, some another stamp.
+// The lengths in some headers contradict each other and nothing proves others; some frames have another stamp. Such a header
+// is no longer one of a frame, but the frame in front of it may be believed for it alone.
 class with_other_headers final : public scan::byte_source {
 public:
     explicit with_other_headers(scan::byte_source& source) : source_(source) {}
-    void hide(uint64_t offset) { hidden_.push_back(offset); }
+    void break_lengths(uint64_t offset) { without_lengths_.push_back(offset); }
     void set(const std::vector<right_stamp>& stamps); // those from before stay
     std::span<const right_stamp> stamps() const { return stamps_; }
 
@@ -27,7 +28,7 @@ public:
 
 private:
     scan::byte_source& source_;
-    std::vector<uint64_t> hidden_ = {};
+    std::vector<uint64_t> without_lengths_ = {};
     std::vector<right_stamp> stamps_ = {}; // by offset
 };
 

@@ -13,7 +13,7 @@ using output::append_number;
 using output::json_writer;
 
 constexpr size_t most_regions = 100; // that are listed for the eye
-constexpr size_t name_width = 14;
+constexpr size_t name_width = 13;
 
 std::string counted(uint64_t count, std::string_view one, std::string_view many) {
     std::string text;
@@ -51,6 +51,7 @@ std::vector<std::string> notes_of(const mend::repair_plan& plan) {
 
 void append_name(std::string& to, std::string_view name) {
     output::append_left(to += "  ", name, name_width);
+    to += ' ';
 }
 
 // "cover         719 bytes at 15872"

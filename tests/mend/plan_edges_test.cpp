@@ -11,6 +11,7 @@ namespace {
 using namespace mend_test;
 using kmr::mend::plan_status;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 bytes sound(size_t count = 10) {
     return scan_test::recording_of(scan_test::sound_frames(count));
@@ -181,6 +182,58 @@ TEST(PlanEdgesTest, AsManyLostTagsAreToldAsMayBe) {
     const auto plan = plan_of(scan_test::recording_of(all, index));
     EXPECT_EQ(plan.tags_lost, 70U);
     EXPECT_EQ(plan.lost_tags.size(), 64U);
+}
+
+// --- what is right once something else is ---
+
+// The records' sizes are held against the file header, which is not there to begin with.
+TEST(PlanEdgesTest, SizesAreHeldAgainstTheHeaderThatIsMade) {
+    auto all = scan_test::sound_frames(10);
+    for (auto& each : all)
+        each.video = bytes(each.video.size(), 0xAA); // no parameter sets
+    auto index = scan_test::records_for(all);
+    index[0].width = 640; // the first that is one of the recorder's counts
+    index[0].height = 480;
+    bytes file = scan_test::recording_of(all, index);
+    overwrite(file, 0, 88, 0xEE);
+    const auto plan = plan_of(file);
+    EXPECT_TRUE(plan.index_rewritten);
+    const bytes after = mended(file);
+    for (const size_t size : {2U, 1204U + 12, 1284U + 12}) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(recording::get_u32(after, size), 480U << 16 | 640U);
+    }
+    expect_mended(scan_test::recording_of(all, index), file, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+}
+
+// I-frames every 0.2 s. Four have records, at 0, 2, 2 and 4 s: of 0, 1.8, 1.6 and 3.4 s, less their stream times, none is
+// more than 2 s from the median, 1.8. The other three get the time of the last, 4 s; the median is 2.8 then.
+TEST(PlanEdgesTest, TimesAreHeldAgainstTheMedianOfAll) {
+    const auto all = scan_test::sound_frames(35);
+    auto index = scan_test::records_for(all);
+    index.resize(4);
+    const uint32_t seconds[] = {0, 2, 2, 4};
+    for (size_t i = 0; i < index.size(); ++i)
+        index[i].time = scan_test::start_time + seconds[i];
+    const bytes file = scan_test::recording_of(all, index);
+    const bytes after = mended(file);
+    std::vector<uint32_t> times;
+    for (const index_row& each : index_rows(after))
+        times.push_back(each.time - scan_test::start_time);
+    EXPECT_THAT(times, ElementsAre(2, 2, 2, 4, 4, 4, 4)); // the first: 2.8, cut
+    EXPECT_THAT(scan_test::found(after), IsEmpty());
+    EXPECT_EQ(plan_of(after).status, plan_status::nothing_to_do);
+}
+
+// Frame 2 is believed for the header behind it, that of frame 3, which reaches into the index.
+TEST(PlanEdgesTest, AFrameInFrontOfOneThatReachesTooFarIsKept) {
+    bytes file = scan_test::recording_of(scan_test::sound_frames(10));
+    const bytes original = file;
+    overwrite(file, 88, 152);
+    recording::put_u32(file, 336 + 4, 1180 - 336);
+    recording::put_u32(file, 336 + 20, 1180 - 336 - 32);
+    EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @88 +152", "cover @336 +96"));
+    expect_mended(original, file, {2, 4, 5, 6, 7, 8, 9, 10});
 }
 
 } // namespace

@@ -103,6 +103,13 @@ TEST_F(OddRecordingsTest, AFrameThatIsSetRightIsNamed) {
     EXPECT_THAT(kmr({"repair", "-n", "a.kmr"}).out, HasSubstr("  set-stamp     4 bytes at 544, frame 5\n"));
 }
 
+TEST_F(OddRecordingsTest, TheLongestActionStandsApartFromWhatFollows) {
+    bytes file = recording_of(sound_frames(10));
+    std::fill_n(file.begin(), 88, uint8_t{0xEE});
+    set(file);
+    EXPECT_THAT(kmr({"repair", "-n", "a.kmr"}).out, HasSubstr("  rebuild-header 88 bytes at 0\n"));
+}
+
 // Frame 4 lacks ten bytes of 1 MiB, and twenty torn ones follow.
 TEST_F(OddRecordingsTest, AFrameThatIsTooLongToTakeBytesInIsCovered) {
     constexpr size_t most = 1048576;
