@@ -23,9 +23,11 @@ int64_t median(std::vector<int64_t>& of) {
     return *middle;
 }
 
-uint32_t seconds(int64_t ms) {
-    const int64_t whole = ms >= 0 ? ms / 1000 : (ms - 999) / 1000;
-    return static_cast<uint32_t>(std::clamp<int64_t>(whole, 0, UINT32_MAX));
+// Cut to seconds; false where a record cannot hold it.
+bool set_time(planned_record& record, int64_t ms) {
+    const int64_t seconds = ms >= 0 ? ms / 1000 : (ms - 999) / 1000;
+    record.time = static_cast<uint32_t>(seconds);
+    return seconds >= 0 && seconds <= UINT32_MAX;
 }
 
 uint64_t records_of(const scan::index_event& block) {
@@ -238,7 +240,8 @@ void new_index::take_old(scan::byte_source& source, const scan::index_event& blo
     compare(old);
 }
 
-void new_index::fill_times(int64_t fallback_start_ms) {
+bool new_index::fill_times(int64_t fallback_start_ms) {
+    bool all_fit = true;
     constexpr size_t none = SIZE_MAX;
     std::vector<uint32_t> next(records_.size(), UINT32_MAX); // the next known one
     for (size_t i = records_.size(); i-- > 0;)
@@ -261,30 +264,56 @@ void new_index::fill_times(int64_t fallback_start_ms) {
             near = behind;
         guessed_ = guessed_ || near == none;
         const int64_t start = near == none ? fallback_start_ms : offset_of(records_[near]);
-        record.time = seconds(start + record.stream_ms);
+        all_fit = set_time(record, start + record.stream_ms) && all_fit;
     }
+    return all_fit;
 }
 
 // With the times that were filled in the median may be another one. What is set to it, from above or from below, stays
 // on its side of it: so it moves no further.
-void new_index::draw_to_median(size_t first, size_t end) {
+bool new_index::draw_to_median(size_t first, size_t end) {
     std::vector<int64_t> offsets;
     for (size_t i = first; i < end && offsets.size() < scan::entry_times::most_kept; ++i)
         offsets.push_back(offset_of(records_[i]));
     const int64_t middle = median(offsets);
+    bool all_fit = true;
     for (size_t i = first; i < end; ++i) {
         planned_record& record = records_[i];
         if (scan::entry_times::agree(middle, record.time, record.stream_ms))
             continue;
         const int64_t up = offset_of(record) > middle ? 999 : 0;
-        record.time = seconds(middle + record.stream_ms + up);
+        all_fit = set_time(record, middle + record.stream_ms + up) && all_fit;
     }
+    return all_fit;
+}
+
+bool new_index::settle_times(int64_t fallback_start_ms) {
+    bool all_fit = fill_times(fallback_start_ms);
+    for_each_run([&](size_t first, size_t end) { all_fit = draw_to_median(first, end) && all_fit; });
+    return all_fit;
+}
+
+// Times of an index that would have to pass what a record can hold were none.
+void new_index::forget_times() {
+    for (planned_record& record : records_)
+        record.time_known = false;
+}
+
+int64_t new_index::first_stream_ms() const {
+    const auto first =
+        std::min_element(records_.begin(), records_.end(), [](const auto& left, const auto& right) {
+            return left.stream_ms < right.stream_ms;
+        });
+    return first->stream_ms;
 }
 
 void new_index::settle(int64_t fallback_start_ms, scan::picture_size header_size) {
     drop_unnamed();
-    fill_times(fallback_start_ms);
-    for_each_run([&](size_t first, size_t end) { draw_to_median(first, end); });
+    if (!settle_times(fallback_start_ms)) {
+        forget_times();
+        if (!settle_times(fallback_start_ms))
+            settle_times(-first_stream_ms());
+    }
     for (planned_record& record : records_) {
         if (record.width != 0 && record.height != 0)
             continue;

@@ -88,8 +88,12 @@ private:
     template <typename Take>
     void for_each_run(Take take);
     void judge_run(size_t first, size_t end);
-    void fill_times(int64_t fallback_start_ms);
-    void draw_to_median(size_t first, size_t end);
+    // False where a time is more than a record can hold.
+    bool settle_times(int64_t fallback_start_ms);
+    bool fill_times(int64_t fallback_start_ms);
+    bool draw_to_median(size_t first, size_t end);
+    void forget_times();
+    int64_t first_stream_ms() const;
     kmr_index_head head() const;
 
     struct judged_match {

@@ -206,6 +206,14 @@ TEST(PlanEdgesTest, SizesAreHeldAgainstTheHeaderThatIsMade) {
     expect_mended(scan_test::recording_of(all, index), file, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
 }
 
+// Seconds since 1970 or, with `from`, since then.
+std::vector<uint32_t> index_times(const bytes& file, uint32_t from = 0) {
+    std::vector<uint32_t> times;
+    for (const index_row& each : index_rows(file))
+        times.push_back(each.time - from);
+    return times;
+}
+
 // I-frames every 0.2 s. Four have records, at 0, 2, 2 and 4 s: of 0, 1.8, 1.6 and 3.4 s, less their stream times, none is
 // more than 2 s from the median, 1.8. The other three get the time of the last, 4 s; the median is 2.8 then.
 TEST(PlanEdgesTest, TimesAreHeldAgainstTheMedianOfAll) {
@@ -217,12 +225,29 @@ TEST(PlanEdgesTest, TimesAreHeldAgainstTheMedianOfAll) {
         index[i].time = scan_test::start_time + seconds[i];
     const bytes file = scan_test::recording_of(all, index);
     const bytes after = mended(file);
-    std::vector<uint32_t> times;
-    for (const index_row& each : index_rows(after))
-        times.push_back(each.time - scan_test::start_time);
-    EXPECT_THAT(times, ElementsAre(2, 2, 2, 4, 4, 4, 4)); // the first: 2.8, cut
+    EXPECT_THAT(index_times(after, scan_test::start_time),
+                ElementsAre(2, 2, 2, 4, 4, 4, 4)); // the first: 2.8, cut
     EXPECT_THAT(scan_test::found(after), IsEmpty());
     EXPECT_EQ(plan_of(after).status, plan_status::nothing_to_do);
+}
+
+// The one record that there is has the last second of all; the eleventh I-frame comes two seconds later.
+TEST(PlanEdgesTest, TimesThatNoRecordCanHoldWereNone) {
+    const auto all = scan_test::sound_frames(51);
+    auto index = scan_test::records_for(all);
+    index.resize(1);
+    index[0].time = UINT32_MAX;
+    const bytes file = scan_test::recording_of(all, index);
+    EXPECT_TRUE(plan_of(file).times_guessed);
+    const bytes after = mended(file);
+    EXPECT_THAT(index_times(after, scan_test::start_time), ElementsAre(0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 2));
+    EXPECT_THAT(scan_test::found(after), IsEmpty());
+}
+
+TEST(PlanEdgesTest, WhereTheHeadersDateIsTooLateTimesCountFrom1970) {
+    bytes file = scan_test::without_index(scan_test::sound_frames(51));
+    recording::put_u16(file, 10, 3000); // the year
+    EXPECT_THAT(index_times(mended(file)), ElementsAre(0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 2));
 }
 
 // Frame 2 is believed for the header behind it, that of frame 3, which reaches into the index.
@@ -232,6 +257,7 @@ TEST(PlanEdgesTest, AFrameInFrontOfOneThatReachesTooFarIsKept) {
     overwrite(file, 88, 152);
     recording::put_u32(file, 336 + 4, 1180 - 336);
     recording::put_u32(file, 336 + 20, 1180 - 336 - 32);
+    file = cut(file, file.size() - 8); // no trailer tells where the index begins
     EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @88 +152", "cover @336 +96"));
     expect_mended(original, file, {2, 4, 5, 6, 7, 8, 9, 10});
 }
