@@ -13,8 +13,8 @@
 
 namespace kmr::mend {
 
-// The lengths in some headers contradict each other and nothing proves others; some frames have another stamp. Such a header
-// is no longer one of a frame, but the frame in front of it may be believed for it alone.
+// Some headers have lengths that contradict each other, so that nothing proves others, and some another stamp. A header
+// without lengths still is one: the frame in front of it may be believed for it alone.
 class with_other_headers final : public scan::byte_source {
 public:
     explicit with_other_headers(scan::byte_source& source) : source_(source) {}
