@@ -152,7 +152,7 @@ private:
             return;
         ++plan.frames;
         plan.duration_ms = seen.stream_ms - plan.first_ms;
-        const bool starts_picture = seen.look != nullptr && seen.look->has_random_access;
+        const bool starts_picture = seen.look != nullptr && seen.look->starts_picture();
         if (is_i || starts_picture)
             add_record(seen, position, !is_i);
     }

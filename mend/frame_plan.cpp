@@ -80,7 +80,7 @@ void frame_plan::on_frame(const scan::seen_frame& seen) {
     whole.clock_run = seen.clock_run;
     whole.restamped = whole.changed = is_set(frame.offset);
     if (seen.look != nullptr) {
-        whole.starts_picture = seen.look->has_random_access;
+        whole.starts_picture = seen.look->starts_picture();
         whole.size = seen.look->size;
     }
     const auto& payload = frame.payload;

@@ -21,6 +21,8 @@ struct payload_look {
     video_codec codec = video_codec::unknown; // what the units tell; unknown where both could be meant
     picture_size size = {};                   // of the parameter sets; 0 x 0 without
 
+    // Whatever its header says: a picture from which decoding may begin.
+    bool starts_picture() const { return starts_with_unit && has_random_access; }
     bool has_any_set() const { return has_sequence_set || has_picture_set || has_video_set; }
     bool has_all_sets() const {
         return has_sequence_set && has_picture_set && (has_video_set || codec != video_codec::h265);

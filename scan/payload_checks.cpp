@@ -35,7 +35,7 @@ bool payload_checks::judge(const frame_event& frame, payload_outcome& outcome, i
         findings_.add(on_frame(finding_code::video_start_missing, frame, stream_ms));
         return true;
     }
-    outcome.kind_is_wrong = !i_header && look.has_random_access;
+    outcome.kind_is_wrong = !i_header && look.starts_picture();
     outcome.kind_is_doubtful = i_header && !look.has_any_set() && !look.has_random_access && !look.cut;
     if (outcome.kind_is_wrong) {
         findings_.add(on_frame(finding_code::kind_wrong, frame, stream_ms));

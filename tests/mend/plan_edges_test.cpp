@@ -1,5 +1,6 @@
 // Repairs at the edges of what there is to repair. Of ten frames the headers stand at 88 (I), 240, 336, 432, 528, 624 (I),
 // 776, 872, 968 and 1064, the index at 1160.
+#include "mend/copy.hpp"
 #include "mend/like_recorder.hpp"
 #include "mend/plan.hpp"
 #include "tests/mend/mended.hpp"
@@ -248,6 +249,21 @@ TEST(PlanEdgesTest, WhereTheHeadersDateIsTooLateTimesCountFrom1970) {
     bytes file = scan_test::without_index(scan_test::sound_frames(51));
     recording::put_u16(file, 10, 3000); // the year
     EXPECT_THAT(index_times(mended(file)), ElementsAre(0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 2));
+}
+
+// What its video begins with is no picture, whatever comes behind.
+TEST(PlanEdgesTest, ARecordOfAPFrameWhoseVideoBeginsWithNoUnitGoes) {
+    auto all = scan_test::sound_frames(10);
+    all[2].video = bytes{0xAA};
+    recording::append(all[2].video, scan_test::i_video(63));
+    auto index = scan_test::records_for(all);
+    index.insert(index.begin() + 1, {.time = scan_test::start_time, .position = 336});
+    const bytes file = scan_test::recording_of(all, index);
+    const auto plan = plan_of(file);
+    EXPECT_EQ(plan.index_records, 2U);
+    EXPECT_EQ(plan.errors_left, 0U);
+    kmr::scan::memory_source source(file);
+    EXPECT_EQ(kmr::mend::plan_copy(source, {}).records, 2U);
 }
 
 // Frame 2 is believed for the header behind it, that of frame 3, which reaches into the index.
