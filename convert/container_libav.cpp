@@ -116,15 +116,11 @@ public:
         if (context_ == nullptr)
             if (stream_end opened = open(frame, video); !opened.is_good())
                 return opened;
-        // A stream that has sets has had them from its first frame on.
-        const bool other_sets = frame.sets && *frame.sets != *sets_;
-        if (other_sets && options_.format == container_format::mp4)
-            return stopped(stop_reason::sets_changed, frame.number);
-        if (frame.codec == scan::video_codec::mjpeg && options_.format == container_format::mp4)
-            if (const auto changed = change_of_size(frame.number, jpeg_size(video)))
-                return stopped(stop_reason::size_changed, *changed);
         const int64_t at = stamps_.next(frame.stream_ms);
-        if (other_sets)
+        if (options_.format == container_format::mp4)
+            if (stream_end unfit = look_for_unfit(frame, video, at); !unfit.is_good())
+                return unfit;
+        if (has_other_sets(frame))
             if (stream_end ended = begin_another_order(frame, at); !ended.is_good())
                 return ended;
         timed_frame timed = {.number = frame.number,
@@ -175,6 +171,21 @@ private:
         char words[AV_ERROR_MAX_STRING_SIZE] = {};
         libav()->av_strerror(result, words, sizeof words);
         return {.why = stop_reason::container, .error = 0, .number = 0, .words = words};
+    }
+
+    // A stream that has sets has had them from its first frame on.
+    bool has_other_sets(const stream_frame& frame) const { return frame.sets && *frame.sets != *sets_; }
+
+    // What .mp4 cannot hold.
+    stream_end look_for_unfit(const stream_frame& frame, std::span<const uint8_t> video, int64_t at) {
+        constexpr int64_t longest_step = std::numeric_limits<int32_t>::max();
+        if (has_other_sets(frame))
+            return stopped(stop_reason::sets_changed, frame.number);
+        if (frame.codec == scan::video_codec::mjpeg)
+            if (const auto changed = change_of_size(frame.number, jpeg_size(video)))
+                return stopped(stop_reason::size_changed, *changed);
+        const bool is_late = !video.empty() && at - last_picture_at_ > longest_step;
+        return is_late ? stopped(stop_reason::long_pause, frame.number) : stream_end{};
     }
 
     // The frame from which on pictures have another size. One alone may be damaged: two tell.

@@ -18,6 +18,7 @@ enum class stop_reason : uint8_t {
     no_picture_size, // nothing tells it
     sets_changed,    // at the frame `number`
     size_changed,    // at the frame `number`: that of the picture
+    long_pause,      // in front of the frame `number`: longer than the output can tell
     no_sound_format, // the file header tells no rate, or no channels
     long_silence,    // at the frame `number`: more than ten hours would have to be filled
     container,       // `words` of the library that writes it

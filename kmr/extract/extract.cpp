@@ -200,7 +200,7 @@ private:
         source.be_quiet();
         const exit_status status = tell(result, source, with);
         if (result.status != convert::extract_status::done)
-            return refuse(path_, why_no_stream(result), with);
+            return refuse(path_, why_no_stream(result) + way_out_of(result), with);
         if (result.judged.changed)
             return refuse(path_, "was changed while it was read", with);
         return status;
@@ -226,7 +226,7 @@ private:
         if (result.end.why == convert::stop_reason::not_written)
             return refuse(names_.to, words_of(result.end.error), with);
         if (result.status != convert::extract_status::done)
-            return refuse(path_, why_no_stream(result), with);
+            return refuse(path_, why_no_stream(result) + way_out_of(result), with);
         if (result.judged.changed)
             return refuse(names_.to, "the recording was changed meanwhile; nothing was written", with);
         if (const mend::outcome named = file.put_in_place(); !named.is_done())

@@ -35,11 +35,8 @@ std::string words_of_end(const convert::extracted& result) {
     case none:
     case not_written:
         break;
-    case other_coding: {
-        const std::string words = "the video is " + std::string(words_for(result.codec));
-        const std::string_view suffix = suffix_for(result.codec);
-        return suffix.empty() ? words : words + ": name a file that ends with " + std::string(suffix);
-    }
+    case other_coding:
+        return "the video is " + std::string(words_for(result.codec));
     case unknown_coding:
         return "nothing tells how the video is coded";
     case no_sets:
@@ -47,16 +44,15 @@ std::string words_of_end(const convert::extracted& result) {
     case no_picture_size:
         return "nothing tells the size of the picture";
     case sets_changed:
-        return "the video's parameter sets change at frame " + frame +
-               ", which .mp4 cannot hold: use .mkv, or begin there (--from " + frame + ")";
+        return "the video's parameter sets change at frame " + frame + ", which .mp4 cannot hold";
     case size_changed:
-        return "the size of the picture changes at frame " + frame +
-               ", which .mp4 cannot hold: use .mkv, or begin there (--from " + frame + ")";
+        return "the size of the picture changes at frame " + frame + ", which .mp4 cannot hold";
+    case long_pause:
+        return "more than 24 days without a picture end at frame " + frame + ", which .mp4 cannot hold";
     case no_sound_format:
         return "its file header tells no rate or no channels of the sound";
     case long_silence:
-        return "more than ten hours without sound end at frame " + frame +
-               ": use --close-pauses, or begin there (--from " + frame + ")";
+        return "more than ten hours without sound end at frame " + frame;
     case container:
         return end.words;
     }
@@ -105,6 +101,26 @@ std::string why_no_stream(const convert::extracted& result) {
         return "nothing is left that could be written";
     }
     return {};
+}
+
+std::string way_out_of(const convert::extracted& result) {
+    using enum convert::stop_reason;
+    const std::string there = ", or begin there (--from " + std::to_string(result.end.number) + ")";
+    switch (result.end.why) {
+    case other_coding: {
+        const std::string_view suffix = suffix_for(result.codec);
+        return suffix.empty() ? "" : ": name a file that ends with " + std::string(suffix);
+    }
+    case sets_changed:
+    case size_changed:
+        return ": use .mkv" + there;
+    case long_pause:
+        return ": use .mkv or --close-pauses" + there;
+    case long_silence:
+        return ": use --close-pauses" + there;
+    default:
+        return {};
+    }
 }
 
 } // namespace kmr::program

@@ -14,4 +14,7 @@ std::string words_for(const convert::extracted& result);
 // Why there is no stream; empty: there is one, or it could not be written.
 std::string why_no_stream(const convert::extracted& result);
 
+// Behind that: with which options of kmr extract there is one; empty: with none.
+std::string way_out_of(const convert::extracted& result);
+
 } // namespace kmr::program

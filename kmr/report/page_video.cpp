@@ -29,11 +29,8 @@ uint64_t blocks_of(const nameless_file& video) {
 }
 
 std::string why_none(const convert::extracted& result, const nameless_file& video, uint64_t most_mib) {
-    if (result.end.why == convert::stop_reason::sets_changed)
-        return "its parameter sets change at frame " + std::to_string(result.end.number) +
-               ", which .mp4 cannot hold (kmr extract makes .mkv)";
     if (result.status != convert::extract_status::done)
-        return why_no_stream(result);
+        return why_no_stream(result) + (way_out_of(result).empty() ? "" : " (kmr extract makes .mkv)");
     if (result.judged.changed)
         return "the recording was changed while it was read";
     if (!video.is_too_large())

@@ -286,8 +286,9 @@ TEST_F(ReportVideoTest, IsLeftOutWhereThereIsNone) {
     expect_none({"--video", "notes", "-o", "p.html"}, "not a recording");
     // The level of the sets of frame 26 on: a byte behind the header, the start code and three more.
     compose_clip("b.kmr", {"--overwrite", "frame25+39:29", "--overwrite", "frame50+39:29"});
-    expect_none({"--video", "b.kmr", "-o", "p.html"},
-                "its parameter sets change at frame 26, which .mp4 cannot hold (kmr extract makes .mkv)");
+    expect_none(
+        {"--video", "b.kmr", "-o", "p.html"},
+        "the video's parameter sets change at frame 26, which .mp4 cannot hold (kmr extract makes .mkv)");
     EXPECT_THAT(names(), ElementsAre("a.kmr", "b.kmr", "notes"));
 }
 

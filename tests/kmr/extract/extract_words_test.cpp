@@ -11,7 +11,6 @@ using kmr::convert::extract_status;
 using kmr::convert::extracted;
 using kmr::convert::left_out;
 using kmr::convert::stop_reason;
-using kmr::program::why_no_stream;
 using kmr::program::words_for;
 using kmr::scan::end_state;
 using kmr::scan::video_codec;
@@ -30,6 +29,10 @@ extracted unreadable(end_state ended, int error_of_scan, int error) {
     of.judged.error = error_of_scan;
     of.end.error = error;
     return of;
+}
+
+std::string said_of(const extracted& result) {
+    return kmr::program::why_no_stream(result) + kmr::program::way_out_of(result);
 }
 
 TEST(ExtractWordsTest, NothingLeftOutIsNotTold) {
@@ -68,45 +71,51 @@ TEST(ExtractWordsTest, EveryCauseIsTold) {
 
 // What is written elsewhere, or has no words of its own, has none here.
 TEST(ExtractWordsTest, WhereThereIsAStreamNothingIsToldOfIt) {
-    EXPECT_EQ(why_no_stream(extracted()), "");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::none)), "");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::not_written)), "");
+    EXPECT_EQ(said_of(extracted()), "");
+    EXPECT_EQ(said_of(stopped(stop_reason::none)), "");
+    EXPECT_EQ(said_of(stopped(stop_reason::not_written)), "");
 }
 
 TEST(ExtractWordsTest, EveryReasonIsTold) {
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::unknown_coding)), "nothing tells how the video is coded");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::no_sets)),
+    EXPECT_EQ(said_of(stopped(stop_reason::unknown_coding)), "nothing tells how the video is coded");
+    EXPECT_EQ(said_of(stopped(stop_reason::no_sets)),
               "the video has no parameter sets, and without them no container can hold it");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::no_picture_size)), "nothing tells the size of the picture");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::sets_changed, 76)),
+    EXPECT_EQ(said_of(stopped(stop_reason::no_picture_size)), "nothing tells the size of the picture");
+    EXPECT_EQ(said_of(stopped(stop_reason::sets_changed, 76)),
               "the video's parameter sets change at frame 76, which .mp4 cannot hold: use .mkv, or begin "
               "there (--from 76)");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::no_sound_format)),
+    EXPECT_EQ(said_of(stopped(stop_reason::size_changed, 76)),
+              "the size of the picture changes at frame 76, which .mp4 cannot hold: use .mkv, or begin "
+              "there (--from 76)");
+    EXPECT_EQ(said_of(stopped(stop_reason::long_pause, 76)),
+              "more than 24 days without a picture end at frame 76, which .mp4 cannot hold: use .mkv or "
+              "--close-pauses, or begin there (--from 76)");
+    EXPECT_EQ(said_of(stopped(stop_reason::no_sound_format)),
               "its file header tells no rate or no channels of the sound");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::long_silence, 40)),
+    EXPECT_EQ(said_of(stopped(stop_reason::long_silence, 40)),
               "more than ten hours without sound end at frame 40: use --close-pauses, or begin there "
               "(--from 40)");
-    EXPECT_EQ(why_no_stream(stopped(stop_reason::container, 0, "of the library")), "of the library");
+    EXPECT_EQ(said_of(stopped(stop_reason::container, 0, "of the library")), "of the library");
 }
 
 TEST(ExtractWordsTest, AnotherCodingIsToldWithItsSuffix) {
     extracted of = stopped(stop_reason::other_coding);
     of.codec = video_codec::h265;
-    EXPECT_EQ(why_no_stream(of), "the video is H.265: name a file that ends with .h265");
+    EXPECT_EQ(said_of(of), "the video is H.265: name a file that ends with .h265");
     of.codec = video_codec::unknown;
-    EXPECT_EQ(why_no_stream(of), "the video is coded in a way that nothing tells");
+    EXPECT_EQ(said_of(of), "the video is coded in a way that nothing tells");
 }
 
 TEST(ExtractWordsTest, WhatCouldNotBeReadIsTold) {
-    EXPECT_EQ(why_no_stream(unreadable(end_state::read_failed, EIO, 0)), "Input/output error");
-    EXPECT_EQ(why_no_stream(unreadable(end_state::complete, 0, EIO)), "Input/output error");
-    EXPECT_EQ(why_no_stream(unreadable(end_state::shrunk, 0, 0)), "became shorter while it was read");
-    EXPECT_EQ(why_no_stream(unreadable(end_state::complete, 0, 0)), "became shorter while it was read");
+    EXPECT_EQ(said_of(unreadable(end_state::read_failed, EIO, 0)), "Input/output error");
+    EXPECT_EQ(said_of(unreadable(end_state::complete, 0, EIO)), "Input/output error");
+    EXPECT_EQ(said_of(unreadable(end_state::shrunk, 0, 0)), "became shorter while it was read");
+    EXPECT_EQ(said_of(unreadable(end_state::complete, 0, 0)), "became shorter while it was read");
     extracted of;
     of.status = extract_status::not_a_recording;
-    EXPECT_EQ(why_no_stream(of), "not a recording");
+    EXPECT_EQ(said_of(of), "not a recording");
     of.status = extract_status::nothing_left;
-    EXPECT_EQ(why_no_stream(of), "nothing is left that could be written");
+    EXPECT_EQ(said_of(of), "nothing is left that could be written");
 }
 
 TEST(OutputKindsTest, EveryCodingHasItsSuffix) {
