@@ -70,10 +70,7 @@ std::optional<int> below(std::optional<int> value, int limit) {
     return value && *value < limit ? value : std::nullopt;
 }
 
-// Two digits behind a colon that stands there; 0 where it does not.
 bool take_part(text_reader& from, int limit, int& into) {
-    if (!from.take(':'))
-        return true;
     const auto value = below(from.digits(2, 2), limit);
     into = value.value_or(0);
     return value.has_value();
@@ -97,11 +94,16 @@ bool take_day(text_reader& from, calendar_day& into) {
 }
 
 bool take_day_time(text_reader& from, day_time& into) {
-    const auto hour = below(from.digits(2, 2), 24);
-    into.hour = hour.value_or(0);
     constexpr int sixty = 60;
-    return hour && take_part(from, sixty, into.minute) && take_part(from, sixty + 1, into.second) &&
-           take_fraction(from, into.ms);
+    if (!take_part(from, 24, into.hour))
+        return false;
+    if (!from.take(':'))
+        return true;
+    if (!take_part(from, sixty, into.minute))
+        return false;
+    if (!from.take(':'))
+        return true;
+    return take_part(from, sixty + 1, into.second) && take_fraction(from, into.ms);
 }
 
 // Seconds east of UTC, where the text tells them.
@@ -116,8 +118,7 @@ bool take_offset(text_reader& from, std::optional<int>& into) {
     if (!west && !from.take('+'))
         return false;
     const auto hours = below(from.digits(2, 2), 24);
-    from.take(':');
-    const auto minutes = from.at_end() ? std::optional(0) : below(from.digits(2, 2), 60);
+    const auto minutes = !from.take(':') && from.at_end() ? std::optional(0) : below(from.digits(2, 2), 60);
     if (!hours || !minutes || !from.at_end())
         return false;
     const int seconds = (*hours * 60 + *minutes) * 60;
