@@ -65,7 +65,7 @@ void stream_breaks::take(const scan::torn_event& region) {
 
 void stream_breaks::pass_torn(uint64_t bytes) {
     if (is_waiting_)
-        waiting_.push_back({.frame = {}, .torn_bytes = bytes});
+        wait({.frame = {}, .torn_bytes = bytes});
     else
         to_.take_torn(bytes);
 }
@@ -191,9 +191,14 @@ void stream_breaks::settle(bool believed) {
 }
 
 void stream_breaks::pass(const stream_frame& frame) {
-    if (!is_waiting_)
-        return to_.take(frame);
-    waiting_.push_back({.frame = frame, .torn_bytes = 0});
+    if (is_waiting_)
+        wait({.frame = frame, .torn_bytes = 0});
+    else
+        to_.take(frame);
+}
+
+void stream_breaks::wait(const waiting& next) {
+    waiting_.push_back(next);
     if (waiting_.size() == most_waiting)
         settle(true);
 }

@@ -26,6 +26,12 @@ public:
     void finish(); // behind the last event
 
 private:
+    // Waiting for the next I-frame: a frame, or torn bytes.
+    struct waiting {
+        stream_frame frame = {};
+        uint64_t torn_bytes = 0;
+    };
+
     stream_frame describe(const scan::seen_frame& seen);
     void note_codec(const scan::seen_frame& seen);
     bool numbers_go_on(uint32_t number);
@@ -37,14 +43,9 @@ private:
     void settle(bool believed);
     void pass(const stream_frame& frame);
     void pass_torn(uint64_t bytes);
+    void wait(const waiting& next);
     void leave_out(stream_frame frame, left_out why);
     void break_off(left_out behind);
-
-    // Waiting for the next I-frame: a frame, or torn bytes.
-    struct waiting {
-        stream_frame frame = {};
-        uint64_t torn_bytes = 0;
-    };
 
     stream_taker& to_;
     bool keep_damaged_;

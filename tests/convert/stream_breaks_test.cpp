@@ -252,6 +252,32 @@ TEST(StreamBreaksTest, WhatWaitsForAProofStaysInOrder) {
     EXPECT_EQ(extract(file).result.left.torn_bytes, 96U);
 }
 
+// Frame 2 has other sets than 1, and no I-frame comes until so many frames wait that they are believed, whatever a later
+// one says. What waits last is torn: that counts as well.
+TEST(StreamBreaksTest, SoMuchWaitsForAProofAndNoMore) {
+    constexpr uint32_t torn = 65537;
+    constexpr uint32_t next_i = torn + 5;
+    const bytes other = scan_test::h264_sequence_set(40, 30, 0);
+    frames some = sound_frames(next_i + 4);
+    const auto start = some[0];
+    const auto follower = some[1];
+    for (uint32_t number = 2; number <= some.size(); ++number) {
+        const bool starts = number == 2 || number == next_i;
+        some[number - 1].kind = starts ? start.kind : follower.kind;
+        some[number - 1].video = starts ? start.video : follower.video;
+    }
+    change_sets(some[1], other);
+    bytes file = scan_test::recording_of(some);
+    size_t at = 88;
+    for (uint32_t number = 1; number < torn; ++number)
+        at += 32 + some[number - 1].video.size();
+    std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(at), 32, uint8_t{0});
+    const outcome of = extract(file);
+    EXPECT_EQ(of.taken, without(range(1, next_i + 4), torn, next_i - 1));
+    EXPECT_EQ(of.left(left_out::behind_damage), 4U);
+    EXPECT_EQ(of.result.left.torn_bytes, 96U);
+}
+
 TEST(StreamBreaksTest, TheDataSayWhatAFrameIs) {
     frames some = sound_frames(20);
     some[5].kind = 1; // with sets and a picture of an I-frame behind it
