@@ -16,11 +16,9 @@ std::string resolved(const std::string& path) {
 }
 
 std::optional<store::file_stamp> stamp_of(const judged_file& file) {
-    constexpr int64_t nanoseconds = 1000000000;
     if (!file.modified)
         return {};
-    return store::file_stamp{.size = file.judged.size,
-                             .modified_ns = file.modified->tv_sec * nanoseconds + file.modified->tv_nsec};
+    return store::stamp_of(file.judged.size, *file.modified);
 }
 
 } // namespace

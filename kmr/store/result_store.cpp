@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <sys/stat.h>
@@ -20,7 +19,7 @@
 namespace kmr::store {
 namespace {
 
-constexpr int64_t nanoseconds = 1000000000;
+constexpr uint64_t nanoseconds = 1000000000;
 
 int64_t now_ns() {
     const auto since = std::chrono::system_clock::now().time_since_epoch();
@@ -33,8 +32,9 @@ int64_t now_ms() {
 
 // Clocks of file systems tick slowly: a file that was written just now may be written again without its time moving.
 bool is_settled(int64_t modified_ns) {
-    constexpr int64_t coarsest_tick = 2 * nanoseconds;
-    const int64_t age = now_ns() - modified_ns;
+    constexpr auto coarsest_tick = static_cast<int64_t>(2 * nanoseconds);
+    const auto age =
+        static_cast<int64_t>(static_cast<uint64_t>(now_ns()) - static_cast<uint64_t>(modified_ns));
     return age > coarsest_tick || age < -coarsest_tick;
 }
 
@@ -88,16 +88,13 @@ public:
         return place.append(last_part(path));
     }
 
-    // What a link leads to; a place for something that is not there as well.
+    // What links lead to; a place for something that is not there as well.
     static std::string resolved(const std::string& path) {
-        char* const real = realpath(path.c_str(), nullptr);
-        if (real == nullptr) {
-            std::error_code ignored;
-            return std::filesystem::absolute(path, ignored).lexically_normal().string();
-        }
-        std::string result(real);
-        std::free(real);
-        return result;
+        std::error_code error;
+        std::filesystem::path real = std::filesystem::weakly_canonical(path, error);
+        if (error) // a circle of links, a folder that nobody may enter
+            real = std::filesystem::absolute(path, error).lexically_normal();
+        return real.string();
     }
 
 private:
@@ -294,12 +291,18 @@ private:
     run_totals totals_ = {};
 };
 
+file_stamp stamp_of(uint64_t size, const timespec& modified) {
+    const auto seconds = static_cast<uint64_t>(modified.tv_sec); // a date may be anything
+    return {.size = size,
+            .modified_ns =
+                static_cast<int64_t>(seconds * nanoseconds + static_cast<uint64_t>(modified.tv_nsec))};
+}
+
 std::optional<file_stamp> stamp_of(const std::string& path) {
     struct stat found = {};
     if (stat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode))
         return {};
-    return file_stamp{.size = static_cast<uint64_t>(found.st_size),
-                      .modified_ns = found.st_mtim.tv_sec * nanoseconds + found.st_mtim.tv_nsec};
+    return stamp_of(static_cast<uint64_t>(found.st_size), found.st_mtim);
 }
 
 result_store::result_store(const std::string& file, std::string host, std::string version)

@@ -5,6 +5,7 @@
 #include "scan/report.hpp"
 
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,10 +16,12 @@ namespace kmr::store {
 // What tells that a file has been written.
 struct file_stamp {
     uint64_t size = 0;
-    int64_t modified_ns = 0; // since 1970
+    int64_t modified_ns = 0; // since 1970, modulo 2^64
 
     bool operator==(const file_stamp&) const = default;
 };
+
+file_stamp stamp_of(uint64_t size, const timespec& modified);
 
 // Of a file as the host has it now, links followed; none where it cannot be asked, or is no regular file.
 std::optional<file_stamp> stamp_of(const std::string& path);

@@ -3,9 +3,11 @@
 
 #include <cerrno>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -40,6 +42,29 @@ TEST_F(PlacesTest, ADateInTheFutureIsAsGoodAsOneLongAgo) {
     const file_stamp later = {.size = 1372, .modified_ns = (now.tv_sec + 3600) * 1000000000};
     open().keep(folder.file("one.kmr"), later, scan_test::judge(store_test::sound_recording()), usual_cap);
     EXPECT_TRUE(open().unchanged(folder.file("one.kmr"), later, usual_cap));
+}
+
+// Further off than a count of nanoseconds reaches.
+TEST_F(PlacesTest, ADateFarOffIsADateAsWell) {
+    const std::string path = folder.write("one.kmr", store_test::sound_recording());
+    for (const time_t second : {15000000000, 15000000001}) {
+        const timespec dates[] = {{.tv_sec = second, .tv_nsec = 0}, {.tv_sec = second, .tv_nsec = 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), dates, 0), 0);
+        const auto now = kmr::store::stamp_of(path);
+        EXPECT_FALSE(open().unchanged(path, *now, usual_cap)) << second;
+        open().keep(path, now, scan_test::judge(store_test::sound_recording()), usual_cap);
+        EXPECT_TRUE(open().unchanged(path, *now, usual_cap)) << second;
+    }
+}
+
+// Whatever links led to them.
+TEST_F(PlacesTest, WhatIsGoneWithItsFolderIsMarked) {
+    std::filesystem::create_directories(folder.file("real/rec"));
+    folder.write("real/rec/one.kmr", {});
+    std::filesystem::create_directory_symlink("real", folder.file("link"));
+    keep(folder.file("link/rec/one.kmr"));
+    std::filesystem::remove_all(folder.file("real/rec"));
+    EXPECT_EQ(open().finish({folder.file("link/rec")}).gone, 1U);
 }
 
 TEST_F(PlacesTest, WhatIsNotThereLeavesItsRowAsItWas) {
