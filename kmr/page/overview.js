@@ -16,7 +16,7 @@ function fill_list(list, facts) {
 
 function fill_head(page) {
     const {check} = page;
-    const name = visible(check.path.slice(check.path.lastIndexOf('/') + 1));
+    const name = file_name(check.path);
     document.title = name + ': ' + check.verdict;
     by_id('name').textContent = name;
     by_id('name').title = visible(check.path);
@@ -91,7 +91,7 @@ function save_findings(check) {
 function save(blob, path, suffix) {
     const link = element('a');
     link.href = URL.createObjectURL(blob);
-    link.download = path.slice(path.lastIndexOf('/') + 1) + suffix;
+    link.download = file_name(path) + suffix;
     link.click();
     setTimeout(() => URL.revokeObjectURL(link.href), 60000);
 }

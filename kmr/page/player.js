@@ -33,7 +33,7 @@ function make_player(video, frames, path, moved) {
     const address = URL.createObjectURL(new Blob(video.pieces(), {type: video.type}));
     const link = by_id('video-save');
     link.href = address;
-    link.download = path.slice(path.lastIndexOf('/') + 1) + '.mp4';
+    link.download = file_name(path) + '.mp4';
     by_id('video-part').hidden = false;
     document.querySelector('a[href="#video-part"]').hidden = false;
     by_id('video-left-out').hidden = video.left_out === '';

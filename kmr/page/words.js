@@ -18,6 +18,9 @@ function element(name, text = '', of_class = '') {
     return made;
 }
 
+// The last part of a path.
+function file_name(path) { return visible(path.slice(path.lastIndexOf('/') + 1)); }
+
 function digits(value, least) { return String(value).padStart(least, '0'); }
 
 function stream_time(ms) {

@@ -2,17 +2,13 @@
 
 #include "kmr/plot/svg_writer.hpp"
 #include "kmr/plot/text_width.hpp"
+#include "kmr/plot/time_units.hpp"
 
 #include <algorithm>
 #include <charconv>
 
 namespace kmr::plot {
 namespace {
-
-constexpr int64_t second = 1000;
-constexpr int64_t minute = 60 * second;
-constexpr int64_t hour = 60 * minute;
-constexpr int64_t day = 24 * hour;
 
 constexpr int64_t steps[] = {1,           2,           5,           10,     20,         50,
                              100,         200,         500,         second, 2 * second, 5 * second,

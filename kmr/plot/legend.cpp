@@ -2,6 +2,7 @@
 
 #include "kmr/plot/marker.hpp"
 #include "kmr/plot/text_width.hpp"
+#include "kmr/plot/time_units.hpp"
 
 namespace kmr::plot {
 namespace {
@@ -44,7 +45,7 @@ std::string words_for(int64_t width_ms) {
         int64_t ms;
         std::string_view name;
     };
-    constexpr unit units[] = {{86400000, " d"}, {3600000, " h"}, {60000, " min"}, {1000, " s"}};
+    constexpr unit units[] = {{day, " d"}, {hour, " h"}, {minute, " min"}, {second, " s"}};
     const unit* with = std::begin(units);
     while (with != std::end(units) - 1 && width_ms < with->ms)
         ++with;

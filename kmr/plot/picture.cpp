@@ -178,10 +178,9 @@ private:
 
     // The lines of others end behind it.
     void write_tag(const tag_label& tag, double top) {
-        constexpr double beside_line = 4;
         constexpr double baseline = 12;
         const double width = text_width(tag.text, small_text_size);
-        const double x = tag.in_front ? tag.x - beside_line : tag.x + beside_line;
+        const double x = tag.in_front ? tag.x - tag_beside_line : tag.x + tag_beside_line;
         on_.box(tag.in_front ? x - width : x, top + 1, width, tag_row_height - 2, "#ffffff");
         on_.write(x, top + baseline, tag.text, {.anchor = tag.in_front ? "end" : "start"}, tag.whole);
     }

@@ -1,6 +1,7 @@
 #include "kmr/plot/tag_labels.hpp"
 
 #include "kmr/plot/text_width.hpp"
+#include "kmr/plot/time_units.hpp"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +9,6 @@
 namespace kmr::plot {
 namespace {
 
-constexpr double beside_line = 4;
 constexpr double between_texts = 10;
 constexpr double longest_text = 170;
 
@@ -38,11 +38,9 @@ private:
 
 tag_labels place_tags(const std::vector<scan::tag>& tags, const time_scale& scale, int64_t start_ms,
                       double text_size) {
-    constexpr int64_t ms_a_second = 1000;
     tag_labels placed;
     for (const scan::tag& each : tags) {
-        const int64_t at_ms =
-            std::clamp(int64_t{each.time} * ms_a_second - start_ms, scale.from_ms, scale.to_ms);
+        const int64_t at_ms = std::clamp(int64_t{each.time} * second - start_ms, scale.from_ms, scale.to_ms);
         placed.labels.push_back(
             {.x = scale.x(at_ms), .text = shortened(each.text, text_size, longest_text), .whole = each.text});
     }
@@ -51,9 +49,9 @@ tag_labels place_tags(const std::vector<scan::tag>& tags, const time_scale& scal
     rows_in_use rows(scale.left);
     for (tag_label& each : placed.labels) {
         const double width = text_width(each.text, text_size);
-        each.in_front = each.x + beside_line + width > scale.right;
-        const double from = each.in_front ? each.x - beside_line - width : each.x;
-        const double to = each.in_front ? each.x : each.x + beside_line + width;
+        each.in_front = each.x + tag_beside_line + width > scale.right;
+        const double from = each.in_front ? each.x - tag_beside_line - width : each.x;
+        const double to = each.in_front ? each.x : each.x + tag_beside_line + width;
         each.is_shown = rows.take(from, to, each.row);
         placed.without_text += each.is_shown ? 0 : 1;
     }

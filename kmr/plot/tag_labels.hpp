@@ -25,6 +25,7 @@ struct tag_labels {
 };
 
 inline constexpr size_t most_tag_rows = 3;
+inline constexpr double tag_beside_line = 4; // its text
 
 // A tag stands where the time of its record puts it, which is a whole second; one from outside of the time line at its
 // end.

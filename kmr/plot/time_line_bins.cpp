@@ -1,15 +1,12 @@
 #include "kmr/plot/time_line_bins.hpp"
 
+#include "kmr/plot/time_units.hpp"
+
 #include <algorithm>
 #include <iterator>
 
 namespace kmr::plot {
 namespace {
-
-constexpr int64_t second = 1000;
-constexpr int64_t minute = 60 * second;
-constexpr int64_t hour = 60 * minute;
-constexpr int64_t day = 24 * hour;
 
 // Each a multiple of the one before; behind the last one they double.
 constexpr int64_t kept_widths[] = {200,      second,     2 * second,  10 * second, 30 * second,

@@ -230,6 +230,18 @@ class HostilePageTest(PageTest):
         self.assertEqual("evil\\u202etxt.exe", self.text("#tags button"))
         self.assertTrue(self.text("#chosen").startswith("evil\\u202etxt.exe: Frame 1, "))
 
+    def test_saves_under_a_name_that_can_be_seen(self):
+        self.compose("a\u202etxt.kmr", "--frames", "30")
+        self.open(self.page_of("a\u202etxt.kmr"))
+        saved = self.script("""
+            let name = null;
+            const click = HTMLAnchorElement.prototype.click;
+            HTMLAnchorElement.prototype.click = function () { name = this.download; };
+            document.querySelector('#save-findings').click();
+            HTMLAnchorElement.prototype.click = click;
+            return name;""")
+        self.assertEqual("a\\u202etxt.kmr.findings.json", saved)
+
     def test_shows_what_is_no_recording(self):
         (self.folder / "notes").write_text("no recording at all")
         self.open(self.page_of("notes", 1))
