@@ -16,12 +16,11 @@ function under_fingers([from, to], before, now) {
     return [start, start + zoomed];
 }
 
-// `time_line`: shown() and show(from, to) are the part that is shown, area() where that is drawn.
 function listen_to_fingers(plot, time_line) {
     const fingers = new Map();
 
     function share_of(event) {
-        const {left, width} = time_line.area();
+        const {left, width} = time_line.view();
         return (event.clientX - plot.getBoundingClientRect().left - left) / width;
     }
 
@@ -36,7 +35,7 @@ function listen_to_fingers(plot, time_line) {
             return;
         const before = [...fingers.values()];
         fingers.set(event.pointerId, share_of(event));
-        time_line.show(...under_fingers(time_line.shown(), before, [...fingers.values()]));
+        time_line.show(...under_fingers(time_line.shown, before, [...fingers.values()]));
     });
     for (const name of ['pointerup', 'pointercancel', 'pointerleave'])
         plot.addEventListener(name, lift);
