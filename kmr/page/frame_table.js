@@ -1,6 +1,7 @@
 // The table of frames: of a hundred thousand only those in sight are elements.
 
 const row_height = 28;
+const heading_height = 32;
 const tallest = 8000000; // pixels; browsers lose count far beyond
 const columns = [
     ['number', 'number', frames => frames.number],
@@ -36,146 +37,149 @@ function row_class(frames, index) {
     return frames.is_i[index] ? 'i-frame' : '';
 }
 
-// `chosen` is told which frame the user has gone to.
-function make_frame_table(frames, chosen) {
-    const table = by_id('frames-table');
-    const scroll = by_id('frames-scroll');
-    const room = by_id('frames-room');
-    const body = by_id('frames-rows');
-    const heading_height = 32;
-    let listed = Uint32Array.from(frames.stream_ms, (_, index) => index);
-    let current = -1;
-    let height = 0;
+function make_row() {
+    const row = element('tr');
+    row.setAttribute('role', 'row');
+    for (const [name, , values] of columns) {
+        const cell = element('td', '', (values ? 'number ' : '') + name);
+        cell.setAttribute('role', 'gridcell');
+        row.append(cell);
+    }
+    return row;
+}
 
-    function make_heading() {
+// Places in the list that keys lead to.
+const frame_table_keys = {
+    ArrowDown: (table, place) => place + 1,
+    ArrowUp: (table, place) => place - 1,
+    PageDown: (table, place) => place + table.rows_in_sight(),
+    PageUp: (table, place) => place - table.rows_in_sight(),
+    Home: () => 0,
+    End: table => table.listed.length - 1,
+};
+
+class frame_table {
+    // `chosen` is told which frame the user has gone to.
+    constructor(frames, chosen) {
+        Object.assign(this, {frames, chosen});
+        this.table = by_id('frames-table');
+        this.scroll = by_id('frames-scroll');
+        this.body = by_id('frames-rows');
+        this.current = -1;
+        this.make_heading();
+        this.list(() => true);
+        this.listen();
+    }
+
+    make_heading() {
         for (const [name, words, values] of columns) {
             const cell = element('th', words, (values ? 'number ' : '') + name);
             cell.scope = 'col';
             cell.setAttribute('role', 'columnheader');
             by_id('frames-heading').append(cell);
         }
-        table.setAttribute('aria-colcount', columns.length);
+        this.table.setAttribute('aria-colcount', columns.length);
     }
 
-    function rows_in_sight() {
-        return Math.max(1, Math.floor((scroll.clientHeight - heading_height) / row_height));
+    // Those frames for which `takes` holds.
+    list(takes) {
+        this.listed = Uint32Array.from({length: this.frames.count}, (_, index) => index).filter(takes);
+        this.height = Math.min(tallest, this.listed.length * row_height + heading_height);
+        by_id('frames-room').style.height = this.height + 'px';
+        this.table.setAttribute('aria-rowcount', this.listed.length + 1);
+        this.draw();
+        if (this.current >= 0)
+            this.bring_into_sight(this.place_of(this.current));
+    }
+
+    count() { return this.listed.length; }
+
+    place_of(index) { return bisect(this.listed.length, place => this.listed[place] >= index); }
+
+    is_listed(index) { return this.listed[this.place_of(index)] === index; }
+
+    rows_in_sight() {
+        return Math.max(1, Math.floor((this.scroll.clientHeight - heading_height) / row_height));
     }
 
     // With very many rows a pixel stands for more than itself.
-    function place_of_scroll() {
-        const most = Math.max(0, listed.length - rows_in_sight());
-        const way = height - scroll.clientHeight;
-        return way <= 0 ? 0 : Math.min(most, Math.round(scroll.scrollTop / way * most));
+    place_of_scroll() {
+        const most = Math.max(0, this.listed.length - this.rows_in_sight());
+        const way = this.height - this.scroll.clientHeight;
+        return way <= 0 ? 0 : Math.min(most, Math.round(this.scroll.scrollTop / way * most));
     }
 
-    function scroll_of_place(place) {
-        const most = Math.max(1, listed.length - rows_in_sight());
-        return Math.min(1, place / most) * Math.max(0, height - scroll.clientHeight);
+    scroll_of_place(place) {
+        const most = Math.max(1, this.listed.length - this.rows_in_sight());
+        return Math.min(1, place / most) * Math.max(0, this.height - this.scroll.clientHeight);
     }
 
-    function fill_row(row, place) {
-        const index = listed[place];
+    fill_row(row, place) {
+        const index = this.listed[place];
         row.id = 'frame-' + index;
-        row.className = row_class(frames, index);
+        row.className = row_class(this.frames, index);
         row.setAttribute('aria-rowindex', place + 2);
-        row.setAttribute('aria-selected', index === current);
+        row.setAttribute('aria-selected', index === this.current);
         columns.forEach(
-            (column, cell) => { row.cells[cell].textContent = cell_words(frames, index, column); });
+            (column, cell) => { row.cells[cell].textContent = cell_words(this.frames, index, column); });
     }
 
-    function make_row() {
-        const row = element('tr');
-        row.setAttribute('role', 'row');
-        for (const [name, , values] of columns) {
-            const cell = element('td', '', (values ? 'number ' : '') + name);
-            cell.setAttribute('role', 'gridcell');
-            row.append(cell);
-        }
-        return row;
-    }
-
-    function draw() {
-        const first = place_of_scroll();
-        const count = Math.min(rows_in_sight(), listed.length - first);
-        while (body.rows.length < count)
-            body.append(make_row());
-        while (body.rows.length > count)
-            body.lastChild.remove();
+    draw() {
+        const first = this.place_of_scroll();
+        const rows = this.body.rows;
+        const count = Math.min(this.rows_in_sight(), this.listed.length - first);
+        while (rows.length < count)
+            this.body.append(make_row());
+        while (rows.length > count)
+            this.body.lastChild.remove();
         for (let row = 0; row < count; ++row)
-            fill_row(body.rows[row], first + row);
-        if (by_id('frame-' + current))
-            table.setAttribute('aria-activedescendant', 'frame-' + current);
+            this.fill_row(rows[row], first + row);
+        if (by_id('frame-' + this.current))
+            this.table.setAttribute('aria-activedescendant', 'frame-' + this.current);
         else
-            table.removeAttribute('aria-activedescendant');
+            this.table.removeAttribute('aria-activedescendant');
     }
 
-    function place_of(index) { return bisect(listed.length, place => listed[place] >= index); }
-
-    function bring_into_sight(place) {
-        const first = place_of_scroll();
-        const last = first + rows_in_sight() - 1;
+    bring_into_sight(place) {
+        const first = this.place_of_scroll();
+        const last = first + this.rows_in_sight() - 1;
         if (place < first)
-            scroll.scrollTop = scroll_of_place(place);
+            this.scroll.scrollTop = this.scroll_of_place(place);
         else if (place > last)
-            scroll.scrollTop = scroll_of_place(place - rows_in_sight() + 1);
+            this.scroll.scrollTop = this.scroll_of_place(place - this.rows_in_sight() + 1);
     }
 
-    function list(takes) {
-        listed = Uint32Array.from({length: frames.count}, (_, index) => index).filter(takes);
-        height = Math.min(tallest, listed.length * row_height + heading_height);
-        room.style.height = height + 'px';
-        table.setAttribute('aria-rowcount', listed.length + 1);
-        draw();
-        if (current >= 0)
-            bring_into_sight(place_of(current));
+    set_current(index, in_the_middle) {
+        this.current = index;
+        const place = this.place_of(index);
+        const half = Math.floor(this.rows_in_sight() / 2);
+        if (in_the_middle)
+            this.scroll.scrollTop = this.scroll_of_place(Math.max(0, place - half));
+        else
+            this.bring_into_sight(place);
+        this.draw();
     }
 
-    function go(place) {
-        if (listed.length > 0)
-            chosen(listed[Math.min(Math.max(place, 0), listed.length - 1)], 'table');
+    go(place) {
+        const last = this.listed.length - 1;
+        if (last >= 0)
+            this.chosen(this.listed[Math.min(Math.max(place, 0), last)], 'table');
     }
 
-    const keys = {
-        ArrowDown: place => place + 1,
-        ArrowUp: place => place - 1,
-        PageDown: place => place + rows_in_sight(),
-        PageUp: place => place - rows_in_sight(),
-        Home: () => 0,
-        End: () => listed.length - 1,
-    };
-
-    function listen() {
-        scroll.addEventListener('scroll', () => requestAnimationFrame(draw));
-        new ResizeObserver(draw).observe(scroll);
-        table.addEventListener('keydown', event => {
-            const move = event.ctrlKey || event.altKey || event.metaKey ? null : keys[event.key];
+    listen() {
+        this.scroll.addEventListener('scroll', () => requestAnimationFrame(() => this.draw()));
+        new ResizeObserver(() => this.draw()).observe(this.scroll);
+        this.table.addEventListener('keydown', event => {
+            const move = event.ctrlKey || event.altKey || event.metaKey ? null : frame_table_keys[event.key];
             if (!move)
                 return;
             event.preventDefault();
-            go(current < 0 ? move(-1) : move(place_of(current)));
+            this.go(move(this, this.current < 0 ? -1 : this.place_of(this.current)));
         });
-        body.addEventListener('click', event => {
+        this.body.addEventListener('click', event => {
             const row = event.target.closest('tr');
             if (row)
-                chosen(Number(row.id.slice('frame-'.length)), 'table');
+                this.chosen(Number(row.id.slice('frame-'.length)), 'table');
         });
     }
-
-    make_heading();
-    listen();
-    list(() => true);
-    return {
-        list,
-        is_listed: index => listed[place_of(index)] === index,
-        count: () => listed.length,
-        set_current(index, in_the_middle) {
-            current = index;
-            const place = place_of(index);
-            if (in_the_middle)
-                scroll.scrollTop = scroll_of_place(Math.max(0, place - Math.floor(rows_in_sight() / 2)));
-            else
-                bring_into_sight(place);
-            draw();
-        },
-    };
 }

@@ -13,7 +13,7 @@ fill_tags(tags, choose);
 fill_facts(page);
 fill_time_line_text(frames, events, page);
 
-const table = make_frame_table(frames, choose);
+const table = new frame_table(frames, choose);
 const time_line =
     frames.count > 0 && typeof Dygraph === 'function' ? new drawn_time_line(frames, events, choose) : null;
 const player = page.video ? make_player(page.video, frames, page.check.path, follow) : null;
