@@ -29,6 +29,11 @@ void occupy_standard_descriptors() {
             open("/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
+// A limit on the size of files is an error of the write that meets it, as a full disk is, and no end in its middle.
+void take_size_limits_as_errors() {
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
 // Where the caller's own caller had it ignored, a reader that is gone would go unnoticed. An interrupt that is ignored
 // stays so: a shell asks for that on behalf of what runs behind its back.
 void end_with_the_reader() {
@@ -153,6 +158,7 @@ exit_status run_or_tell(int argc, const char* const* argv, output::standard_outp
 int run(int argc, const char* const* argv) {
     occupy_standard_descriptors();
     end_with_the_reader();
+    take_size_limits_as_errors();
     output::messages err;
     auto status = exit_status::failed;
     try {

@@ -9,7 +9,6 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/new_file/new_file.hpp"
 #include "kmr/new_file/noted_signals.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/place_options.hpp"
 #include "kmr/stream_place.hpp"
@@ -207,7 +206,6 @@ private:
     }
 
     exit_status write_file(mend::disk& disk, told_source& source, session& with) const {
-        take_size_limits_as_errors();
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
             return refuse(path_, words_of(error), with);        // uncovered: as above

@@ -3,7 +3,6 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
-#include "kmr/new_file/size_limits.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -48,7 +47,6 @@ recording_opening open_recording(mend::disk& on, const std::string& path, const 
 }
 
 std::string apply(mend::recording& to, const mend::changes& planned, const change_options& how) {
-    take_size_limits_as_errors();
     const held_signals until_it_is_done;
     const mend::outcome what = to.apply(planned, !how.no_undo);
     const bool half_done = what.status == mend::mend_status::interrupted && what.error != 0;

@@ -4,7 +4,6 @@
 #include "kmr/judged_file.hpp"
 #include "kmr/mend/copy_output.hpp"
 #include "kmr/new_file/new_file.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/place_options.hpp"
 #include "kmr/stream_place.hpp"
@@ -84,7 +83,6 @@ private:
         source.be_quiet();
         if (const std::string why = words_for(plan); !why.empty())
             return refuse(from_, why, with);
-        take_size_limits_as_errors();
         told_source content(*plan.content, with.err);
         const std::string why = write_whole_file(disk, names_, source, content);
         content.be_quiet();

@@ -7,7 +7,6 @@
 #include "kmr/mend/question.hpp"
 #include "kmr/mend/repair_output.hpp"
 #include "kmr/new_file/new_file.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/output/text.hpp"
 #include "kmr/scan_follower.hpp"
@@ -247,7 +246,6 @@ public:
             with.err.say("-o takes one recording at a time");
             return exit_status::failed;
         }
-        take_size_limits_as_errors();
         mend::plain_disk disk;
         auto status = exit_status::sound;
         for (const std::string& path : options_.paths)

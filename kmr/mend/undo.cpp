@@ -2,7 +2,6 @@
 #include "kmr/commands.hpp"
 #include "kmr/mend/held_signals.hpp"
 #include "kmr/mend/mend_words.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/output/text.hpp"
 #include "mend/plain_disk.hpp"
 
@@ -24,7 +23,6 @@ public:
     void add_options(CLI::App& to) override { to.add_option("FILE", paths_, "Recordings")->required(); }
 
     exit_status work(session& with) override {
-        take_size_limits_as_errors();
         mend::plain_disk disk;
         auto status = exit_status::sound;
         for (const std::string& path : paths_) {

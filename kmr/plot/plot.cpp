@@ -2,7 +2,6 @@
 #include "kmr/commands.hpp"
 #include "kmr/judged_file.hpp"
 #include "kmr/new_file/new_file.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/plot/marks.hpp"
 #include "kmr/plot/picture.hpp"
@@ -90,7 +89,6 @@ private:
 
     // The picture is of what was read, whatever has become of the recording since.
     exit_status write_file(std::string_view picture, session& with) const {
-        take_size_limits_as_errors();
         mend::plain_disk disk;
         scan::memory_source content({reinterpret_cast<const uint8_t*>(picture.data()), picture.size()});
         const std::string why = write_whole_file(disk, names_, content, content);

@@ -4,7 +4,6 @@
 #include "kmr/frame_rows.hpp"
 #include "kmr/new_file/new_file.hpp"
 #include "kmr/new_file/noted_signals.hpp"
-#include "kmr/new_file/size_limits.hpp"
 #include "kmr/option_checks.hpp"
 #include "kmr/page/page_text.hpp"
 #include "kmr/report/page_file.hpp"
@@ -123,7 +122,6 @@ private:
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
             return refuse(path_, words_of(error), with);        // uncovered: as above
-        take_size_limits_as_errors();
         const noted_signals until_whole;
         mend::draft draft(disk, names_.to, names_.replace, &original);
         if (const mend::outcome made = draft.make(); !made.is_done())

@@ -228,6 +228,18 @@ TEST_F(ExitStatusTest, OfAFullDiskIs2) {
     }
 }
 
+// Which would end the program by a signal, without a word.
+TEST_F(ExitStatusTest, OfALimitOnTheSizeOfFilesIs2) {
+    place_.compose("long.kmr", {"--frames", "500"});
+    const words runs[] = {
+        {"frames", "long.kmr"}, {"extract", "long.kmr", "-o", "-"}, {"plot", "long.kmr", "-o", "-"}};
+    for (const words& each : runs) {
+        const auto run = place_.shell("ulimit -f 4; \"$@\" 2>&1 >out | cat; exit ${PIPESTATUS[0]}", each);
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(each);
+        EXPECT_EQ(run.out, "kmr: standard output: File too large\n");
+    }
+}
+
 TEST_F(ExitStatusTest, OfAClosedStandardOutputIs2) {
     place_.compose("sound.kmr");
     const auto run = place_.shell("\"$1\" check sound.kmr >&-");
