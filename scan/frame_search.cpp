@@ -11,6 +11,22 @@ namespace {
 
 constexpr uint8_t sync_bytes[] = {0x00, 0x00, 0x00, 0x02};
 
+// Looks for the last byte and then at those before it: in zeros, which fill what was never written, a search for all four
+// would go on by a single byte. A last byte that was met is none of the zeros of the next sync word.
+const uint8_t* find_sync(std::span<const uint8_t> bytes) {
+    constexpr size_t zeros = sizeof sync_bytes - 1;
+    for (size_t at = zeros; at < bytes.size();) {
+        const auto* const hit =
+            static_cast<const uint8_t*>(memchr(bytes.data() + at, sync_bytes[zeros], bytes.size() - at));
+        if (hit == nullptr)
+            return nullptr;
+        if (memcmp(hit - zeros, sync_bytes, zeros) == 0)
+            return hit - zeros;
+        at = static_cast<size_t>(hit - bytes.data()) + sizeof sync_bytes;
+    }
+    return nullptr;
+}
+
 bool opens_a_frame(const kmr_frame_header& header) {
     const int32_t what = rec_ValidFrame(&header, 0);
     return what == KMR_FRAME_ORDINARY || what == KMR_FRAME_INSERTED;
@@ -40,9 +56,8 @@ std::optional<uint64_t> frame_search::next_sync(uint64_t from, uint64_t to) {
     while (to - from >= sizeof sync_bytes) {
         const auto wanted = static_cast<size_t>(std::min<uint64_t>(to - from, window::most_viewed));
         const std::span<const uint8_t> bytes = recording_.view_some(from, sizeof sync_bytes, wanted);
-        const void* hit = memmem(bytes.data(), bytes.size(), sync_bytes, sizeof sync_bytes);
-        if (hit != nullptr)
-            return from + static_cast<uint64_t>(static_cast<const uint8_t*>(hit) - bytes.data());
+        if (const uint8_t* const hit = find_sync(bytes))
+            return from + static_cast<uint64_t>(hit - bytes.data());
         from += bytes.size() - (sizeof sync_bytes - 1);
     }
     return {};

@@ -52,6 +52,17 @@ TEST(BehindDamageTest, ALoneFrameStandsBetweenItsNeighboursByNumberAndStamp) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +344 #8 t280"));
 }
 
+TEST(BehindDamageTest, ALastByteOfASyncWordInFrontOfOneHidesNothing) {
+    for (size_t distance = 1; distance <= 8; ++distance) {
+        bytes file = recording_of(sound_frames(10));
+        break_header(file, 528);
+        file.at(624 - distance) = 0x02;
+        EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #6 t200")) << distance;
+        std::fill(file.begin() + 560, file.begin() + 624, uint8_t{0x02});
+        EXPECT_THAT(found(file), ElementsAre("bytes-torn @528 +96 #6 t200")) << distance;
+    }
+}
+
 // --- a header that claims exactly the rest ---
 
 // The fourth frame, which stands at 432, reaches to `end`.
