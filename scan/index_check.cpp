@@ -70,11 +70,20 @@ size_t index_check::frames_until(uint64_t record) {
     return 0;
 }
 
+// No other frame that has a record stands between it and the next break.
+bool index_check::front_stands_alone() const {
+    for (size_t ahead = 1; ahead < waiting_.size(); ++ahead)
+        if (waiting_[ahead].begins_anew() || !waiting_[ahead].record_optional)
+            return waiting_[ahead].begins_anew();
+    return false;
+}
+
 // Whether records and frames agree again a little further on. Behind the next break nothing is told of those in front
 // of it, unless the front frame stands alone there.
 bool index_check::falls_in_step() {
+    const bool alone = front_stands_alone();
     for (size_t ahead = 1; ahead < waiting_.size(); ++ahead) {
-        if (ahead > 1 && waiting_[ahead].begins_anew() && !waiting_[1].begins_anew())
+        if (waiting_[ahead].begins_anew() && !alone)
             break;
         for (size_t skipped = 1; skipped <= most_waiting; ++skipped)
             if (names(record_ + skipped, waiting_[ahead]))
@@ -162,9 +171,7 @@ bool index_check::settle_chance() {
         return false;
     if (follows_numbers())
         return true;
-    if (waiting_[1].begins_anew())
-        return false;
-    if (falls_in_step())
+    if (front_stands_alone() || falls_in_step())
         return false;
     if (follows_shift())
         return true;

@@ -56,6 +56,7 @@ private:
     bool names(uint64_t record, const indexed_frame& frame);
     size_t records_until(const indexed_frame& frame);
     size_t frames_until(uint64_t record);
+    bool front_stands_alone() const;
     bool falls_in_step();
     bool follows_shift();
     shift_search::question distance_question();

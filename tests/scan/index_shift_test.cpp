@@ -201,6 +201,24 @@ TEST(IndexShiftTest, BehindManyFramesThatStandThereTwice) {
                             astray(file, 23)));
 }
 
+// The I-frame 1 stands there twice, each time with a record, and behind it P-frames with an I-frame's picture that need
+// none, the second where the numbers leap: what comes behind tells nothing of the one in front.
+TEST(IndexShiftTest, ARepeatedFrameWithARecordOfItsOwnIsNotMissing) {
+    frames all = sound_frames(5);
+    const frames again = {all[0], all[1], all[1], all[0]};
+    const size_t copy = all.size();
+    all.insert(all.end(), again.begin(), again.end());
+    for (size_t i = copy + 1; i < all.size(); ++i)
+        all[i].video = scan_test::i_video();
+    for (size_t i = copy + 2; i < all.size(); ++i) {
+        all[i].number = static_cast<uint32_t>(20 + i);
+        all[i].time_stamp = static_cast<uint32_t>(5000 + 40 * i);
+    }
+    const std::vector<std::string> told = found(recording_of(all));
+    EXPECT_THAT(told, testing::Contains(testing::StartsWith("frames-repeated @624 ")));
+    EXPECT_THAT(told, testing::Not(testing::Contains(testing::StartsWith("index-"))));
+}
+
 TEST(IndexShiftTest, OfRecordsWhoseFramesAreCutOffInFrontOfTheIndex) {
     scan_test::records index;
     frames all = sound_frames(5 * i_frames);
