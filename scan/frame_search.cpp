@@ -63,12 +63,14 @@ std::optional<uint64_t> frame_search::next_sync(uint64_t from, uint64_t to) {
     return {};
 }
 
+// Of a header that the recording ends in, what is there begins as one.
 bool frame_search::is_followed(uint64_t end) {
     if (end == index_.frames_end())
         return true;
     kmr_frame_header next = {};
-    if (!recording_.load(end, next))
-        return false;
+    if (const uint64_t room = index_.frames_end() - end; room < sizeof next)
+        return next_sync(end, end + std::min<uint64_t>(room, sizeof sync_bytes)).has_value();
+    recording_.load(end, next);
     return is_a_header(next) || index_.begins_at(end, next) == index_places::proof::established;
 }
 
@@ -82,7 +84,7 @@ bool frame_search::goes_on_at(uint64_t offset, const kmr_frame_header& header, c
     return end <= index_.frames_end() && is_followed(end);
 }
 
-// A block whose sync word is gone meets no search for it; its trailer still names it.
+// A block whose sync word is gone meets no search for it; its trailer still names it. Frames within prove that wrong.
 std::optional<uint64_t> frame_search::named_index(uint64_t from, uint64_t to) {
     const std::optional<uint64_t> named = index_.named();
     if (!named || *named < from || *named >= to)
@@ -95,11 +97,7 @@ std::optional<uint64_t> frame_search::named_index(uint64_t from, uint64_t to) {
 good_place frame_search::next_good(uint64_t from, const clues& known) {
     using kind = good_place::kind;
     const uint64_t end = index_.frames_end();
-    uint64_t passed = from;
     for (auto hit = next_sync(from, end); hit; hit = next_sync(*hit + sizeof sync_bytes, end)) {
-        if (const auto named = named_index(passed, *hit))
-            return {.what = kind::index, .offset = *named, .header = {}};
-        passed = *hit;
         kmr_frame_header header = {};
         if (end - *hit < sizeof header)
             break;
@@ -112,7 +110,7 @@ good_place frame_search::next_good(uint64_t from, const clues& known) {
     }
     if (index_.expected())
         return {.what = kind::index, .offset = end, .header = {}};
-    if (const auto named = named_index(passed, end))
+    if (const auto named = named_index(from, end))
         return {.what = kind::index, .offset = *named, .header = {}};
     return {.what = kind::end, .offset = end, .header = {}};
 }

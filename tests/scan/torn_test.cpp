@@ -43,6 +43,35 @@ TEST(BehindDamageTest, AFrameTheFileEndsBehindHasNoSuccessor) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +202"));
 }
 
+// Of the index, 212 bytes from 1160 on, 150 are lost: the trailer names 1010, in the middle of the frame in front.
+TEST(BehindDamageTest, AFrameProvesTheTrailerWrong) {
+    bytes file = recording_of(sound_frames(10));
+    file.erase(file.begin() + 1160 + 44, file.begin() + 1160 + 44 + 150);
+    break_header(file, 968);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +96 #10 t360", "index-torn @1160 +62"));
+}
+
+// What follows the last frame is cut, or ends in front of an index. What stands there instead is none of it.
+TEST(BehindDamageTest, OfATornHeaderTheSyncWordIsEnough) {
+    const bytes whole = recording_of(sound_frames(10));
+    for (const std::ptrdiff_t length : {4, 31}) {
+        SCOPED_TRACE(length);
+        bytes file = whole;
+        const bytes torn(whole.begin() + 1064, whole.begin() + 1064 + length);
+        file.insert(file.begin() + 1160, torn.begin(), torn.end());
+        break_header(file, 968);
+        const std::string rest = "@1160 +" + std::to_string(length);
+        EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +96 #10 t360", "bytes-torn " + rest));
+        file.resize(1160 + static_cast<size_t>(length));
+        EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +96 #10 t360", "frame-torn-at-end " + rest));
+    }
+    bytes file = whole;
+    const uint8_t no_sync_word[] = {0, 0, 0};
+    file.insert(file.begin() + 1160, std::begin(no_sync_word), std::end(no_sync_word));
+    break_header(file, 968);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +195"));
+}
+
 TEST(BehindDamageTest, ALoneFrameStandsBetweenItsNeighboursByNumberAndStamp) {
     bytes file = recording_of(sound_frames(10));
     break_header(file, 528);
