@@ -46,13 +46,14 @@ bool is_torn_at(const scan::report& judged, const std::optional<uint64_t>& offse
 
 class planner {
 public:
-    explicit planner(scan::byte_source& source) : source_(source) {}
+    explicit planner(scan::byte_source& source) : source_(source), seen_(source) {}
 
     repair_plan run();
 
 private:
-    scan::report look_at(with_other_headers& seen);
-    void look_again(with_other_headers& seen);
+    void look_at();
+    void seen_without_last_frame();
+    void look_again();
     plan_status assemble();
     void plan_index();
     bool index_changes() const;
@@ -62,10 +63,11 @@ private:
     bool plan_header();
     void tell_rest();
     plan_status prove();
-    const scan::report& before() const { return plan_.before; }
-    bool header_is_valid() const { return before().header.state == scan::header_state::valid; }
+    bool header_is_valid() const { return judged_.header.state == scan::header_state::valid; }
 
     scan::byte_source& source_;
+    with_other_headers seen_;
+    scan::report judged_ = {}; // as it is seen now
     frame_plan::result found_ = frame_plan::result();
     repair_plan plan_ = {};
     new_index index_ = {};
@@ -73,12 +75,15 @@ private:
     bool index_is_wrong_ = false; // once the header is valid that it is held against
 };
 
-scan::report planner::look_at(with_other_headers& seen) {
-    frame_plan frames(source_.size(), source_.size() <= four_gib, seen.stamps());
-    scan::report judged = scan::judge(seen, {}, &frames);
+void planner::look_at() {
+    frame_plan frames(source_.size(), source_.size() <= four_gib, seen_.stamps());
+    judged_ = scan::judge(seen_, {}, &frames);
     frames.finish();
     found_ = frames.take();
-    return judged;
+    if (seen_.left_out() > 0) {
+        found_.regions.push_back({region_action::cut, seen_.gap(), seen_.left_out(), {}});
+        found_.planned.set_new_size(seen_.size());
+    }
 }
 
 // Where the bytes behind the last frame are cut it claims exactly what is left, and a frame that does is looked into:
@@ -86,26 +91,46 @@ scan::report planner::look_at(with_other_headers& seen) {
 // that are wrong are set before anything else is planned by them.
 repair_plan planner::run() {
     constexpr int most_looks = 8;
-    with_other_headers seen(source_);
-    plan_.before = look_at(seen);
+    look_at();
+    plan_.before = judged_;
     plan_.status = assemble();
     for (int i = 1; i < most_looks && (last_is_none_ || !found_.wrong_stamps.empty()); ++i) {
+        seen_.set(found_.wrong_stamps);
         if (last_is_none_)
-            seen.break_lengths(*found_.last_frame);
-        seen.set(found_.wrong_stamps);
-        look_again(seen);
+            seen_without_last_frame();
+        else
+            look_again();
     }
     if (index_is_wrong_)
-        look_again(seen);
+        look_again();
     return std::move(plan_);
 }
 
-void planner::look_again(with_other_headers& seen) {
-    scan::report judged = look_at(seen);
+// What was cut behind it may belong to the frames within it; or the last of these is one only where the index, or the end,
+// stands behind it.
+void planner::seen_without_last_frame() {
+    const uint64_t from = found_.frames_end;
+    const uint64_t to = found_.old_index ? found_.old_index->offset : source_.size();
+    seen_.break_lengths(*found_.last_frame);
+    look_again();
+    if (seen_.left_out() > 0)
+        return;
+    const uint64_t kept = found_.ordinary + found_.inserted;
+    seen_.leave_out(from, to);
+    look_again();
+    if (found_.ordinary + found_.inserted > kept)
+        return;
+    seen_.leave_out(from, from);
+    look_again();
+}
+
+// What was found at first is told, what is done goes by what is seen now.
+void planner::look_again() {
     scan::report first_look = std::move(plan_.before);
-    first_look.changed = first_look.changed || judged.changed;
+    look_at();
+    first_look.changed = first_look.changed || judged_.changed;
     plan_ = {};
-    plan_.before = judged.judged == scan::verdict::unreadable ? std::move(judged) : std::move(first_look);
+    plan_.before = judged_.judged == scan::verdict::unreadable ? judged_ : std::move(first_look);
     index_ = {};
     last_is_none_ = false;
     plan_.status = assemble();
@@ -125,7 +150,7 @@ bool planner::is_lost(uint32_t position) const {
 bool planner::index_changes() const {
     if (source_.size() > four_gib)
         return false;
-    if (index_is_wrong_ || has_index_error(before()) || !found_.old_index ||
+    if (index_is_wrong_ || has_index_error(judged_) || seen_.leaves_out_within() || !found_.old_index ||
         found_.old_index->state != scan::index_state::whole || found_.frames_end != found_.old_index->offset)
         return true;
     return !found_.planned.empty() && !index_.is_the_old_one();
@@ -134,12 +159,12 @@ bool planner::index_changes() const {
 void planner::plan_index() {
     index_ = std::move(found_.index);
     if (found_.old_index && source_.size() <= four_gib)
-        index_.take_old(source_, *found_.old_index, [&](uint32_t position) { return is_lost(position); });
+        index_.take_old(seen_, *found_.old_index, [&](uint32_t position) { return is_lost(position); });
 }
 
 void planner::tell_index() {
-    plan_.index_records = before().index.records;
-    plan_.tags_kept = before().index.tags;
+    plan_.index_records = judged_.index.records;
+    plan_.tags_kept = judged_.index.tags;
     plan_.beyond_4_gib = source_.size() > four_gib;
     if (!plan_.index_rewritten)
         return;
@@ -156,19 +181,19 @@ void planner::tell_rest() {
     if (!found_.behind_index || !plan_.index_rewritten)
         return;
     const scan::trailing_event& rest = *found_.behind_index;
-    found_.regions.push_back({region_action::cut, rest.offset, rest.length, {}});
-    behind_index behind(source_, rest);
+    found_.regions.push_back({region_action::cut, seen_.place_of(rest.offset), rest.length, {}});
+    behind_index behind(seen_, rest);
     plan_.frames_behind_index = scan::judge(behind).frames.total;
 }
 
 std::optional<kmr_file_header> planner::right_header() const {
     if (header_is_valid()) {
-        kmr_file_header header = before().header.header;
+        kmr_file_header header = judged_.header.header;
         header.FrameCount = static_cast<uint32_t>(found_.ordinary);
         return header;
     }
-    return header_from({.size = before().proven_size,
-                        .codec = found_.is_jpeg ? scan::video_codec::mjpeg : before().codec,
+    return header_from({.size = judged_.proven_size,
+                        .codec = found_.is_jpeg ? scan::video_codec::mjpeg : judged_.codec,
                         .step_ms = found_.step_ms,
                         .start_ms = index_.start_ms(),
                         .frames = static_cast<uint32_t>(found_.ordinary)});
@@ -177,7 +202,7 @@ std::optional<kmr_file_header> planner::right_header() const {
 // What the header counts is set right where anything else is, and where it is all that is wrong.
 bool planner::plan_header() {
     const bool counts_wrong =
-        has(before(), finding_code::frame_count_wrong) || has(before(), finding_code::total_size_wrong);
+        has(judged_, finding_code::frame_count_wrong) || has(judged_, finding_code::total_size_wrong);
     if (header_is_valid() && found_.planned.empty() && !plan_.index_rewritten && !counts_wrong)
         return true;
     auto header = right_header();
@@ -185,7 +210,7 @@ bool planner::plan_header() {
         return false; // uncovered: as above
     header->TotalSize = static_cast<uint32_t>(found_.planned.new_size());
     const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(&*header), sizeof *header);
-    const kmr_file_header& old = before().header.header;
+    const kmr_file_header& old = judged_.header.header;
     if (!header_is_valid()) {
         plan_.regions.insert(plan_.regions.begin(),
                              {region_action::rebuild_header, 0, KMR_FILE_HEADER_SIZE, {}});
@@ -200,12 +225,12 @@ bool planner::plan_header() {
 plan_status planner::assemble() {
     if (found_.obstacle != plan_obstacle::none)
         return plan_status::too_damaged;
-    if (before().judged == scan::verdict::unreadable)
+    if (judged_.judged == scan::verdict::unreadable)
         return plan_status::unreadable;
-    if (before().changed)
+    if (judged_.changed)
         return plan_status::changing;
-    if (before().judged == scan::verdict::not_a_recording ||
-        before().header.state == scan::header_state::too_short)
+    if (judged_.judged == scan::verdict::not_a_recording ||
+        judged_.header.state == scan::header_state::too_short)
         return plan_status::not_a_recording;
     std::stable_sort(found_.regions.begin(), found_.regions.end(),
                      [](const region& left, const region& right) { return left.offset < right.offset; });
@@ -250,7 +275,7 @@ plan_status planner::prove() {
     plan_.frames_without_video = found_.without_video;
     plan_.frames_covered = found_.frames_covered;
     plan_.rebuild_stops = found_.rebuild_stops;
-    plan_.errors_left = errors_in(before());
+    plan_.errors_left = errors_in(judged_);
     if (plan_.planned.empty())
         return plan_status::nothing_to_do;
     changed_source mended(source_, plan_.planned);

@@ -26,12 +26,28 @@ void with_other_headers::set(const std::vector<right_stamp>& stamps) {
     stamps_ = std::move(all);
 }
 
+void with_other_headers::leave_out(uint64_t from, uint64_t to) {
+    gap_ = from;
+    left_out_ = to - from;
+}
+
+scan::read_result with_other_headers::read_pieces(uint64_t offset, std::span<uint8_t> into) {
+    if (offset >= gap_ || into.size() <= gap_ - offset)
+        return source_.read_at(place_of(offset), into);
+    const auto in_front = static_cast<size_t>(gap_ - offset);
+    const scan::read_result read = source_.read_at(offset, into.first(in_front));
+    if (read.failed() || read.count < in_front)
+        return read;
+    const scan::read_result more = source_.read_at(gap_ + left_out_, into.subspan(in_front));
+    return more.failed() ? more : scan::read_result{.count = read.count + more.count, .error = 0};
+}
+
 scan::read_result with_other_headers::read_at(uint64_t offset, std::span<uint8_t> into) {
     // A frame that ends within its own header and has more audio than any recording has room for.
     constexpr uint8_t length[] = {1, 0, 0, 0};
     constexpr uint8_t audio[] = {0xFF, 0xFF, 0xFF, 0xFF};
     constexpr uint64_t place = offsetof(kmr_frame_header, TimeStamp);
-    const scan::read_result read = source_.read_at(offset, into);
+    const scan::read_result read = read_pieces(offset, into);
     const std::span<uint8_t> bytes = into.first(read.count);
     auto stamp = std::partition_point(stamps_.begin(), stamps_.end(), [&](const right_stamp& each) {
         return each.offset + KMR_FRAME_HEADER_SIZE <= offset;

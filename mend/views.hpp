@@ -13,8 +13,8 @@
 
 namespace kmr::mend {
 
-// Some headers have lengths that contradict each other, so that nothing proves others, and some another stamp. A header
-// without lengths still is one: the frame in front of it may be believed for it alone.
+// Some headers have lengths that contradict each other, so that nothing proves others, some another stamp, and some bytes
+// are left out. A header without lengths still is one: the frame in front of it may be believed for it alone.
 class with_other_headers final : public scan::byte_source {
 public:
     explicit with_other_headers(scan::byte_source& source) : source_(source) {}
@@ -22,12 +22,22 @@ public:
     void set(const std::vector<right_stamp>& stamps); // those from before stay
     std::span<const right_stamp> stamps() const { return stamps_; }
 
-    uint64_t size() const override { return source_.size(); }
+    void leave_out(uint64_t from, uint64_t to); // and no others
+    uint64_t gap() const { return gap_; }
+    uint64_t left_out() const { return left_out_; }
+    bool leaves_out_within() const { return left_out_ > 0 && gap_ + left_out_ < source_.size(); }
+    uint64_t place_of(uint64_t offset) const { return offset < gap_ ? offset : offset + left_out_; }
+
+    uint64_t size() const override { return source_.size() - left_out_; }
     scan::read_result read_at(uint64_t offset, std::span<uint8_t> into) override;
     scan::source_change change() const override { return source_.change(); }
 
 private:
+    scan::read_result read_pieces(uint64_t offset, std::span<uint8_t> into);
+
     scan::byte_source& source_;
+    uint64_t gap_ = 0; // where bytes are left out
+    uint64_t left_out_ = 0;
     std::vector<uint64_t> without_lengths_ = {};
     std::vector<right_stamp> stamps_ = {}; // by offset
 };

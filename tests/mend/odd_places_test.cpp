@@ -122,6 +122,28 @@ TEST(OddPlacesTest, AFrameThatReachesOverAWholeAndATornOneIsNone) {
     expect_mended(original, file, {1, 2, 3, 4, 5, 7});
 }
 
+// P7, at 776, claims all up to `end`, and these bytes stand there.
+bytes reaching(bytes file, uint32_t end, size_t stray) {
+    recording::put_u32(file, 776 + 4, end - 776);
+    recording::put_u32(file, 776 + 20, end - 776 - 32);
+    return inserted(file, end, stray, 0x5A);
+}
+
+// Of ten frames the index stands at 1160 and ends at 1372. With the stray bytes gone P10 is followed by something again.
+TEST(OddPlacesTest, AFrameThatReachesToStrayBytesOverTheLastOnesIsNone) {
+    const bytes original = scan_test::recording_of(scan_test::sound_frames(10));
+    bytes file = reaching(original, 1160, 50); // in front of the index
+    EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @776 +96", "cut @1160 +50"));
+    EXPECT_EQ(index_rows(mended(file)).size(), 2U);
+    expect_mended(original, file, {1, 2, 3, 4, 5, 6, 8, 9, 10});
+    file = reaching(cut(original, 1160), 1160, 50); // without an index
+    EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @776 +96", "cut @1160 +50"));
+    expect_mended(original, file, {1, 2, 3, 4, 5, 6, 8, 9, 10});
+    file = reaching(original, 1372, 50); // behind the index
+    EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @776 +96", "cut @1372 +50"));
+    expect_mended(original, file, {1, 2, 3, 4, 5, 6, 8, 9, 10});
+}
+
 // The stamps rise by 40 from 1000, so all four I-frames of twenty lie within the first second. The sixth, at 624, has a stamp
 // 899 s ahead, and whoever wrote the index took its time from that.
 TEST(OddPlacesTest, AFrameWhoseStampIsSetGetsTheTimeOfThatStamp) {

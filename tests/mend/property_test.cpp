@@ -36,7 +36,7 @@ public:
     void hurt(bytes& file) {
         const size_t at = place(file);
         const size_t length = std::min<size_t>(1 + below(below(3) == 0 ? 400 : 40), file.size() - at);
-        switch (below(7)) {
+        switch (below(10)) {
         case 0:
             overwrite(file, at, length, static_cast<uint8_t>(below(256)));
             break;
@@ -53,6 +53,15 @@ public:
         case 4:
             file = cut(file, std::max<size_t>(at, 88));
             break;
+        case 5:
+            file = doubled(file, at, length);
+            break;
+        case 6:
+            set_words(file, below(2) == 0 ? 12 : 16);
+            break;
+        case 7:
+            claim(file);
+            break;
         default:
             file[at] = static_cast<uint8_t>(below(256));
             break;
@@ -62,6 +71,53 @@ public:
     uint32_t below(size_t limit) { return static_cast<uint32_t>(random_() % limit); }
 
 private:
+    static bytes doubled(const bytes& file, size_t at, size_t length) {
+        bytes longer = file;
+        const auto from = file.begin() + static_cast<std::ptrdiff_t>(at);
+        longer.insert(longer.begin() + static_cast<std::ptrdiff_t>(at), from,
+                      from + static_cast<std::ptrdiff_t>(length));
+        return longer;
+    }
+
+    static std::vector<size_t> headers_of(const bytes& file) {
+        const uint8_t sync[] = {0, 0, 0, 2};
+        std::vector<size_t> headers;
+        for (auto from = file.begin();; ++from) {
+            from = std::search(from, file.end(), std::begin(sync), std::end(sync));
+            if (file.end() - from < 32)
+                return headers;
+            headers.push_back(static_cast<size_t>(from - file.begin()));
+        }
+    }
+
+    // Of one to four headers in a row.
+    void set_words(bytes& file, size_t field) {
+        const std::vector<size_t> headers = headers_of(file);
+        if (headers.empty())
+            return;
+        const size_t first = below(headers.size());
+        const size_t end = std::min<size_t>(first + 1 + below(4), headers.size());
+        for (size_t i = first; i < end; ++i) {
+            const uint32_t word = recording::get_u32(file, headers[i] + field);
+            const uint32_t words[] = {0, below(SIZE_MAX), word + below(400) - 200, word + 100'000};
+            recording::put_u32(file, headers[i] + field, words[below(4)]);
+        }
+    }
+
+    // A header that reaches to another one, or to the end.
+    void claim(bytes& file) {
+        std::vector<size_t> places = headers_of(file);
+        if (places.empty())
+            return;
+        places.push_back(file.size());
+        const size_t first = below(places.size() - 1);
+        const size_t at = places[first];
+        const size_t length = places[first + 1 + below(places.size() - 1 - first)] - at;
+        const uint32_t audio = static_cast<uint32_t>(audio_ * 20);
+        recording::put_u32(file, at + 4, static_cast<uint32_t>(length));
+        recording::put_u32(file, at + 20, static_cast<uint32_t>(length) - 32 - audio);
+    }
+
     // More often than not within a header.
     size_t place(const bytes& file) {
         const uint8_t sync[] = {0, 0, 0, 2};
