@@ -163,12 +163,13 @@ verdict judgement::judge_verdict() const {
 
 // One finding says it all: the header's.
 void judgement::clear_for_no_recording() {
-    std::erase_if(result_.findings, [](const finding& each) {
-        return each.code != finding_code::header_short && each.code != finding_code::header_implausible;
-    });
-    result_.found = {};
-    for (const finding& each : result_.findings)
-        ++result_.found[static_cast<size_t>(each.code)];
+    const auto is_another = [](finding_code code) {
+        return code != finding_code::header_short && code != finding_code::header_implausible;
+    };
+    std::erase_if(result_.findings, [&](const finding& each) { return is_another(each.code); });
+    for (size_t code = 0; code < finding_code_count; ++code)
+        if (is_another(static_cast<finding_code>(code)))
+            result_.found[code] = 0;
     result_.findings_left_out = 0;
     result_.frames = {};
     result_.index = {};

@@ -31,6 +31,13 @@ TEST(ShowTest, FillsAScreen) {
               "  user data     none\n");
 }
 
+TEST(ShowTest, SaysWhyAFileIsNoRecording) {
+    const workplace place;
+    place.folder().write_text("notes", "no recording");
+    EXPECT_EQ(place.kmr({"show", "notes"}).out.substr(0, 52),
+              "notes\n  verdict       not a recording: header-short\n");
+}
+
 TEST(ShowTest, WritesAnObjectALine) {
     const workplace place;
     place.compose("a.kmr",
