@@ -117,17 +117,16 @@ public:
         const scan::report judged = judge_and_tell(source, printing);
         if (judged.judged != scan::verdict::not_a_recording)
             printing.begin();
+        with.out.flush(); // so that messages stand behind the rows where both go to one place
         if (judged.start_ms && start_ms && *judged.start_ms != *start_ms)
             with.err.say(options_.path, "the times count from " + with.clock().iso(*start_ms) +
                                             "; by the whole recording it began at " +
                                             with.clock().iso(*judged.start_ms));
         const std::string problem = problem_of(judged);
-        if (!problem.empty()) {
-            with.out.flush();
+        if (!problem.empty())
             with.err.say(options_.path, problem);
-        } else if (judged.judged == scan::verdict::not_a_recording) {
+        else if (judged.judged == scan::verdict::not_a_recording)
             with.err.say(options_.path, "not a recording");
-        }
         return status_of(judged);
     }
 

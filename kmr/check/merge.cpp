@@ -32,6 +32,7 @@ public:
                 to += " taken over\n";
                 with.out.keep_small();
             } catch (const store::store_error& error) {
+                with.out.flush(); // so that the message stands behind the lines where both go to one place
                 with.err.say(error.what());
                 status = exit_status::failed;
             }

@@ -101,6 +101,13 @@ TEST_F(OddPlacesTest, AMergeTellsOfEachThatIsNone) {
     EXPECT_EQ(run.out, "good.db: 1 taken over\n");
 }
 
+TEST_F(OddPlacesTest, AMergeTellsThingsInTheirOrder) {
+    place_.compose("a.kmr");
+    ASSERT_EQ(place_.kmr({"check", "--db", "good.db", "a.kmr"}).status, 0);
+    EXPECT_EQ(place_.shell("\"$1\" merge all.db good.db none.db 2>&1").out,
+              "good.db: 1 taken over\nkmr: none.db: No such file or directory\n");
+}
+
 TEST_F(OddPlacesTest, AMergeOfNothingMakesNothing) {
     EXPECT_EQ(place_.kmr({"merge", "all.db", "missing.db"}).status, 2);
     EXPECT_FALSE(std::filesystem::exists(place_.folder().path() / "all.db"));
