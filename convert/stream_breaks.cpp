@@ -18,6 +18,11 @@ bool has_units(scan::video_codec codec) {
     return codec == scan::video_codec::h264 || codec == scan::video_codec::h265;
 }
 
+// Of a frame that has told nothing so far: units that were not looked at to their end may do so yet.
+bool tells_no_coding(const scan::seen_frame& seen) {
+    return seen.frame.header.VideoSize != 0 && !(seen.look->starts_with_unit && seen.look->cut);
+}
+
 } // namespace
 
 void stream_breaks::take(const scan::header_event& header) {
@@ -145,11 +150,15 @@ bool stream_breaks::is_damaged(const scan::seen_frame& seen) const {
 }
 
 void stream_breaks::take_start(const scan::seen_frame& seen, stream_frame& frame) {
-    if (codec_ == scan::video_codec::mjpeg)
+    if (codec_ == scan::video_codec::mjpeg) {
         whole_start_seen_ = whole_start_seen_ || begins_as_jpeg(seen.frame.payload);
-    if (has_units(codec_)) {
+        if (is_waiting_)
+            settle(false);
+    } else if (has_units(codec_)) {
         whole_start_seen_ = whole_start_seen_ || seen.look->has_all_sets();
         settle_sets(frame, sets_in(codec_, seen.frame.long_payload));
+    } else { // damaged, where a later one tells how the video is coded
+        is_waiting_ = is_waiting_ || (!keep_damaged_ && tells_no_coding(seen));
     }
     broken_.reset();
     pass(frame);

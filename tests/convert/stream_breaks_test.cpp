@@ -213,6 +213,28 @@ TEST(StreamBreaksTest, MissingParameterSetsBreakIt) {
     EXPECT_EQ(extract(scan_test::recording_of(some)).taken, range(1, 20)); // it never has any
 }
 
+TEST(StreamBreaksTest, AFirstIFrameThatTellsNoCodingIsDamaged) {
+    for (const size_t size : {100U, 500000U}) {
+        frames some = sound_frames(20);
+        some[0].video.assign(size, 0x55);
+        const bytes file = scan_test::recording_of(some);
+        const outcome of = extract(file);
+        EXPECT_EQ(of.taken, range(6, 20));
+        EXPECT_EQ(of.left(left_out::damaged), 1U);
+        EXPECT_EQ(of.left(left_out::behind_damage), 4U);
+        EXPECT_EQ(extract(file, keep).taken, range(1, 20));
+        some[5].video = some[0].video;
+        EXPECT_EQ(extract(scan_test::recording_of(some)).taken, range(11, 20));
+    }
+}
+
+TEST(StreamBreaksTest, AFirstIFrameWithALongUnitInFrontMayTellItsCodingYet) {
+    frames some = sound_frames(20);
+    some[0].video.assign(500000, 0xAA);
+    std::copy_n(std::begin({0, 0, 0, 1, 6}), 5, some[0].video.begin()); // in H.264 and H.265
+    EXPECT_EQ(extract(scan_test::recording_of(some)).taken, range(1, 20));
+}
+
 TEST(StreamBreaksTest, NewParameterSetsAreBelievedWhenTheyStay) {
     const bytes other = scan_test::h264_sequence_set(40, 30, 0);
     frames some = sound_frames(20);
@@ -311,6 +333,10 @@ TEST(StreamBreaksTest, MjpegByTheHeaderOrByItsData) {
     EXPECT_EQ(extract(file).result.codec, kmr::scan::video_codec::mjpeg);
     file[header_of(8) + 32] = 0;
     EXPECT_EQ(extract(file).taken, without(range(1, 10), 8, 10));
+    some[0].video[0] = 0;
+    const outcome of = extract(scan_test::recording_of(some));
+    EXPECT_EQ(of.taken, range(6, 10));
+    EXPECT_EQ(of.left(left_out::damaged), 1U);
 }
 
 TEST(StreamBreaksTest, AFrameOfSoundAloneBreaksNothing) {
@@ -321,6 +347,9 @@ TEST(StreamBreaksTest, AFrameOfSoundAloneBreaksNothing) {
     const outcome of = extract(scan_test::recording_of(some));
     EXPECT_EQ(of.taken, range(1, 10));
     EXPECT_EQ(of.audio, bytes(80, 0xBB));
+    some = sound_frames(10);
+    some[0].video.clear();
+    EXPECT_EQ(extract(scan_test::recording_of(some)).taken, range(1, 10));
 }
 
 } // namespace
