@@ -13,6 +13,7 @@ namespace {
 
 constexpr int64_t least_limit_ms = 2000;
 constexpr int64_t limit_factor = 4;
+constexpr int64_t most_numbers = 64; // from one side to the other, those that are missing among them
 
 int64_t distance(const kmr_frame_header& from, const kmr_frame_header& to) {
     return scan::wrapped_distance(from.TimeStamp, to.TimeStamp);
@@ -38,67 +39,75 @@ void stamp_line::settle_front() {
     accept_front();
 }
 
-// Of the first that wait, up to where the numbers do not go on: those whose going leaves the most usual way past them, and
-// of these the fewest.
+// Of the first that wait, as far as their numbers rise: those whose going leaves the most usual way past them, and of
+// these the fewest.
 size_t stamp_line::count_wrong() const {
-    const auto goes_on = [&](size_t at) {
-        return waiting_[at].header.FrameNo == before_->header.FrameNo + 1 + static_cast<uint32_t>(at);
-    };
     size_t best = 0;
-    for (size_t count = 1; count < waiting_.size() && goes_on(count - 1) && goes_on(count); ++count)
+    for (size_t count = 1; count < waiting_.size() && rises_to(count - 1) && rises_to(count); ++count)
         if (are_wrong(count) && (best == 0 || error_past(count) < error_past(best)))
             best = count;
     return best;
 }
 
-int64_t stamp_line::longest(size_t steps) const {
-    const int64_t one =
-        std::max({least_limit_ms, limit_factor * 1000 / frame_rate_, limit_factor * usual_step_});
-    return one * static_cast<int64_t>(std::max<size_t>(steps, 2)) / 2;
+bool stamp_line::rises_to(size_t at) const {
+    const stamped& in_front = at == 0 ? *before_ : waiting_[at - 1];
+    const int64_t numbers = steps(in_front, waiting_[at]);
+    return numbers > 0 && numbers <= most_numbers && steps(*before_, waiting_[at]) <= most_numbers;
 }
 
-bool stamp_line::fits(const stamped& from, const stamped& to, size_t steps) const {
+int64_t stamp_line::longest(int64_t numbers) const {
+    const int64_t one =
+        std::max({least_limit_ms, limit_factor * 1000 / frame_rate_, limit_factor * usual_step_});
+    return one * std::max<int64_t>(numbers, 2) / 2;
+}
+
+int64_t stamp_line::steps(const stamped& from, const stamped& to) {
+    return scan::wrapped_distance(from.header.FrameNo, to.header.FrameNo);
+}
+
+bool stamp_line::fits(const stamped& from, const stamped& to) const {
     const int64_t step = distance(from.header, to.header);
-    return step >= 0 && step <= longest(steps);
+    return step >= 0 && step <= longest(steps(from, to));
 }
 
 // The first `count` that wait: each is out of line with the frame in front of them or with the one behind, while those
 // two are in line with each other.
 bool stamp_line::are_wrong(size_t count) const {
     const stamped& behind = waiting_[count];
-    if (!fits(*before_, behind, count + 1))
+    if (!fits(*before_, behind))
         return false;
     for (size_t i = 0; i < count; ++i)
-        if (fits(*before_, waiting_[i], i + 1) && fits(waiting_[i], behind, count - i))
+        if (fits(*before_, waiting_[i]) && fits(waiting_[i], behind))
             return false;
     // One alone that ran back, or leapt, needs no further proof.
-    return (count == 1 && !fits(*before_, waiting_[0], 1)) || usual_step_proves(count);
+    return (count == 1 && !fits(*before_, waiting_[0])) || usual_step_proves(count);
 }
 
 // A clock that was set goes on with its usual step, and one frame that only ran ahead makes the next one look wrong: the
 // steps into the frames and out of them must be less usual than the way past them.
 bool stamp_line::usual_step_proves(size_t count) const {
     const int64_t past = error_past(count);
-    return past < error(*before_, waiting_[0], 1) && past < error(waiting_[count - 1], waiting_[count], 1);
+    return past < error(*before_, waiting_[0]) && past < error(waiting_[count - 1], waiting_[count]);
 }
 
 int64_t stamp_line::error_past(size_t count) const {
-    return error(*before_, waiting_[count], count + 1);
+    return error(*before_, waiting_[count]);
 }
 
-int64_t stamp_line::error(const stamped& from, const stamped& to, size_t steps) const {
+int64_t stamp_line::error(const stamped& from, const stamped& to) const {
     const int64_t usual = usual_step_ > 0 ? usual_step_ : 1000 / frame_rate_;
-    return std::abs(distance(from.header, to.header) - usual * static_cast<int64_t>(steps));
+    return std::abs(distance(from.header, to.header) - usual * steps(from, to));
 }
 
-// Evenly between those on both sides. Those that still wait are then in line.
+// Evenly, by their numbers, between those on both sides. Those that still wait are then in line.
 void stamp_line::set_right(size_t count) {
     const kmr_frame_header& behind = waiting_[count].header;
-    const int64_t whole = distance(before_->header, behind);
+    const stamped& front = *before_;
+    const int64_t whole = distance(front.header, behind);
     for (size_t i = 0; i < count; ++i) {
         kmr_frame_header& header = waiting_[i].header;
-        const int64_t step = whole * static_cast<int64_t>(i + 1) / static_cast<int64_t>(count + 1);
-        header.TimeStamp = before_->header.TimeStamp + static_cast<uint32_t>(step);
+        const int64_t step = whole * steps(front, waiting_[i]) / steps(front, waiting_[count]);
+        header.TimeStamp = front.header.TimeStamp + static_cast<uint32_t>(step);
         if (rec_ValidFrame(&header, 0) == KMR_FRAME_INDEX) // stamp 0 would make it one
             header.TimeStamp = whole > step + 1 ? header.TimeStamp + 1 : behind.TimeStamp;
         if (found_.size() <= changes::most_writes)

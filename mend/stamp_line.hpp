@@ -38,13 +38,15 @@ private:
     void settle_front();
     size_t count_wrong() const;
     bool are_wrong(size_t count) const;
-    bool fits(const stamped& from, const stamped& to, size_t steps) const;
+    bool rises_to(size_t at) const;
+    static int64_t steps(const stamped& from, const stamped& to);
+    bool fits(const stamped& from, const stamped& to) const;
     bool usual_step_proves(size_t count) const;
     int64_t error_past(size_t count) const;
-    int64_t error(const stamped& from, const stamped& to, size_t steps) const;
+    int64_t error(const stamped& from, const stamped& to) const;
     void set_right(size_t count);
     void accept_front();
-    int64_t longest(size_t steps) const;
+    int64_t longest(int64_t numbers) const;
 
     uint32_t frame_rate_;
     std::optional<stamped> before_ = {}; // the last frame whose stamp is settled

@@ -227,6 +227,26 @@ TEST(PlanTest, EightStampsInARowAreSetAndNineAreNot) {
     EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
 }
 
+TEST(PlanTest, AStampBesideATornFrameIsSetByTheNumbers) {
+    bytes file = ten();
+    overwrite(file, 240, 4);                // P2
+    put_u32(file, 336 + 16, 1'821'015'227); // P3: two thirds of the way from 1000 to 1120
+    EXPECT_THAT(told(plan_of(file)), ElementsAre("cover @240 +96", "set-stamp @352 +4 #3"));
+    expect_mended(ten(), file, {1, 3, 4, 5, 6, 7, 8, 9, 10});
+}
+
+// The frames on both sides are 65 numbers apart, then 64.
+TEST(PlanTest, AStampIsNotSetWhereTooManyNumbersAreMissing) {
+    auto all = scan_test::sound_frames(10);
+    for (size_t i = 5; i < all.size(); ++i)
+        all[i].number += 63;
+    all[4].time_stamp = 0;
+    EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
+    for (size_t i = 5; i < all.size(); ++i)
+        --all[i].number;
+    EXPECT_THAT(told(plan_of(scan_test::recording_of(all))), ElementsAre("set-stamp @544 +4 #5"));
+}
+
 TEST(PlanTest, AStampBesideAnInsertedFrameIsSet) {
     auto all = scan_test::sound_frames(10);
     recording::frame extra = all[3];
