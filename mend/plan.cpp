@@ -52,6 +52,8 @@ public:
 
 private:
     void look_at();
+    bool is_planned() const;
+    bool may_be_bettered() const;
     void seen_without_last_frame();
     void look_again();
     plan_status assemble();
@@ -94,7 +96,7 @@ repair_plan planner::run() {
     look_at();
     plan_.before = judged_;
     plan_.status = assemble();
-    for (int i = 1; i < most_looks && (last_is_none_ || !found_.wrong_stamps.empty()); ++i) {
+    for (int i = 1; i < most_looks && may_be_bettered(); ++i) {
         seen_.set(found_.wrong_stamps);
         if (last_is_none_)
             seen_without_last_frame();
@@ -106,6 +108,15 @@ repair_plan planner::run() {
     return std::move(plan_);
 }
 
+bool planner::is_planned() const {
+    return plan_.status == plan_status::nothing_to_do || plan_.status == plan_status::ready ||
+           plan_.status == plan_status::no_way;
+}
+
+bool planner::may_be_bettered() const {
+    return is_planned() && (last_is_none_ || !found_.wrong_stamps.empty());
+}
+
 // What was cut behind it may belong to the frames within it; or the last of these is one only where the index, or the end,
 // stands behind it.
 void planner::seen_without_last_frame() {
@@ -113,12 +124,12 @@ void planner::seen_without_last_frame() {
     const uint64_t to = found_.old_index ? found_.old_index->offset : source_.size();
     seen_.break_lengths(*found_.last_frame);
     look_again();
-    if (seen_.left_out() > 0)
+    if (seen_.left_out() > 0 || !is_planned())
         return;
     const uint64_t kept = found_.ordinary + found_.inserted;
     seen_.leave_out(from, to);
     look_again();
-    if (found_.ordinary + found_.inserted > kept)
+    if (found_.ordinary + found_.inserted > kept || !is_planned())
         return;
     seen_.leave_out(from, from);
     look_again();

@@ -55,7 +55,12 @@ INSTANTIATE_TEST_SUITE_P(All, ReadFaultTest, ::testing::Values(EIO, 0));
 
 TEST_P(ReadFaultTest, OfARepair) {
     const bytes moved = inserted(scan_test::recording_of(scan_test::sound_frames(10)), 88, 7);
-    for (const bytes& file : {damaged_recording(), moved})
+    // P7, at 776, reaches over the others to stray bytes in front of the index, and P3 has a wrong stamp.
+    bytes looked_at_again = inserted(scan_test::recording_of(scan_test::sound_frames(10)), 1160, 50);
+    recording::put_u32(looked_at_again, 776 + 4, 1160 - 776);
+    recording::put_u32(looked_at_again, 776 + 20, 1160 - 776 - 32);
+    recording::put_u32(looked_at_again, 336 + 16, 0);
+    for (const bytes& file : {damaged_recording(), moved, looked_at_again})
         expect_refused(file, [&](failing_source& source) {
             const auto plan = kmr::mend::plan_repair(source);
             // What came short may have been asked for once more: then the plan is the right one.
