@@ -1,9 +1,19 @@
 #include "kmr/output/standard_output.hpp"
 
 #include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 
 namespace kmr::output {
+namespace {
+
+// Whoever shares the output may have set it so that a write does not wait by itself.
+void wait_for_room() {
+    pollfd output = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    poll(&output, 1, -1); // whatever ends it, the next write tells
+}
+
+} // namespace
 
 void standard_output::flush() {
     std::string_view left = buffer_;
@@ -11,7 +21,9 @@ void standard_output::flush() {
         beside_.show_progress({});
     while (!left.empty()) {
         const ssize_t count = ::write(STDOUT_FILENO, left.data(), left.size());
-        if (count < 0 && errno != EINTR)
+        if (count < 0 && errno == EAGAIN)
+            wait_for_room();
+        else if (count < 0 && errno != EINTR)
             throw not_written{errno};
         if (count > 0)
             left.remove_prefix(static_cast<size_t>(count));

@@ -90,6 +90,15 @@ TEST_F(OutputCallsTest, AMessageThatNobodyTakesIsLeft) {
     EXPECT_EQ(written, "kmr: next\n");
 }
 
+// As where a program that shares the output has set it not to wait.
+TEST_F(OutputCallsTest, DataWaitForRoom) {
+    standard_output out(said);
+    answers = {EAGAIN, one_byte, EAGAIN, EAGAIN};
+    out.write("data");
+    out.flush();
+    EXPECT_EQ(written, "data");
+}
+
 TEST_F(OutputCallsTest, AMessageTakesThePlaceOfProgress) {
     said.show_progress({}); // of nothing
     EXPECT_EQ(written, "");
