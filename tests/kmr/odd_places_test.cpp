@@ -36,6 +36,14 @@ TEST_F(OddPlacesTest, NamesThatLookLikeOptions) {
     EXPECT_THAT(run.out, HasSubstr("3 files: 3 sound"));
 }
 
+TEST_F(OddPlacesTest, NamesOfControlCharacters) {
+    place_.compose("\x02");
+    place_.compose("\x03");
+    const auto run = place_.kmr({"check", "\x02", "\x03"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("2 files: 2 sound"));
+}
+
 // The path of a folder so deep below is longer than any may be: it stands in the list as what cannot be read.
 TEST_F(OddPlacesTest, AFolderBelowAPathThatIsTooLong) {
     place_.compose("d/a.kmr");
