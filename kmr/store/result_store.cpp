@@ -49,6 +49,12 @@ bool is_regular_file(const std::string& path, bool& known) {
     return there && S_ISREG(found.st_mode);
 }
 
+std::string expect_text(std::string host) {
+    if (host.empty() || !is_utf8(host))
+        throw store_error("the name of the host is no text");
+    return host;
+}
+
 const std::string select_row = std::string("SELECT id, gone_ms, modified_ns, judged_by, findings_cap, ") +
                                report_columns + " FROM recordings WHERE host = ? AND path = ?";
 constexpr int first_report_column = 5;
@@ -105,7 +111,7 @@ private:
 class result_store::implementation {
 public:
     implementation(const std::string& file, std::string host, std::string version)
-        : host_(std::move(host)), version_(std::move(version)), database_(open_database(file)),
+        : host_(expect_text(std::move(host))), version_(std::move(version)), database_(open_database(file)),
           select_(database_.get(), select_row), upsert_(database_.get(), upsert_row),
           select_findings_(database_.get(), std::string("SELECT ") + finding_columns +
                                                 " FROM findings WHERE recording = ? ORDER BY position"),
@@ -118,8 +124,6 @@ public:
           end_run_(database_.get(), "UPDATE runs SET ended_ms = ?, recordings = ?, read = ?, gone = ? "
                                     "WHERE host = ? AND started_ms = ? AND process = ?"),
           mark_gone_(database_.get(), "UPDATE recordings SET gone_ms = ?, noted_ms = ? WHERE id = ?") {
-        if (host_.empty() || !is_utf8(host_))
-            throw store_error("the name of the host is no text");
         begin_run_.bind(std::string_view(host_)).bind(started_ms_).bind(int64_t{getpid()}).run();
     }
 

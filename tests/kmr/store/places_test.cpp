@@ -33,6 +33,7 @@ TEST_F(PlacesTest, AHostHasANameThatIsText) {
         } catch (const kmr::store::store_error& error) {
             EXPECT_THAT(error.what(), HasSubstr("the name of the host is no text"));
         }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 // The clock of a machine may be wrong by years: such a date does not move when the file is written again just now.
