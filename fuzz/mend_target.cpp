@@ -169,7 +169,7 @@ void expect_mended(input damaged, const mend::repair_plan& plan, const bytes& me
     expect(after.report.tags.size() == std::min<uint64_t>(plan.tags_kept, 64), "and so are tags");
 }
 
-const std::string path = "recording";
+constexpr char path[] = "recording";
 
 mend::outcome changed_on(mend::disk& disk, const mend::changes& planned) {
     auto opening = mend::recording::open(disk, path, true);

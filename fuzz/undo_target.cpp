@@ -18,7 +18,6 @@ namespace fuzz {
 namespace {
 
 namespace mend = kmr::mend;
-namespace scan = kmr::scan;
 
 constexpr size_t head_size = 112;
 constexpr size_t state_offset = 16;
@@ -29,7 +28,7 @@ constexpr size_t sum_offset = 104;
 // The buffers of a change, and the recording itself in the memory that stands for a disk.
 constexpr size_t most_memory = 4 << 20;
 
-const std::string path = "recording";
+constexpr char path[] = "recording";
 const mend::file_dates dates = {{1'400'000'000, 7}, {1'400'000'001, 9}};
 
 uint64_t u64_at(input file, size_t offset) {

@@ -15,6 +15,10 @@ struct moment {
     uint32_t stamp = 0;
 };
 
+inline moment moment_of(const kmr_frame_header& header) {
+    return {header.FrameNo, header.TimeStamp};
+}
+
 // The lengths of the covers of a region of 32 bytes or more, none above 1 MiB.
 std::vector<uint32_t> cover_lengths(uint64_t region);
 

@@ -17,10 +17,6 @@ bool precedes(const moment& left, const moment& right) {
            scan::wrapped_distance(left.stamp, right.stamp) > 0;
 }
 
-moment moment_of(const kmr_frame_header& header) {
-    return {header.FrameNo, header.TimeStamp};
-}
-
 } // namespace
 
 void frame_plan::give_up(plan_obstacle why) {
@@ -131,6 +127,7 @@ void frame_plan::finish() {
     }
     if (stamps_)
         result_.wrong_stamps = stamps_->finish();
+    result_.first_ms = first_ms_.value_or(0);
     result_.duration_ms = first_ms_ ? last_ms_ - *first_ms_ : 0;
     result_.rebuild_stops = rebuild_.stops();
     result_.is_jpeg = jpeg_frames_ > 0 && jpeg_frames_ * 2 > result_.ordinary;
@@ -156,28 +153,30 @@ bool frame_plan::settle(piece* next) {
 
 // --- lengths ---
 
-std::optional<moment> frame_plan::moment_before(size_t at) const {
+const frame_plan::piece* frame_plan::frame_before(size_t at) const {
     while (at-- > 0)
         if (queue_[at].what == piece::kind::ordinary)
-            return moment_of(queue_[at].header);
-    return settled_ ? std::optional(moment_of(settled_->header)) : std::nullopt;
+            return &queue_[at];
+    return settled_ ? &*settled_ : nullptr;
 }
 
-std::optional<moment> frame_plan::moment_behind(size_t at, const piece* next) const {
+const frame_plan::piece* frame_plan::frame_behind(size_t at, const piece* next) const {
     while (++at < queue_.size())
         if (queue_[at].what == piece::kind::ordinary)
-            return moment_of(queue_[at].header);
-    return next != nullptr && next->is_frame() ? std::optional(moment_of(next->header)) : std::nullopt;
+            return &queue_[at];
+    return next != nullptr && next->is_frame() ? next : nullptr;
 }
 
 bool frame_plan::try_proof(size_t at, const piece* next) {
     piece& area = queue_[at];
     if (!area.has_header || area.header.FrameKind > 1)
         return false;
-    const auto before = moment_before(at);
-    const auto behind = moment_behind(at, next);
+    const piece* const before = frame_before(at);
+    const piece* const behind = frame_behind(at, next);
     const moment own = moment_of(area.header);
-    if ((!before && !behind) || (before && !precedes(*before, own)) || (behind && !precedes(own, *behind)))
+    if ((before == nullptr && behind == nullptr) ||
+        (before != nullptr && !precedes(moment_of(before->header), own)) ||
+        (behind != nullptr && !precedes(own, moment_of(behind->header))))
         return false;
     std::optional<kmr_frame_header> like;
     for (size_t i = at; i-- > 0 && !like;)
@@ -190,6 +189,10 @@ bool frame_plan::try_proof(size_t at, const piece* next) {
     area.what = proven->Tag == KMR_INSERTED_FRAME_TAG ? piece::kind::inserted : piece::kind::ordinary;
     area.changed = true;
     area.clock_run = at > 0 ? queue_[at - 1].clock_run : 0;
+    // In front of the first frame that the scan has seen, where its stream times begin, they are below 0.
+    area.stream_ms = before != nullptr
+                         ? before->stream_ms + scan::wrapped_distance(before->header.TimeStamp, own.stamp)
+                         : behind->stream_ms - scan::wrapped_distance(own.stamp, behind->header.TimeStamp);
     return true;
 }
 

@@ -51,6 +51,8 @@ public:
         uint64_t frames_covered = 0;   // whole ones, because they are too long to grow
         bool first_frame_lost = false; // bytes in front of the first frame are none
         bool rebuild_stops = false;    // the recorder's own rebuild would cut the recording as it is
+        int64_t first_ms =
+            0; // stream time of the first frame kept: below 0 where the scan did not know that for one
         int64_t duration_ms = 0;
         uint32_t step_ms = 0; // median step of the first frames; 0: unknown
         bool is_jpeg = false;
@@ -89,8 +91,8 @@ private:
     bool settle(piece* next);
     void prove_lengths(const piece* next);
     bool try_proof(size_t at, const piece* next);
-    std::optional<moment> moment_before(size_t at) const;
-    std::optional<moment> moment_behind(size_t at, const piece* next) const;
+    const piece* frame_before(size_t at) const;
+    const piece* frame_behind(size_t at, const piece* next) const;
     void absorb_small(piece* next);
     void absorb_into_next(piece* next);
     void grow(piece& frame, const piece& by);

@@ -14,10 +14,6 @@ std::span<const uint8_t> bytes_of(const kmr_frame_header& header) {
     return {reinterpret_cast<const uint8_t*>(&header), sizeof header};
 }
 
-moment moment_of(const kmr_frame_header& header) {
-    return {header.FrameNo, header.TimeStamp};
-}
-
 } // namespace
 
 void frame_plan::put_header(uint64_t offset, const kmr_frame_header& header) {
@@ -60,8 +56,9 @@ void frame_plan::emit_covers(size_t at, const piece* next) {
     const piece& area = queue_[at];
     if (area.length < header_size)
         return; // all that the file holds behind its header
-    const auto behind = moment_behind(at, next);
-    const uint32_t number = settled_ ? settled_->header.FrameNo : (behind ? behind->number : 1) - 1;
+    const piece* const behind = frame_behind(at, next);
+    const uint32_t number =
+        settled_ ? settled_->header.FrameNo : (behind != nullptr ? behind->header.FrameNo : 1) - 1;
     const auto next_stamp = stamp_behind(at, next);
     uint64_t left = covers_up_to_frame(at);
     uint64_t offset = area.offset;

@@ -253,7 +253,7 @@ plan_status planner::assemble() {
     const auto header = right_header();
     if (!header)
         return plan_status::no_picture_size;
-    const int64_t fallback = scan::header_start_ms(*header).value_or(0);
+    const int64_t fallback = scan::header_start_ms(*header).value_or(0) - found_.first_ms;
     index_.settle(fallback, {header->Width, header->Height});
     tell_index();
     if (plan_.index_rewritten) {

@@ -266,6 +266,18 @@ TEST(PlanEdgesTest, ARecordOfAPFrameWhoseVideoBeginsWithNoUnitGoes) {
     EXPECT_EQ(kmr::mend::plan_copy(source, {}).records, 2U);
 }
 
+// The scan's stream times begin with frame 3; without an index the header's date is that of frame 1.
+TEST(PlanEdgesTest, TimesBeginWithTheFirstFrameThatIsGivenBack) {
+    bytes file = scan_test::without_index(scan_test::sound_frames(51));
+    recording::put_u32(file, 88 + 4, 2); // lengths that 32 + VideoSize proves
+    recording::put_u32(file, 240 + 4, 2);
+    const auto plan = plan_of(file);
+    EXPECT_THAT(told(plan), ElementsAre("set-lengths @88 +152 #1", "set-lengths @240 +96 #2"));
+    EXPECT_EQ(plan.duration_ms, 2000);
+    EXPECT_THAT(index_times(mended(file), scan_test::start_time),
+                ElementsAre(0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 2));
+}
+
 // Frame 2 is believed for the header behind it, that of frame 3, which reaches into the index.
 TEST(PlanEdgesTest, AFrameInFrontOfOneThatReachesTooFarIsKept) {
     bytes file = scan_test::recording_of(scan_test::sound_frames(10));
