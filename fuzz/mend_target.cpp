@@ -10,6 +10,7 @@
 #include "tests/mend/model_disk.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 namespace fuzz {
 namespace {
@@ -58,7 +59,6 @@ public:
         if (!seen.frame.is_whole())
             return;
         const kmr_frame_header& header = seen.frame.header;
-        index_among_frames = index_among_frames || rec_ValidFrame(&header, 0) == KMR_FRAME_INDEX;
         const input whole = file_.subspan(seen.frame.offset, seen.frame.length);
         frame_data frame = {.inserted = seen.frame.kind == scan::frame_class::inserted,
                             .offset = seen.frame.offset};
@@ -72,7 +72,6 @@ public:
     }
 
     std::vector<frame_data> frames = {};
-    bool index_among_frames = false; // what looks like the header of an index
 
 private:
     input file_;
@@ -81,7 +80,6 @@ private:
 struct judged_file {
     scan::report report = {};
     std::vector<frame_data> frames = {};
-    bool index_among_frames = false;
 };
 
 judged_file judge(input file) {
@@ -90,7 +88,6 @@ judged_file judge(input file) {
     judged_file judged;
     judged.report = scan::judge(source, {}, &collector);
     judged.frames = std::move(collector.frames);
-    judged.index_among_frames = collector.index_among_frames;
     return judged;
 }
 
@@ -126,6 +123,17 @@ bool is_told(const mend::repair_plan& plan, const frame_data& lost) {
     return std::any_of(plan.regions.begin(), plan.regions.end(), [&](const mend::region& done) {
         return lost.offset >= done.offset && lost.offset - done.offset < done.length;
     });
+}
+
+// How many headers look like that of an index, wherever they stand.
+size_t index_headers(input file) {
+    size_t count = 0;
+    for (size_t at = 0; at + KMR_FRAME_HEADER_SIZE <= file.size(); ++at) {
+        kmr_frame_header header = {};
+        std::memcpy(&header, file.data() + at, sizeof header);
+        count += rec_ValidFrame(&header, 0) == KMR_FRAME_INDEX ? 1 : 0;
+    }
+    return count;
 }
 
 bool has_error(const scan::report& judged) {
@@ -248,7 +256,8 @@ void run(input data) {
     if (!is_recording || plan.status == plan_status::no_picture_size)
         return;
     if (plan.status == plan_status::no_way) {
-        expect(judge(data).index_among_frames, "there is a way, unless frames would be taken for an index");
+        expect(index_headers(data) > 1,
+               "there is a way, unless bytes that stay would be taken for the index");
         return;
     }
     expect(plan.status == plan_status::ready || plan.status == plan_status::nothing_to_do,
