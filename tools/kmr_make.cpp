@@ -3,10 +3,12 @@
 #include "tools/compose/recording.hpp"
 #include "tools/compose/usage_error.hpp"
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -40,6 +42,12 @@ void fulfil(const request& from) {
         compose_index_file({from.index_entries, from.recording.damages}, from.index_file);
 }
 
+// A list that did not get out whole must not look as if it had.
+void expect_printed() {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw std::system_error(errno, std::generic_category(), "standard output");
+}
+
 // Without memory for an exception the run-time library ends the program, and that before anything is written.
 [[noreturn]] void give_up() {
     std::fputs("kmr_make: no memory\n", stderr);
@@ -52,6 +60,7 @@ int main(int argc, char** argv) {
     std::set_terminate(give_up);
     try {
         fulfil(parse_request({argv, argv + argc}));
+        expect_printed();
         return 0;
     } catch (const usage_error& error) {
         std::fprintf(stderr, "kmr_make: %s\nSee kmr_make --help.\n", error.what());

@@ -202,4 +202,15 @@ TEST(UsageTest, AFailureLeavesTheFileThatWasThere) {
     EXPECT_THAT(make.files(), ElementsAre("x"));
 }
 
+TEST(UsageTest, WhatCannotBePrintedIsAFailure) {
+    const composer make;
+    for (const composer::words& arguments :
+         {composer::words{"--help"}, two_small_frames + composer::words{"--output", "x", "--list"}}) {
+        const run::result done = run::program(
+            KMR_MAKE, arguments, {.directory = make.folder().path(), .stdout_path = "/dev/full"});
+        EXPECT_EQ(done.status, 1);
+        EXPECT_EQ(done.err, "kmr_make: standard output: No space left on device\n");
+    }
+}
+
 } // namespace
