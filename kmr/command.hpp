@@ -24,6 +24,12 @@ struct session {
 
     // A clock of its own for every thread that writes times.
     output::clock clock() const { return output::clock(zone); }
+
+    // Says why a file is not read, or not written.
+    exit_status refuse(std::string_view path, std::string_view why) const {
+        err.say(path, why);
+        return exit_status::failed;
+    }
 };
 
 class command {

@@ -106,7 +106,7 @@ public:
         include_second(to);
         const scan::opened_file opened = scan::file_source::open(path_.c_str());
         if (opened.status != scan::open_status::opened)
-            return refuse(path_, problem_of(opened), with);
+            return with.refuse(path_, problem_of(opened));
         mend::plain_disk disk;
         if (!to_output() && !may_write(disk, with))
             return exit_status::failed;
@@ -119,11 +119,6 @@ public:
 
 private:
     bool to_output() const { return names_.to == "-"; }
-
-    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
-        with.err.say(path, why);
-        return exit_status::failed;
-    }
 
     bool may_write(mend::disk& disk, session& with) {
         if (const std::string why = follow_link(path_, names_); !why.empty()) {
@@ -199,20 +194,20 @@ private:
         source.be_quiet();
         const exit_status status = tell(result, source, with);
         if (result.status != convert::extract_status::done)
-            return refuse(path_, why_no_stream(result) + way_out_of(result), with);
+            return with.refuse(path_, why_no_stream(result) + way_out_of(result));
         if (result.judged.changed)
-            return refuse(path_, "was changed while it was read", with);
+            return with.refuse(path_, "was changed while it was read");
         return status;
     }
 
     exit_status write_file(mend::disk& disk, told_source& source, session& with) const {
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
-            return refuse(path_, words_of(error), with);        // uncovered: as above
+            return with.refuse(path_, words_of(error));         // uncovered: as above
         const noted_signals until_whole;
         mend::draft file(disk, names_.to, names_.replace, &original);
         if (const mend::outcome made = file.make(); !made.is_done())
-            return refuse(names_.to, why_not_there(made), with);
+            return with.refuse(names_.to, why_not_there(made));
         draft_sink sink(file);
         const auto stream = stream_into(sink);
         stoppable_source stoppable(source);
@@ -222,13 +217,13 @@ private:
             return exit_status::failed; // it ends by the signal
         const exit_status status = tell(result, source, with);
         if (result.end.why == convert::stop_reason::not_written)
-            return refuse(names_.to, words_of(result.end.error), with);
+            return with.refuse(names_.to, words_of(result.end.error));
         if (result.status != convert::extract_status::done)
-            return refuse(path_, why_no_stream(result) + way_out_of(result), with);
+            return with.refuse(path_, why_no_stream(result) + way_out_of(result));
         if (result.judged.changed)
-            return refuse(names_.to, "the recording was changed meanwhile; nothing was written", with);
+            return with.refuse(names_.to, "the recording was changed meanwhile; nothing was written");
         if (const mend::outcome named = file.put_in_place(); !named.is_done())
-            return refuse(names_.to, why_not_there(named), with);
+            return with.refuse(names_.to, why_not_there(named));
         return status;
     }
 

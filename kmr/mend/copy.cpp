@@ -57,12 +57,12 @@ public:
             return exit_status::failed;
         const scan::opened_file opened = scan::file_source::open(from_.c_str());
         if (opened.status != scan::open_status::opened)
-            return refuse(from_, problem_of(opened), with);
+            return with.refuse(from_, problem_of(opened));
         if (const std::string why = follow_link(from_, names_); !why.empty())
-            return refuse(from_, why, with);
+            return with.refuse(from_, why);
         mend::plain_disk disk;
         if (const std::string why = why_not_written(disk, names_); !why.empty())
-            return refuse(names_.to, why, with);
+            return with.refuse(names_.to, why);
         mend::span span;
         stream_places places(from_, *opened.source, with);
         if (!places.take(from, span.from) || !places.take(to, span.to))
@@ -71,23 +71,18 @@ public:
     }
 
 private:
-    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
-        with.err.say(path, why);
-        return exit_status::failed;
-    }
-
     exit_status copy_span(mend::disk& disk, scan::byte_source& recording, const mend::span& span,
                           session& with) const {
         told_source source(recording, with.err);
         const mend::copy_plan plan = mend::plan_copy(source, span);
         source.be_quiet();
         if (const std::string why = words_for(plan); !why.empty())
-            return refuse(from_, why, with);
+            return with.refuse(from_, why);
         told_source content(*plan.content, with.err);
         const std::string why = write_whole_file(disk, names_, source, content);
         content.be_quiet();
         if (!why.empty())
-            return refuse(names_.to, why, with);
+            return with.refuse(names_.to, why);
         output::clock clock = with.clock();
         append_copied(with.out.buffer(), names_.to, plan, with.colored, clock);
         return exit_status::sound;

@@ -44,18 +44,18 @@ public:
     exit_status work(session& with) override {
         const picture_form form = form_of(names_.to);
         if (form == picture_form::unknown)
-            return refuse(names_.to, "a picture is a file that ends in .svg or .png", with);
+            return with.refuse(names_.to, "a picture is a file that ends in .svg or .png");
         if (names_.to != "-") {
             if (const std::string why = follow_link(path_, names_); !why.empty())
-                return refuse(path_, why, with);
+                return with.refuse(path_, why);
             if (const std::string why = why_no_picture(form); !why.empty())
-                return refuse(names_.to, why, with);
+                return with.refuse(names_.to, why);
         }
         const found_file file = {.path = path_};
         kmr::plot::frame_gatherer gatherer(with.err, with.err.on_terminal() ? bytes_of({file}) : 0);
         const judged_file judged = judge_file(file, {.most_per_code = kmr::plot::most_marks}, &gatherer);
         if (judged.judged.judged == scan::verdict::unreadable)
-            return refuse(path_, judged.problem, with);
+            return with.refuse(path_, judged.problem);
         if (!judged.problem.empty())
             with.err.say(path_, judged.problem);
         output::clock clock = with.clock();
@@ -64,11 +64,6 @@ public:
     }
 
 private:
-    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
-        with.err.say(path, why);
-        return exit_status::failed;
-    }
-
     // Before a long recording is read for nothing.
     std::string why_no_picture(picture_form form) const {
         mend::plain_disk disk;
@@ -84,7 +79,7 @@ private:
         if (form == picture_form::svg)
             return write_file(svg, with);
         const kmr::plot::png_result png = kmr::plot::png_of(svg);
-        return png.problem.empty() ? write_file(png.bytes, with) : refuse(names_.to, png.problem, with);
+        return png.problem.empty() ? write_file(png.bytes, with) : with.refuse(names_.to, png.problem);
     }
 
     // The picture is of what was read, whatever has become of the recording since.
@@ -92,7 +87,7 @@ private:
         mend::plain_disk disk;
         scan::memory_source content({reinterpret_cast<const uint8_t*>(picture.data()), picture.size()});
         const std::string why = write_whole_file(disk, names_, content, content);
-        return why.empty() ? exit_status::sound : refuse(names_.to, why, with);
+        return why.empty() ? exit_status::sound : with.refuse(names_.to, why);
     }
 
     std::string path_ = {};

@@ -100,46 +100,41 @@ public:
 
     exit_status work(session& with) override {
         if (names_.to == "-")
-            return refuse(names_.to, "a page is written to a file, not to standard output", with);
+            return with.refuse(names_.to, "a page is written to a file, not to standard output");
         const scan::opened_file opened = scan::file_source::open(path_.c_str());
         if (opened.status != scan::open_status::opened)
-            return refuse(path_, problem_of(opened), with);
+            return with.refuse(path_, problem_of(opened));
         if (const std::string why = follow_link(path_, names_); !why.empty())
-            return refuse(path_, why, with);
+            return with.refuse(path_, why);
         mend::plain_disk disk;
         if (const std::string why = why_not_written(disk, names_); !why.empty())
-            return refuse(names_.to, why, with);
+            return with.refuse(names_.to, why);
         return write_page(disk, *opened.source, with);
     }
 
 private:
-    static exit_status refuse(const std::string& path, const std::string& why, session& with) {
-        with.err.say(path, why);
-        return exit_status::failed;
-    }
-
     exit_status write_page(mend::disk& disk, scan::byte_source& source, session& with) const {
         mend::file_facts original;
         if (const int error = disk.look(names_.from, original)) // uncovered: it was there a moment ago
-            return refuse(path_, words_of(error), with);        // uncovered: as above
+            return with.refuse(path_, words_of(error));         // uncovered: as above
         const noted_signals until_whole;
         mend::draft draft(disk, names_.to, names_.replace, &original);
         if (const mend::outcome made = draft.make(); !made.is_done())
-            return refuse(names_.to, why_not_there(made), with);
+            return with.refuse(names_.to, why_not_there(made));
         page_file page(draft);
         page_video video;
         const judged_file file = fill(page, source, video, disk, with);
         if (noted_signals::any())
             return exit_status::failed; // it ends by the signal
         if (file.judged.judged == scan::verdict::unreadable && page.is_wanted())
-            return refuse(path_, file.problem, with);
+            return with.refuse(path_, file.problem);
         const int unfinished = page.finish();
         if (const int error = unfinished != 0 ? unfinished : video.error)
-            return refuse(names_.to, words_of(error), with);
+            return with.refuse(names_.to, words_of(error));
         if (const mend::outcome named = draft.put_in_place(); !named.is_done())
-            return refuse(names_.to, why_not_there(named), with);
+            return with.refuse(names_.to, why_not_there(named));
         if (const int error = disk.sync_folder(names_.to))
-            return refuse(names_.to, words_of(error), with);
+            return with.refuse(names_.to, words_of(error));
         return tell(file, video, with);
     }
 
