@@ -171,8 +171,8 @@ bool index_check::settle_chance() {
         return false;
     if (follows_numbers())
         return true;
-    if (front_stands_alone() || falls_in_step())
-        return false;
+    if (front_stands_alone() || falls_in_step() || is_i_frame_at(place_of(records_.count() - 1)))
+        return false; // in step to the end, or nothing could tell
     if (follows_shift())
         return true;
     if (waiting_.front().repeated)

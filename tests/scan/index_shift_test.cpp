@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <random>
 
 namespace {
 
@@ -410,6 +411,28 @@ TEST(EqualDistancesTest, AWrongTimeBehindLostFramesIsNoShift) {
     EXPECT_THAT(found(recording_of(all, index)),
                 ElementsAre("frames-lost @5256 +0 #56 t1920 lost=7",
                             "index-entry-wrong @22372 +80 #58 t2000 record=10 field=time actual=1420167897"));
+}
+
+// Equal frames, which stand equally far apart, with numbers that leap and run back: whatever those suggest, every record
+// names its frame.
+TEST(EqualDistancesTest, AnExactIndexIsInStepWhateverTheNumbersAre) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 500; ++round) {
+        frames all = sound_frames(40);
+        uint32_t number = 1;
+        for (auto& each : all) {
+            each.kind = random() % 4 == 0 ? 1 : 0;
+            each.video = scan_test::i_video();
+            number += random() % 6 == 0 ? static_cast<uint32_t>(random() % 60) - 30 : 1;
+            each.number = number;
+            each.time_stamp = 10'000 + 40 * number;
+        }
+        SCOPED_TRACE(round);
+        const std::vector<std::string> told = found(recording_of(all));
+        EXPECT_THAT(told, testing::Not(testing::Contains(testing::StartsWith("index-order"))));
+        EXPECT_THAT(told, testing::Not(testing::Contains(testing::StartsWith("index-incomplete"))));
+        EXPECT_THAT(told, testing::Not(testing::Contains(testing::HasSubstr("field=offset"))));
+    }
 }
 
 } // namespace

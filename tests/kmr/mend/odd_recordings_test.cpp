@@ -49,16 +49,18 @@ TEST_F(OddRecordingsTest, NothingIsCopiedThatWouldNotBeSound) {
     EXPECT_EQ(kmr({"copy", "--to", "6", "a.kmr", "b.kmr"}).status, 0);
 }
 
-// What stands in it is ahead of it, so it is taken for one that lost bytes and reaches over others; the zeros behind those
-// leave nothing that would prove them.
-TEST_F(OddRecordingsTest, AFrameThatReachesOverAnotherIsCutWithIt) {
+// What stands in it is ahead of it, so it is taken for one that lost bytes and reaches over others; without the zeros behind
+// those the recording ends with them, which proves them.
+TEST_F(OddRecordingsTest, AFrameThatReachesOverAnotherIsCoveredUpToIt) {
     bytes file = scan_test::without_index(with_a_frame_in_the_fourth());
     std::fill(file.begin() + 624, file.end(), uint8_t{0});
     set(file);
     const auto run = kmr({"repair", "-y", "a.kmr"});
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.out, HasSubstr("  keeps         3 frames, "));
-    EXPECT_THAT(kmr({"check", "a.kmr"}).out, HasSubstr("sound"));
+    EXPECT_THAT(run.out, HasSubstr("  keeps         4 frames, 0:00:00.160\n"
+                                   "  cover         96 bytes at 432\n"
+                                   "  cut           632 bytes at 624\n"));
+    EXPECT_THAT(kmr({"check", "a.kmr"}).out, HasSubstr("  frames-lost; no repair  a.kmr"));
     EXPECT_EQ(kmr({"undo", "a.kmr"}).status, 0);
     EXPECT_EQ(content(), file);
 }
