@@ -21,12 +21,22 @@ public:
 
     std::string name() const { return ptsname(master_); }
 
-    // What was written since it was asked last, up to a page.
+    // What was written since it was asked last, a page at most. The system hands it over in its own time; the mark, written
+    // behind it, tells that all has come.
     std::string shown() const {
-        fcntl(master_, F_SETFL, O_NONBLOCK);
-        char text[4096];
-        const ssize_t count = read(master_, text, sizeof text);
-        return count < 0 ? "" : std::string(text, static_cast<size_t>(count));
+        constexpr char mark = '\x1c';
+        if (write(slave_, &mark, 1) != 1)
+            return "no terminal";
+        std::string text;
+        char part[4096];
+        while (!text.ends_with(mark)) {
+            const ssize_t count = read(master_, part, sizeof part);
+            if (count <= 0)
+                return text;
+            text.append(part, static_cast<size_t>(count));
+        }
+        text.pop_back();
+        return text;
     }
 
 private:
