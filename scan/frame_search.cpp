@@ -85,9 +85,9 @@ bool frame_search::goes_on_at(uint64_t offset, const kmr_frame_header& header, c
 }
 
 // A block whose sync word is gone meets no search for it; its trailer still names it. Frames within prove that wrong.
-std::optional<uint64_t> frame_search::named_index(uint64_t from, uint64_t to) {
+std::optional<uint64_t> frame_search::named_index(uint64_t from) {
     const std::optional<uint64_t> named = index_.named();
-    if (!named || *named < from || *named >= to)
+    if (!named || *named < from)
         return {};
     kmr_frame_header header = {};
     recording_.load(*named, header); // what a trailer names has room for a head
@@ -110,7 +110,7 @@ good_place frame_search::next_good(uint64_t from, const clues& known) {
     }
     if (index_.expected())
         return {.what = kind::index, .offset = end, .header = {}};
-    if (const auto named = named_index(from, end))
+    if (const auto named = named_index(from))
         return {.what = kind::index, .offset = *named, .header = {}};
     return {.what = kind::end, .offset = end, .header = {}};
 }

@@ -46,7 +46,7 @@ private:
     std::optional<uint64_t> next_sync(uint64_t from, uint64_t to); // `from` is not behind `to`
     bool is_followed(uint64_t end);
     bool goes_on_at(uint64_t offset, const kmr_frame_header& header, const clues& known);
-    std::optional<uint64_t> named_index(uint64_t from, uint64_t to);
+    std::optional<uint64_t> named_index(uint64_t from);
 
     window& recording_;
     index_places& index_;

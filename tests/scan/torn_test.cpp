@@ -51,6 +51,18 @@ TEST(BehindDamageTest, AFrameProvesTheTrailerWrong) {
     EXPECT_THAT(found(file), ElementsAre("bytes-torn @968 +96 #10 t360", "index-torn @1160 +62"));
 }
 
+// With nothing behind it that would prove that frame.
+TEST(BehindDamageTest, ATrailerThatNamesAFrameNamesNoIndex) {
+    constexpr size_t length = 52 + 80 * 4;
+    bytes file = recording_of(sound_frames(10));
+    file.resize(432 + length);
+    std::fill(file.begin() + 528, file.end(), uint8_t{0x11});
+    put_u32(file, file.size() - 8, 0x0123ABCD);
+    put_u32(file, file.size() - 4, length);
+    break_header(file, 336);
+    EXPECT_THAT(found(file), ElementsAre("bytes-torn @336 +468"));
+}
+
 // What follows the last frame is cut, or ends in front of an index. What stands there instead is none of it.
 TEST(BehindDamageTest, OfATornHeaderTheSyncWordIsEnough) {
     const bytes whole = recording_of(sound_frames(10));
