@@ -79,12 +79,14 @@ bool stamp_line::are_wrong(size_t count) const {
     for (size_t i = 0; i < count; ++i)
         if (fits(*before_, waiting_[i]) && fits(waiting_[i], behind))
             return false;
-    // One alone that ran back, or leapt, needs no further proof.
-    return (count == 1 && !fits(*before_, waiting_[0])) || usual_step_proves(count);
+    if (count == 1)
+        return !fits(*before_, waiting_[0]) || usual_step_proves(count); // one alone that ran back, or leapt
+    return usual_step_ > 0 && usual_step_proves(count);
 }
 
 // A clock that was set goes on with its usual step, and one frame that only ran ahead makes the next one look wrong: the
-// steps into the frames and out of them must be less usual than the way past them.
+// steps into the frames and out of them must be less usual than the way past them. (The header's rate is no proof for
+// several: two recordings may have been joined.)
 bool stamp_line::usual_step_proves(size_t count) const {
     const int64_t past = error_past(count);
     return past < error(*before_, waiting_[0]) && past < error(waiting_[count - 1], waiting_[count]);

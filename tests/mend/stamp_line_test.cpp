@@ -4,6 +4,7 @@
 #include "tests/mend/mended.hpp"
 
 #include <gmock/gmock.h>
+#include <tuple>
 
 namespace {
 
@@ -48,6 +49,18 @@ TEST(StampLineTest, EightStampsInARowAreSetAndNineAreNot) {
     EXPECT_EQ(frames_by_number(mended(eight)),
               frames_by_number(scan_test::recording_of(scan_test::sound_frames(12))));
     all[10].time_stamp = 0;
+    EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
+}
+
+// By the numbers a frame each second, then 25: between the first frame and the sixth the numbers rise by 46 in 1.84 s, as the
+// header's rate would have it, and what stands there runs ahead. So it does where two recordings were joined.
+TEST(StampLineTest, TheHeadersRateAloneMakesNoFewInARowWrong) {
+    auto all = scan_test::sound_frames(10);
+    const std::pair<uint32_t, uint32_t> numbers_and_stamps[] = {
+        {1, 1000},  {4, 4000},  {5, 5000},  {7, 7000},  {9, 9000},
+        {47, 2840}, {48, 2880}, {49, 2920}, {50, 2960}, {51, 3000}};
+    for (size_t i = 0; i < all.size(); ++i)
+        std::tie(all[i].number, all[i].time_stamp) = numbers_and_stamps[i];
     EXPECT_EQ(plan_of(scan_test::recording_of(all)).status, plan_status::nothing_to_do);
 }
 
