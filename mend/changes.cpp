@@ -75,6 +75,20 @@ bool changes::write_index(uint64_t offset, new_index index) {
                 .joined = false});
 }
 
+bool changes::take_index_of(changes& other) {
+    const auto is_index = [](const planned_write& each) {
+        return each.what == planned_write::content::index;
+    };
+    const auto own = std::find_if(writes_.begin(), writes_.end(), is_index);
+    if (own == writes_.end() || other.writes_.size() != 1 || other.new_size_ != new_size_)
+        return false;
+    const planned_write& theirs = other.writes_.front();
+    if (!is_index(theirs) || theirs.offset != own->offset || theirs.length != own->length)
+        return false;
+    index_ = std::move(other.index_);
+    return true;
+}
+
 void changes::join(size_t first) {
     for (size_t i = first; i + 1 < writes_.size(); ++i)
         writes_[i].joined = true;

@@ -47,6 +47,8 @@ public:
     bool write_zeros(uint64_t offset, uint64_t length);
     bool move_bytes(uint64_t offset, uint64_t from, uint64_t length);
     bool write_index(uint64_t offset, new_index index);
+    // False where the other writes more than an index, or one of another place or length.
+    bool take_index_of(changes& other);
     void join(size_t first); // the writes from `first` on, up to the last one
 
     // Writes may come in any order until here.

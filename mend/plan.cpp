@@ -305,11 +305,24 @@ plan_status planner::prove() {
     return as_planned ? plan_status::ready : plan_status::no_way;
 }
 
+// What is torn breaks runs of the clock that go on once it is covered: the times of the new index are then held against
+// others.
+void set_times_by_what_comes_out(repair_plan& plan, scan::byte_source& source) {
+    if (plan.status != plan_status::ready || !plan.index_rewritten || plan.errors_left == 0)
+        return;
+    changed_source mended(source, plan.planned);
+    repair_plan again = planner(mended).run();
+    if (again.status == plan_status::ready && plan.planned.take_index_of(again.planned))
+        plan.errors_left = again.errors_left;
+}
+
 } // namespace
 
 repair_plan plan_repair(scan::byte_source& source) {
     try {
-        return planner(source).run();
+        repair_plan plan = planner(source).run();
+        set_times_by_what_comes_out(plan, source);
+        return plan;
     } catch (const scan::read_stopped& stopped) { // the old index was there when it was judged
         repair_plan failed;
         failed.status = plan_status::unreadable;

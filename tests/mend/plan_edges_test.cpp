@@ -278,6 +278,28 @@ TEST(PlanEdgesTest, TimesBeginWithTheFirstFrameThatIsGivenBack) {
                 ElementsAre(0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 2));
 }
 
+// I-frames of 152 bytes at 88, 240 (2, torn), 392 and so on, some seconds apart. Behind the damage a step of 2.2 s is a leap
+// of the clock, so that nothing speaks against the time of frame 3; once that is covered it follows a step of 6 s for two
+// numbers and is none, and the time is wrong.
+TEST(PlanEdgesTest, TimesAreThoseOfTheClockOnceDamageIsCovered) {
+    const uint32_t stamps[] = {1000, 4000, 7000, 9232, 13000, 16000};
+    auto all = scan_test::sound_frames(6);
+    for (size_t i = 0; i < all.size(); ++i) {
+        all[i].kind = 0;
+        all[i].video = scan_test::i_video();
+        all[i].time_stamp = stamps[i];
+    }
+    auto index = scan_test::records_for(all);
+    for (size_t i = 0; i < index.size(); ++i)
+        index[i].time = scan_test::start_time + (stamps[i] - 1000) / 1000 + (i == 2 ? 1000 : 0);
+    bytes file = scan_test::recording_of(all, index);
+    overwrite(file, 240, 4);
+    const bytes after = mended(file);
+    EXPECT_EQ(plan_of(after).status, plan_status::nothing_to_do);
+    // By the nearest, frame 4: 8 s at 8.232, so 5.768 at 6.
+    EXPECT_THAT(index_times(after, scan_test::start_time), ElementsAre(0, 5, 8, 12, 15));
+}
+
 // Frame 2 is believed for the header behind it, that of frame 3, which reaches into the index.
 TEST(PlanEdgesTest, AFrameInFrontOfOneThatReachesTooFarIsKept) {
     bytes file = scan_test::recording_of(scan_test::sound_frames(10));
