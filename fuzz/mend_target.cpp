@@ -47,6 +47,7 @@ bytes with_changes(input file, const mend::changes& planned) {
 struct frame_data {
     bool inserted = false;
     uint64_t offset = 0;
+    uint32_t number = 0;
     bytes video = {};
     bytes audio = {};
 
@@ -63,7 +64,8 @@ public:
         const kmr_frame_header& header = seen.frame.header;
         const input whole = file_.subspan(seen.frame.offset, seen.frame.length);
         frame_data frame = {.inserted = seen.frame.kind == scan::frame_class::inserted,
-                            .offset = seen.frame.offset};
+                            .offset = seen.frame.offset,
+                            .number = header.FrameNo};
         if (!frame.inserted) {
             const input payload = whole.subspan(KMR_FRAME_HEADER_SIZE);
             const size_t video = std::min<size_t>(header.VideoSize, payload.size());
@@ -95,7 +97,7 @@ judged_file judge(input file) {
 
 // A frame may have taken in bytes: zeros, between its video and its audio.
 bool is_same_frame(const frame_data& before, const frame_data& after) {
-    return !after.inserted && before.video.size() <= after.video.size() &&
+    return !after.inserted && before.number == after.number && before.video.size() <= after.video.size() &&
            std::equal(before.video.begin(), before.video.end(), after.video.begin()) &&
            std::all_of(after.video.begin() + static_cast<std::ptrdiff_t>(before.video.size()),
                        after.video.end(), [](uint8_t byte) { return byte == 0; }) &&
