@@ -51,8 +51,8 @@ public:
         uint64_t frames_covered = 0;   // whole ones, because they are too long to grow
         bool first_frame_lost = false; // bytes in front of the first frame are none
         bool rebuild_stops = false;    // the recorder's own rebuild would cut the recording as it is
-        int64_t first_ms =
-            0; // stream time of the first frame kept: below 0 where the scan did not know that for one
+        // Stream time of the first frame kept: below 0 where the scan did not know that for one.
+        int64_t first_ms = 0;
         int64_t duration_ms = 0;
         uint32_t step_ms = 0; // median step of the first frames; 0: unknown
         bool is_jpeg = false;

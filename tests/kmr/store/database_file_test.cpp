@@ -248,15 +248,21 @@ TEST_F(DatabaseFileTest, KeepsItsChannelsWhenJoined) {
     EXPECT_THAT(ask("SELECT channel FROM recordings"), ElementsAre("4"));
 }
 
-TEST_F(DatabaseFileTest, IsNotMadeForOneThatIsDamaged) {
-    const store_test::folder_with_database other;
+// What is left of it.
+bytes make_damaged(const store_test::folder_with_database& database) {
     {
-        result_store store = other.open("south");
+        result_store store = database.open("south");
         store.keep("/rec/1", old_stamp, scan_test::judge(store_test::sound_recording()), usual_cap);
     }
-    bytes cut = scratch::read_file(other.database());
+    bytes cut = scratch::read_file(database.database());
     cut.resize(cut.size() / 2);
-    other.folder.write("results.db", cut);
+    database.folder.write("results.db", cut);
+    return cut;
+}
+
+TEST_F(DatabaseFileTest, IsNotMadeForOneThatIsDamaged) {
+    const store_test::folder_with_database other;
+    make_damaged(other);
     EXPECT_THROW(kmr::store::merge(database(), other.database()), kmr::store::store_error);
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
@@ -264,13 +270,7 @@ TEST_F(DatabaseFileTest, IsNotMadeForOneThatIsDamaged) {
 TEST_F(DatabaseFileTest, IsNotJoinedWithOneThatIsDamaged) {
     make();
     const store_test::folder_with_database other;
-    {
-        result_store store = other.open("south");
-        store.keep("/rec/1", old_stamp, scan_test::judge(store_test::sound_recording()), usual_cap);
-    }
-    bytes cut = scratch::read_file(other.database());
-    cut.resize(cut.size() / 2);
-    other.folder.write("results.db", cut);
+    const bytes cut = make_damaged(other);
     const bytes before = scratch::read_file(database());
     EXPECT_THROW(kmr::store::merge(database(), other.database()), kmr::store::store_error);
     EXPECT_EQ(scratch::read_file(database()), before);
